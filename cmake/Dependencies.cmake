@@ -1,0 +1,46 @@
+# Finds what the program is built on. Each thing that is missing stops here with one sentence that
+# names the Debian package to install.
+
+function(kivra_missing what package)
+    message(FATAL_ERROR "${what} is missing: install the Debian package ${package}.")
+endfunction()
+
+# Qt's own message for a missing module is a page long, hence QUIET and our sentence.
+macro(kivra_find_qt module package)
+    find_package(Qt5${module} 5.15 QUIET)
+    if(NOT Qt5${module}_FOUND)
+        kivra_missing("Qt 5.15 (${module})" ${package})
+    endif()
+endmacro()
+
+kivra_find_qt(Core qtbase5-dev)
+kivra_find_qt(Gui qtbase5-dev)
+kivra_find_qt(Widgets qtbase5-dev)
+kivra_find_qt(Multimedia qtmultimedia5-dev)
+if(KIVRA_TESTS)
+    kivra_find_qt(Test qtbase5-dev)
+endif()
+
+# Debian brings OpenCV's configuration file only with the full development package, which pulls in
+# hundreds of packages that this program never uses; so the two modules are also found by hand.
+function(kivra_find_opencv_module module package)
+    if(TARGET opencv_${module})
+        return()
+    endif()
+    find_path(KIVRA_OPENCV_INCLUDE_DIR opencv2/core.hpp PATH_SUFFIXES opencv4)
+    find_path(KIVRA_OPENCV_${module}_INCLUDE_DIR opencv2/${module}.hpp PATH_SUFFIXES opencv4)
+    find_library(KIVRA_OPENCV_${module}_LIBRARY opencv_${module})
+    mark_as_advanced(KIVRA_OPENCV_INCLUDE_DIR KIVRA_OPENCV_${module}_INCLUDE_DIR
+                     KIVRA_OPENCV_${module}_LIBRARY)
+    if(NOT KIVRA_OPENCV_${module}_INCLUDE_DIR OR NOT KIVRA_OPENCV_${module}_LIBRARY)
+        kivra_missing("OpenCV 4 (${module})" ${package})
+    endif()
+    add_library(opencv_${module} UNKNOWN IMPORTED GLOBAL)
+    set_target_properties(opencv_${module} PROPERTIES
+        IMPORTED_LOCATION ${KIVRA_OPENCV_${module}_LIBRARY}
+        INTERFACE_INCLUDE_DIRECTORIES ${KIVRA_OPENCV_${module}_INCLUDE_DIR})
+endfunction()
+
+find_package(OpenCV 4 QUIET COMPONENTS core imgproc)
+kivra_find_opencv_module(core libopencv-core-dev)
+kivra_find_opencv_module(imgproc libopencv-imgproc-dev)

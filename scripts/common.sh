@@ -1,0 +1,53 @@
+# Shared by the scripts beside it: the packages and the build. To be sourced, from the top folder.
+
+# Where the words of a failure go: one sentence, on the error stream.
+die() {
+    printf '%s\n' "$*" >&2
+    exit 1
+}
+
+# packages_of GROUP...: the Debian packages of these groups, one a line.
+packages_of() {
+    local group
+    for group in "$@"; do
+        awk -v group="$group" '$1 == group { print $2 }' packaging/debian-packages.txt
+    done
+}
+
+# missing_packages PACKAGE...: those of them that are not installed, one a line.
+missing_packages() {
+    local package
+    # dpkg-query prints the installed ones on its output; what it does not know goes to its errors.
+    dpkg-query --show --showformat='${db:Status-Status} ${binary:Package}\n' "$@" 2>/dev/null |
+        awk '$1 == "installed" { sub(/:.*/, "", $2); print $2 }' | sort -u >"$scratch/installed"
+    printf '%s\n' "$@" | sort -u | comm -23 - "$scratch/installed"
+}
+
+# install_packages GROUP...: makes the groups' packages be there; does nothing when all are.
+install_packages() {
+    local wanted missing as_root=()
+    mapfile -t wanted < <(packages_of "$@")
+    command -v apt-get >/dev/null ||
+        die "This system has no apt; install the equivalents of: ${wanted[*]}"
+    scratch=$(mktemp -d)
+    mapfile -t missing < <(missing_packages "${wanted[@]}")
+    rm -r "$scratch"
+    [ ${#missing[@]} -eq 0 ] && return
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            die "Neither root nor sudo here; as root, run: apt-get install ${missing[*]}"
+        as_root=(sudo)
+    fi
+    echo "Installing ${#missing[@]} Debian packages: ${missing[*]}"
+    "${as_root[@]}" apt-get update
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install --yes --no-install-recommends "${missing[@]}"
+}
+
+# build PRESET [TARGET...]: configures when there is no build folder yet, then builds.
+build() {
+    local preset=$1
+    shift
+    [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset"
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+}
