@@ -1,0 +1,50 @@
+#include "dialogs/preferences.h"
+
+#include "ui_preferences.h"
+
+#include <QSettings>
+#include <array>
+
+namespace {
+
+struct Preference
+{
+    const char *key;
+    QCheckBox *Ui_preferences::*box;
+    bool whenAbsent;
+};
+
+// Read and written in this order. The program's own reader of displayMsg takes an absent key for
+// false: messages start with the first OK in this dialog.
+constexpr std::array<Preference, 5> table{{
+    {"preferences/displayMsg", &Ui_preferences::checkDisplayMsg, true},
+    {"preferences/displayStatus", &Ui_preferences::checkDisplayStatus, false},
+    {"preferences/restore", &Ui_preferences::checkRestore, false},
+    {"preferences/rawStore", &Ui_preferences::checkRawStore, true},
+    {"preferences/smallField", &Ui_preferences::checkSmallField, true},
+}};
+
+} // namespace
+
+preferences::preferences(QWidget *parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui_preferences>())
+{
+    ui->setupUi(this);
+    const QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
+    for (const Preference &entry : table) {
+        QCheckBox *box = (*ui).*entry.box;
+        box->setChecked(store.value(QLatin1String(entry.key), entry.whenAbsent).toBool());
+    }
+}
+
+preferences::~preferences() = default;
+
+void preferences::on_buttonBox_accepted()
+{
+    QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
+    for (const Preference &entry : table) {
+        const QCheckBox *box = (*ui).*entry.box;
+        store.setValue(QLatin1String(entry.key), box->isChecked());
+    }
+}
