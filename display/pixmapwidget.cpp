@@ -1,0 +1,175 @@
+#include "display/pixmapwidget.h"
+
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QTimer>
+#include <algorithm>
+
+namespace {
+
+constexpr float smallestZoom = 0.125F;
+constexpr float largestZoom = 8.0F;
+constexpr double zoomPerDelta = 0.001;
+constexpr int doubleClickMs = 400;
+constexpr int menuMs = 3000;
+constexpr QSize startSize(640, 480);
+
+float limitedZoom(float factor)
+{
+    return std::max(std::min(largestZoom, factor), smallestZoom);
+}
+
+// Truncates. Very long strips, scaled up, leave the range of int; there nothing is visible anyway,
+// and the painter's own arithmetic still has room.
+int toPixel(double length)
+{
+    constexpr double limit = 1 << 29;
+    return int(std::clamp(length, -limit, limit));
+}
+
+// Along one axis: where a picture of this extent begins in a view of that extent.
+int origin(int view, float picture, float panned)
+{
+    double start = double(float(view) - picture) * 0.5;
+    const bool fits = float(view) > picture;
+    if (!fits)
+        start += double(panned);
+    return toPixel(start);
+}
+
+} // namespace
+
+// Where and how large the picture lies in the view.
+struct PixmapWidget::Placement
+{
+    float scale;
+    float width;
+    float height;
+    QPoint origin;
+};
+
+PixmapWidget::PixmapWidget(QWidget *parent)
+    : QWidget(parent)
+    , pixmap(std::make_unique<QPixmap>(startSize))
+    , clickTimer(std::make_unique<QTimer>())
+    , menuTimer(std::make_unique<QTimer>())
+{
+    pixmap->fill(Qt::black);
+    clickTimer->setSingleShot(true);
+    menuTimer->setSingleShot(true);
+    connect(menuTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
+}
+
+PixmapWidget::~PixmapWidget() = default;
+
+void PixmapWidget::forgetLostPress()
+{
+    if (QGuiApplication::mouseButtons() == Qt::NoButton)
+        busy = false;
+}
+
+void PixmapWidget::setZoomFactor(float factor)
+{
+    if (factor == zoomFactor)
+        return;
+    zoomFactor = limitedZoom(factor);
+    repaint();
+}
+
+void PixmapWidget::setScaleFactor(float factor)
+{
+    scaleFactor = factor;
+}
+
+void PixmapWidget::resetPos()
+{
+    pos = QPoint(0, 0);
+}
+
+void PixmapWidget::setPixmap(QPixmap picture)
+{
+    pixmap = std::make_unique<QPixmap>(picture);
+    repaint();
+}
+
+void PixmapWidget::saveToFile(QString fName)
+{
+    grab(visibleRegion().boundingRect()).toImage().save(fName);
+}
+
+void PixmapWidget::bTimerSlot()
+{
+    emit menuGraphique(false);
+}
+
+void PixmapWidget::mousePressEvent(QMouseEvent *event)
+{
+    busy = true;
+    lastMousePos = event->globalPos();
+    if (event->button() == Qt::LeftButton) {
+        if (clickTimer->isActive())
+            emit captureImage();
+        else
+            clickTimer->start(doubleClickMs);
+    }
+    menuTimer->start(menuMs);
+    emit menuGraphique(true);
+}
+
+void PixmapWidget::mouseReleaseEvent(QMouseEvent *)
+{
+    busy = false;
+}
+
+void PixmapWidget::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint now = event->globalPos();
+    pos += now - lastMousePos;
+    lastMousePos = now;
+    repaint();
+}
+
+void PixmapWidget::wheelEvent(QWheelEvent *event)
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    const int delta = event->delta(); // of the axis that turned, which angleDelta() leaves open
+    QT_WARNING_POP
+    const float turned = limitedZoom(float((delta * zoomPerDelta + 1.0) * double(zoomFactor)));
+    if (turned == zoomFactor)
+        return;
+    zoomFactor = turned;
+    repaint();
+}
+
+PixmapWidget::Placement PixmapWidget::placement() const
+{
+    const float scale = zoomFactor * scaleFactor;
+    const float pictureWidth = float(pixmap->width()) * scale;
+    const float pictureHeight = float(pixmap->height()) * scale;
+    return {scale, pictureWidth, pictureHeight,
+            {origin(width(), pictureWidth, zoomFactor * float(pos.x())),
+             origin(height(), pictureHeight, zoomFactor * float(pos.y()))}};
+}
+
+void PixmapWidget::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+    const Placement at = placement();
+
+    QPainter painter(this);
+    painter.save();
+    painter.translate(QPointF(at.origin));
+    painter.scale(double(at.scale), double(at.scale));
+    painter.drawPixmap(QPointF(0, 0), *pixmap);
+    painter.restore();
+
+    const bool backgroundShows = float(width()) > at.width || float(height()) > at.height;
+    if (backgroundShows) {
+        const QPoint size(toPixel(double(at.width + 1)), toPixel(double(at.height + 1)));
+        const QRect frame(at.origin - QPoint(1, 1), at.origin + size - QPoint(2, 2));
+        painter.setPen(Qt::black);
+        painter.drawRects(&frame, 1);
+    }
+}

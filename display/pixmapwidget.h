@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QPixmap>
+#include <QPoint>
+#include <QWidget>
+#include <memory>
+
+class QTimer;
+
+/// The view in the middle of the window: paints one picture, centred and scaled, which the wheel
+/// zooms and the mouse moves. A double left click asks for a capture; every press asks for the tool
+/// bar, for three seconds.
+class PixmapWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PixmapWidget(QWidget *parent = nullptr);
+    ~PixmapWidget() override;
+
+    /// True while a mouse button is held on the view and while the window processes a frame: live
+    /// frames that arrive meanwhile are dropped.
+    bool busy = false;
+
+    /// Lets live frames flow again when the release of a pressed button went elsewhere, as when a
+    /// modal box opened in between. Does nothing while a button is down.
+    void forgetLostPress();
+
+signals:
+    void displayOnStatusBar(QString text);
+    /// A second left press within 400 ms of the first.
+    void captureImage();
+    /// The tool bar is wanted (true, at each press) or no longer (false, 3 s after the last one).
+    void menuGraphique(bool show);
+
+public slots:
+    /// Sets the user's zoom, limited to 0.125 .. 8, and repaints at once if it is another one.
+    void setZoomFactor(float factor);
+    /// Sets the scale that fits the picture to the view; not limited, not repainted.
+    void setScaleFactor(float factor);
+    /// Moves the picture back to the middle, at the next painting.
+    void resetPos();
+    /// Shows this picture, painted before the call returns. A null pixmap shows none.
+    void setPixmap(QPixmap picture);
+    /// Writes what the view shows (picture, background and frame) to \a fName, in the format of its
+    /// suffix. A file that cannot be written is not reported.
+    void saveToFile(QString fName);
+    void bTimerSlot();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    struct Placement;
+    Placement placement() const;
+
+    std::unique_ptr<QPixmap> pixmap;
+    float zoomFactor = 1.0F;
+    float scaleFactor = 1.0F;
+    QPoint lastMousePos; ///< on the screen, at the last press or move
+    QPoint pos;          ///< pan offset, the sum of all drags
+    std::unique_ptr<QTimer> clickTimer;
+    std::unique_ptr<QTimer> menuTimer;
+};

@@ -1,0 +1,490 @@
+#include "display/pixmapwidget.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+
+#include <QElapsedTimer>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QWheelEvent>
+
+using kivra::test::gradient;
+
+namespace {
+
+constexpr QRgb black = 0xff000000;
+constexpr QRgb background = 0xffaabbcc;
+
+// The view in a window of its own size over a background of one colour.
+class View : public PixmapWidget
+{
+public:
+    explicit View(const QSize &size = {800, 600})
+    {
+        QPalette palette;
+        palette.setColor(QPalette::Window, QColor(background));
+        setPalette(palette);
+        setAutoFillBackground(true);
+        resize(size);
+        show();
+        if (!QTest::qWaitForWindowExposed(this))
+            qFatal("the view did not come up");
+    }
+
+    int paintings = 0;
+    QImage shown() { return grab().toImage().convertToFormat(QImage::Format_RGB32); }
+    void press(Qt::MouseButton button, const QPoint &at = {5, 5})
+    {
+        send(QEvent::MouseButtonPress, button, button, at);
+    }
+    void release(Qt::MouseButton button, const QPoint &at = {5, 5})
+    {
+        send(QEvent::MouseButtonRelease, button, Qt::NoButton, at);
+    }
+    void moveTo(const QPoint &at) { send(QEvent::MouseMove, Qt::NoButton, Qt::LeftButton, at); }
+    void drag(const QPoint &by)
+    {
+        press(Qt::LeftButton, {100, 100});
+        moveTo(QPoint(100, 100) + by);
+        release(Qt::LeftButton, QPoint(100, 100) + by);
+    }
+    void wheel(int delta)
+    {
+        const QPoint at(10, 10);
+        QWheelEvent event(at, mapToGlobal(at), QPoint(), QPoint(0, delta), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(this, &event);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *event) override
+    {
+        ++paintings;
+        PixmapWidget::paintEvent(event);
+    }
+
+private:
+    void send(QEvent::Type type, Qt::MouseButton button, Qt::MouseButtons held, const QPoint &at)
+    {
+        QMouseEvent event(type, at, mapToGlobal(at), button, held, Qt::NoModifier);
+        QCoreApplication::sendEvent(this, &event);
+    }
+};
+
+QImage plain(const QSize &size, QRgb colour)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    picture.fill(colour);
+    return picture;
+}
+
+// A picture larger than the view in which each pixel tells its own place.
+QImage coordinates(const QSize &size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x)
+            picture.setPixel(x, y, 0xff000000U | uint(x << 12) | uint(y));
+    }
+    return picture;
+}
+
+QPoint placeShownAt(const QImage &shown, const QPoint &at)
+{
+    const QRgb word = shown.pixel(at) & 0xffffffU;
+    return {int(word >> 12), int(word & 0xfffU)};
+}
+
+// The zoom as the picture shows it: the width of a white picture in the view.
+float shownZoom(View &view)
+{
+    const QImage shown = view.shown();
+    int white = 0;
+    for (int x = 0; x < shown.width(); ++x)
+        white += shown.pixel(x, shown.height() / 2) == 0xffffffff ? 1 : 0;
+    return float(white) / 80.0F;
+}
+
+} // namespace
+
+class TestPixmapWidget : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void startsBlack()
+    {
+        View view;
+        const QImage shown = view.shown();
+        QCOMPARE(shown.pixel(80, 60), black);
+        QCOMPARE(shown.pixel(719, 539), black);
+        QCOMPARE(shown.pixel(78, 58), background);
+        QVERIFY(!view.busy);
+    }
+
+    void smallPictureIsCentredInAFrame()
+    {
+        View view;
+        const QImage picture = gradient({640, 480});
+        view.setPixmap(QPixmap::fromImage(picture));
+        QImage expected = plain({800, 600}, background);
+        QPainter painter(&expected);
+        painter.fillRect(79, 59, 642, 482, Qt::black);
+        painter.drawImage(80, 60, picture);
+        painter.end();
+        COMPARE_PICTURES(view.shown(), expected);
+    }
+
+    void smallPictureStaysCentredWhateverThePan()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(gradient({640, 480})));
+        const QImage before = view.shown();
+        view.drag({37, -21});
+        COMPARE_PICTURES(view.shown(), before);
+    }
+
+    void zoomTwoShowsTheMiddleWithoutAFrame()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({640, 480})));
+        view.setZoomFactor(2.0F);
+        const QImage shown = view.shown();
+        // 1280 x 960 in 800 x 600: begins at (-240, -180).
+        QCOMPARE(placeShownAt(shown, {0, 0}), QPoint(120, 90));
+        QCOMPARE(placeShownAt(shown, {799, 599}), QPoint(519, 389));
+    }
+
+    void panIsMultipliedByTheZoom()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({640, 480})));
+        view.setZoomFactor(2.0F);
+        view.drag({10, -20});
+        // Moves by (20, -40) on the screen, so by (10, -20) of the picture's own pixels.
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(110, 110));
+    }
+
+    void panIsMultipliedByTheZoomNotTheScale()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({640, 480})));
+        view.setScaleFactor(4.0F);
+        view.drag({8, 0});
+        // Begins at (800 - 2560) / 2 + 8 = -872.
+        QCOMPARE(placeShownAt(view.shown(), {0, 300}).x(), 872 / 4);
+    }
+
+    void panActsOnTheLargerAxisOnly()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({1000, 100})));
+        view.drag({50, 50});
+        QCOMPARE(placeShownAt(view.shown(), {0, 250}), QPoint(50, 0)); // -100 + 50, and no pan down
+    }
+
+    void pictureOfTheViewsWidthTakesThePan()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({800, 600})));
+        view.drag({5, 0});
+        QCOMPARE(placeShownAt(view.shown(), {5, 0}), QPoint(0, 0));
+    }
+
+    void panHasNoLimit()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(gradient({900, 700})));
+        view.drag({5000, 5000});
+        QCOMPARE(view.shown().pixel(400, 300), background);
+    }
+
+    void resetPosCentresAtTheNextPainting()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({1600, 1200})));
+        view.drag({50, 60});
+        const int before = view.paintings;
+        view.resetPos();
+        QCOMPARE(view.paintings, before);
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(400, 300));
+    }
+
+    void oddRemainderTruncatesTowardZero()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({803, 603})));
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(1, 1)); // -1.5 becomes -1
+        view.setPixmap(QPixmap::fromImage(plain({797, 597}, 0xffffffff)));
+        QCOMPARE(view.shown().pixel(0, 0), black); // 1.5 becomes 1, the frame is at 0
+        QCOMPARE(view.shown().pixel(1, 1), 0xffffffff);
+    }
+
+    void frameFollowsTheScaledPicture()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(plain({101, 101}, 0xffffffff)));
+        view.setZoomFactor(1.5F);
+        const QImage shown = view.shown();
+        // 151.5 wide, begins at 324.25: the frame's corners are (323, 223) and (324 + 152 - 2, ..),
+        // and Qt draws a rectangle's far edges one pixel beyond.
+        for (const QPoint &corner : {QPoint(323, 223), QPoint(475, 223), QPoint(323, 375)})
+            QCOMPARE(shown.pixel(corner), black);
+        QCOMPARE(shown.pixel(322, 223), background);
+        QCOMPARE(shown.pixel(476, 223), background);
+    }
+
+    void frameIsDrawnWhenOneAxisShowsBackground()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(plain({2000, 100}, 0xffffffff)));
+        const QImage shown = view.shown();
+        QCOMPARE(shown.pixel(400, 249), black);
+        QCOMPARE(shown.pixel(400, 350), black);
+    }
+
+    void nullPictureLeavesTheBackground()
+    {
+        View view;
+        view.setPixmap(QPixmap());
+        QCOMPARE(view.shown().pixel(200, 200), background);
+    }
+
+    void extremeScalesAreHarmless()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(plain({1, 30000}, 0xffffffff)));
+        view.setScaleFactor(800.0F);
+        view.setZoomFactor(8.0F);
+        view.drag({100000, -100000});
+        QVERIFY(!view.shown().isNull());
+        view.setScaleFactor(0.0F);
+        QVERIFY(!view.shown().isNull());
+    }
+
+    void zoomIsLimited_data()
+    {
+        QTest::addColumn<float>("asked");
+        QTest::addColumn<float>("set");
+        QTest::newRow("far above") << 20.0F << 8.0F;
+        QTest::newRow("far below") << 0.01F << 0.125F;
+        QTest::newRow("negative") << -1.0F << 0.125F;
+        QTest::newRow("largest") << 8.0F << 8.0F;
+        QTest::newRow("smallest") << 0.125F << 0.125F;
+        QTest::newRow("between") << 2.5F << 2.5F;
+    }
+
+    void zoomIsLimited()
+    {
+        QFETCH(float, asked);
+        QFETCH(float, set);
+        View view;
+        view.setPixmap(QPixmap::fromImage(plain({80, 60}, 0xffffffff)));
+        view.setZoomFactor(asked);
+        QCOMPARE(shownZoom(view), set);
+    }
+
+    void zoomRepaintsOnlyWhenItChanges()
+    {
+        View view;
+        view.setZoomFactor(2.0F);
+        const int before = view.paintings;
+        view.setZoomFactor(2.0F);
+        QCOMPARE(view.paintings, before);
+        view.setZoomFactor(3.0F);
+        QCOMPARE(view.paintings, before + 1);
+    }
+
+    void scaleIsNeitherLimitedNorPainted()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(plain({8, 6}, 0xffffffff)));
+        const int before = view.paintings;
+        view.setScaleFactor(20.0F);
+        QCOMPARE(view.paintings, before);
+        const QImage shown = view.shown();
+        QCOMPARE(shown.pixel(320, 240), 0xffffffff); // 160 x 120 in the middle
+        QCOMPARE(shown.pixel(479, 359), 0xffffffff);
+        QCOMPARE(shown.pixel(317, 300), background);
+    }
+
+    void setPixmapPaintsAtOnce()
+    {
+        View view;
+        const int before = view.paintings;
+        view.setPixmap(QPixmap::fromImage(gradient({10, 10})));
+        QCOMPARE(view.paintings, before + 1);
+    }
+
+    void wheelStepsTheZoom()
+    {
+        View view({800, 600});
+        view.setPixmap(QPixmap::fromImage(plain({80, 60}, 0xffffffff)));
+        float zoom = 1.0F;
+        for (int step = 0; step < 5; ++step) {
+            view.wheel(120);
+            zoom = float(1.12 * double(zoom));
+        }
+        QVERIFY(qAbs(zoom - 1.7623F) < 0.0001F);
+        // The view holds exactly this value: setting it again does not repaint.
+        const int before = view.paintings;
+        view.setZoomFactor(zoom);
+        QCOMPARE(view.paintings, before);
+        view.wheel(-120);
+        view.setZoomFactor(float(0.88 * double(zoom)));
+        QCOMPARE(view.paintings, before + 1);
+    }
+
+    void wheelIsLimited()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(plain({80, 60}, 0xffffffff)));
+        for (int step = 0; step < 40; ++step)
+            view.wheel(120);
+        QCOMPARE(shownZoom(view), 8.0F);
+        int before = view.paintings;
+        view.wheel(120);
+        QCOMPARE(view.paintings, before); // at the limit nothing changes
+        for (int step = 0; step < 80; ++step)
+            view.wheel(-120);
+        QCOMPARE(shownZoom(view), 0.125F);
+        before = view.paintings;
+        view.wheel(-2000); // a factor below zero
+        QCOMPARE(view.paintings, before);
+    }
+
+    void pressHoldsThePicture()
+    {
+        View view;
+        for (const auto button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton}) {
+            view.press(button);
+            QVERIFY(view.busy);
+            view.release(button);
+            QVERIFY(!view.busy);
+        }
+    }
+
+    void lostReleaseIsForgotten()
+    {
+        View view;
+        view.press(Qt::LeftButton); // to the view alone: the application knows of no held button
+        view.forgetLostPress();
+        QVERIFY(!view.busy);
+    }
+
+    void heldButtonIsNotForgotten()
+    {
+        View view;
+        QTest::mousePress(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
+        QTRY_VERIFY(view.busy);
+        view.forgetLostPress();
+        QVERIFY(view.busy);
+        QTest::mouseRelease(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
+        QTRY_VERIFY(!view.busy);
+    }
+
+    void twoQuickLeftPressesCapture()
+    {
+        View view;
+        QSignalSpy captures(&view, &PixmapWidget::captureImage);
+        view.press(Qt::LeftButton);
+        view.release(Qt::LeftButton);
+        QCOMPARE(captures.count(), 0);
+        view.press(Qt::LeftButton);
+        QCOMPARE(captures.count(), 1);
+        view.release(Qt::LeftButton);
+        view.press(Qt::LeftButton); // the interval still runs
+        QCOMPARE(captures.count(), 2);
+    }
+
+    void twoSlowLeftPressesDoNotCapture()
+    {
+        View view;
+        QSignalSpy captures(&view, &PixmapWidget::captureImage);
+        view.press(Qt::LeftButton);
+        view.release(Qt::LeftButton);
+        QElapsedTimer sinceFirst;
+        sinceFirst.start();
+        QTRY_VERIFY(sinceFirst.elapsed() >= 500);
+        view.press(Qt::LeftButton);
+        QCOMPARE(captures.count(), 0);
+    }
+
+    void doubleClickOfTheSystemIsTheSecondPress()
+    {
+        View view;
+        QSignalSpy captures(&view, &PixmapWidget::captureImage);
+        QTest::mouseClick(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
+        QTest::mouseDClick(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
+        QTRY_VERIFY(captures.count() >= 1);
+    }
+
+    void rightPressesNeverCapture()
+    {
+        View view;
+        QSignalSpy captures(&view, &PixmapWidget::captureImage);
+        QSignalSpy menu(&view, &PixmapWidget::menuGraphique);
+        view.press(Qt::RightButton);
+        view.press(Qt::RightButton);
+        view.press(Qt::LeftButton); // the first left press
+        QCOMPARE(captures.count(), 0);
+        QCOMPARE(menu.count(), 3);
+        for (const QList<QVariant> &arguments : menu)
+            QCOMPARE(arguments.first().toBool(), true);
+    }
+
+    void menuGoesThreeSecondsAfterTheLastPress()
+    {
+        View view;
+        QSignalSpy menu(&view, &PixmapWidget::menuGraphique);
+        view.press(Qt::LeftButton);
+        QElapsedTimer sinceLast;
+        sinceLast.start();
+        QTRY_VERIFY(sinceLast.elapsed() >= 1000);
+        view.press(Qt::RightButton);
+        sinceLast.restart();
+        QCOMPARE(menu.count(), 2);
+        QTRY_COMPARE(menu.count(), 3);
+        QCOMPARE(menu.last().first().toBool(), false);
+        QVERIFY2(sinceLast.elapsed() >= 2500, "hidden before its time");
+    }
+
+    void dragFollowsTheScreenPosition()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({1600, 1200})));
+        view.press(Qt::LeftButton, {100, 100});
+        view.moveTo({110, 100});
+        view.moveTo({110, 130});
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(390, 270));
+        view.release(Qt::LeftButton, {110, 130});
+    }
+
+    void saveWritesWhatIsShown_data()
+    {
+        QTest::addColumn<QString>("suffix");
+        QTest::newRow("png") << QStringLiteral("png");
+        QTest::newRow("bmp") << QStringLiteral("bmp");
+    }
+
+    void saveWritesWhatIsShown()
+    {
+        QFETCH(QString, suffix);
+        View view({200, 150});
+        view.setPixmap(QPixmap::fromImage(gradient({150, 130})));
+        const QString path = kivra::test::Sandbox::instance().home() + QStringLiteral("/seen.")
+                             + suffix;
+        view.saveToFile(path);
+        const QImage saved(path);
+        COMPARE_PICTURES(saved.convertToFormat(QImage::Format_RGB32), view.shown());
+    }
+
+    void saveToNowhereIsSilent()
+    {
+        View view({200, 150});
+        view.saveToFile(QStringLiteral("/nowhere/at/all.jpg"));
+    }
+};
+
+KIVRA_TEST_MAIN(TestPixmapWidget)
+#include "test_pixmapwidget.moc"

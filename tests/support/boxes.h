@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <vector>
+
+class QDialog;
+
+namespace kivra::test {
+
+/// Answers the modal boxes and dialogs of the program under test. One is made for each test
+/// function: every box that opens must have been expected, in this order, by its window title, and
+/// every expected one must come; verify() says so. An unexpected box is closed.
+class Boxes : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Answer = std::function<void(QDialog *)>;
+
+    Boxes();
+
+    /// The next box has this title. It is answered by its default button.
+    void expect(const QString &title);
+    /// The next box has this title and is answered by \a answer, which must make it close.
+    void expect(const QString &title, Answer answer);
+
+    /// Text of the last message box that was answered.
+    QString lastText() const { return text; }
+    /// Number of boxes that were answered.
+    int answered() const { return count; }
+    /// Empty when all is as expected, else what is not, in words.
+    QString verify() const;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void opened(QDialog *box);
+
+    struct Expected {
+        QString title;
+        Answer answer;
+    };
+    std::vector<Expected> expected;
+    QString text;
+    QString complaints;
+    int count = 0;
+};
+
+} // namespace kivra::test

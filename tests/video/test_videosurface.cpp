@@ -1,0 +1,294 @@
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+#include "video/videosurface.h"
+
+#include <QSignalSpy>
+#include <QVideoSurfaceFormat>
+#include <cstring>
+
+using kivra::test::gradient;
+
+namespace {
+
+// A frame's memory as a driver may report it: any size, any stride, mappable or not.
+class DriverBuffer : public QAbstractVideoBuffer
+{
+public:
+    DriverBuffer(QByteArray content, int reported, int rowBytes, bool canBeMapped)
+        : QAbstractVideoBuffer(NoHandle)
+        , memory(std::move(content))
+        , reportedBytes(reported)
+        , stride(rowBytes)
+        , mappable(canBeMapped)
+    {}
+
+    MapMode mapMode() const override { return mode; }
+    uchar *map(MapMode wanted, int *numBytes, int *bytesPerLine) override
+    {
+        if (!mappable)
+            return nullptr;
+        mode = wanted;
+        *numBytes = reportedBytes;
+        *bytesPerLine = stride;
+        return reinterpret_cast<uchar *>(memory.data());
+    }
+    void unmap() override { mode = NotMapped; }
+
+private:
+    QByteArray memory;
+    int reportedBytes;
+    int stride;
+    bool mappable;
+    MapMode mode = NotMapped;
+};
+
+constexpr int trailer = 32;
+
+QVideoFrame frameOver(const QByteArray &memory, const QSize &size, bool mappable = true)
+{
+    return QVideoFrame(new DriverBuffer(memory, memory.size(), size.width() * 4, mappable), size,
+                       QVideoFrame::Format_RGB32);
+}
+
+QByteArray bytesOf(const QImage &picture)
+{
+    return QByteArray(reinterpret_cast<const char *>(picture.constBits()),
+                      int(picture.sizeInBytes()));
+}
+
+// What the surface must hold: the block's words up to its last 32 bytes, black from there.
+QImage wordsThenBlack(const QByteArray &memory, const QSize &size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    const int words = (memory.size() - trailer) / 4;
+    for (int i = 0; i < size.width() * size.height(); ++i) {
+        QRgb word = 0xff000000;
+        if (i < words)
+            std::memcpy(&word, memory.constData() + 4 * i, 4);
+        picture.setPixel(i % size.width(), i / size.width(), word);
+    }
+    return picture;
+}
+
+QVideoSurfaceFormat formatOf(const QSize &size)
+{
+    return QVideoSurfaceFormat(size, QVideoFrame::Format_RGB32);
+}
+
+} // namespace
+
+class TestVideoSurface : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void offersThe32BitFormatsInOrder()
+    {
+        const QList<QVideoFrame::PixelFormat> formats = {QVideoFrame::Format_ARGB32,
+                                                         QVideoFrame::Format_RGB32};
+        const VideoSurface surface;
+        for (const auto handle : {QAbstractVideoBuffer::NoHandle,
+                                  QAbstractVideoBuffer::GLTextureHandle,
+                                  QAbstractVideoBuffer::EGLImageHandle})
+            QCOMPARE(surface.supportedPixelFormats(handle), formats);
+    }
+
+    void startRefusesAnEmptyFormat()
+    {
+        VideoSurface surface;
+        for (const QSize size : {QSize(0, 0), QSize(0, 480), QSize(640, 0), QSize(-4, -4)}) {
+            QVERIFY(!surface.start(formatOf(size)));
+            QVERIFY(!surface.isActive());
+        }
+    }
+
+    void startActivates()
+    {
+        VideoSurface surface;
+        QVERIFY(surface.start(formatOf({1, 1})));
+        QVERIFY(surface.isActive());
+    }
+
+    void startWhileActiveLeavesItStopped()
+    {
+        VideoSurface surface;
+        QVERIFY(surface.start(formatOf({640, 480})));
+        QVERIFY(!surface.start(formatOf({640, 480})));
+        QVERIFY(!surface.isActive());
+        QVERIFY(surface.start(formatOf({640, 480})));
+    }
+
+    void hasNoPictureBeforeTheFirstFrame()
+    {
+        VideoSurface surface;
+        QVERIFY(surface.frame().isNull());
+        surface.stop();
+        QVERIFY(surface.frame().isNull());
+    }
+
+    void presentCopiesAllButTheTrailer()
+    {
+        const QSize size(40, 20);
+        const QByteArray memory = bytesOf(gradient(size));
+        VideoSurface surface;
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        const int before = iFrame;
+
+        QVERIFY(surface.present(frameOver(memory, size)));
+        QCOMPARE(available.count(), 1);
+        QCOMPARE(iFrame, before + 1);
+        QCOMPARE(surface.frame().format(), QImage::Format_RGB32);
+        COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
+        QCOMPARE(surface.frame().pixel(31, 19), gradient(size).pixel(31, 19));
+        QCOMPARE(surface.frame().pixel(32, 19), 0xff000000);
+    }
+
+    void frameIsReadableInTheSignal()
+    {
+        VideoSurface surface;
+        QSize seen;
+        connect(&surface, &VideoSurface::frameAvailable,
+                [&] { seen = surface.frame().size(); });
+        QVERIFY(surface.present(frameOver(bytesOf(gradient({12, 7})), {12, 7})));
+        QCOMPARE(seen, QSize(12, 7));
+    }
+
+    void aLaterFrameLeavesEarlierCopiesAlone()
+    {
+        const QSize size(16, 16);
+        const QByteArray memory = bytesOf(gradient(size));
+        VideoSurface surface;
+        QVERIFY(surface.present(frameOver(memory, size)));
+        const QImage kept = surface.frame();
+        QVERIFY(surface.present(frameOver(QByteArray(memory.size(), '\x55'), size)));
+        COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
+        surface.stop();
+        COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
+    }
+
+    void invalidFrameIsDropped()
+    {
+        VideoSurface surface;
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        const int before = iFrame;
+        QVERIFY(!surface.present(QVideoFrame()));
+        QCOMPARE(available.count(), 0);
+        QCOMPARE(iFrame, before);
+    }
+
+    void unmappableFrameIsDropped()
+    {
+        const QSize size(8, 8);
+        const QByteArray memory = bytesOf(gradient(size));
+        VideoSurface surface;
+        QVERIFY(surface.present(frameOver(memory, size)));
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        const int before = iFrame;
+        QVERIFY(!surface.present(frameOver(memory, size, false)));
+        QCOMPARE(available.count(), 0);
+        QCOMPARE(iFrame, before);
+        QCOMPARE(surface.frame().size(), size); // the last good picture stays
+    }
+
+    void memoryThatDisagreesWithTheSize_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("bytes");
+        const QSize size(24, 10);
+        const int exact = 24 * 10 * 4;
+        QTest::newRow("nothing") << size << 0;
+        QTest::newRow("less than the trailer") << size << trailer - 1;
+        QTest::newRow("the trailer alone") << size << trailer;
+        QTest::newRow("one byte more") << size << trailer + 1;
+        QTest::newRow("one word more") << size << trailer + 4;
+        QTest::newRow("half the picture") << size << exact / 2;
+        QTest::newRow("one byte short") << size << exact - 1;
+        QTest::newRow("a trailer beyond") << size << exact + trailer;
+        QTest::newRow("padded rows") << size << exact * 2;
+        QTest::newRow("one pixel") << QSize(1, 1) << 4;
+    }
+
+    void memoryThatDisagreesWithTheSize()
+    {
+        QFETCH(QSize, size);
+        QFETCH(int, bytes);
+        QByteArray memory(bytes, '\0');
+        for (int i = 0; i < bytes; ++i)
+            memory[i] = char(i * 37 + 11);
+        VideoSurface surface;
+        QVERIFY(surface.present(frameOver(memory, size)));
+
+        // The alpha byte is no part of the picture.
+        const QImage expected = wordsThenBlack(memory, size);
+        const int words = std::max(0, (bytes - trailer) / 4);
+        for (int i = 0; i < size.width() * size.height(); ++i) {
+            const QPoint at(i % size.width(), i / size.width());
+            QCOMPARE(surface.frame().pixel(at), expected.pixel(at));
+        }
+        if (words == 0)
+            QCOMPARE(surface.frame().pixel(0, 0), 0xff000000);
+    }
+
+    void strideIsNotLookedAt()
+    {
+        const QSize size(6, 6);
+        const QByteArray memory = bytesOf(gradient({8, 6}));
+        VideoSurface surface;
+        QVERIFY(surface.present(
+            QVideoFrame(new DriverBuffer(memory, memory.size(), 8 * 4, true), size,
+                        QVideoFrame::Format_RGB32)));
+        COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
+    }
+
+    void negativeLengthIsHarmless()
+    {
+        const QSize size(6, 6);
+        VideoSurface surface;
+        QVERIFY(surface.present(
+            QVideoFrame(new DriverBuffer(QByteArray(4, 'x'), -5, size.width() * 4, true), size,
+                        QVideoFrame::Format_RGB32)));
+        QCOMPARE(surface.frame().pixel(0, 0), 0xff000000);
+    }
+
+    void emptyFrameGivesAnEmptyPicture()
+    {
+        VideoSurface surface;
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        QVERIFY(surface.present(frameOver(QByteArray(64, 'x'), {0, 0})));
+        QVERIFY(surface.frame().isNull());
+        QCOMPARE(available.count(), 1);
+    }
+
+    void frameTooLargeToHoldIsDropped()
+    {
+        VideoSurface surface;
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        QVERIFY(!surface.present(frameOver(QByteArray(64, 'x'), {1 << 30, 1 << 30})));
+        QCOMPARE(available.count(), 0);
+    }
+
+    void sizeMayChangeFromFrameToFrame()
+    {
+        VideoSurface surface;
+        for (const QSize size : {QSize(64, 48), QSize(3, 5), QSize(128, 1), QSize(9, 90)}) {
+            QVERIFY(surface.present(frameOver(bytesOf(gradient(size)), size)));
+            QCOMPARE(surface.frame().size(), size);
+        }
+    }
+
+    void stopLeavesRed()
+    {
+        const QSize size(8, 8);
+        VideoSurface surface;
+        QVERIFY(surface.start(formatOf(size)));
+        QVERIFY(surface.present(frameOver(bytesOf(gradient(size)), size)));
+        surface.stop();
+        QVERIFY(!surface.isActive());
+        QImage red(size, QImage::Format_RGB32);
+        red.fill(0xffff0000);
+        COMPARE_PICTURES(surface.frame(), red);
+    }
+};
+
+KIVRA_TEST_MAIN(TestVideoSurface)
+#include "test_videosurface.moc"

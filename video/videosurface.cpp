@@ -1,0 +1,83 @@
+#include "video/videosurface.h"
+
+#include <QVideoSurfaceFormat>
+#include <algorithm>
+#include <cstring>
+
+int iFrame = 0;
+
+namespace {
+
+constexpr uint red = 0xff0000;
+constexpr uint opaqueBlack = 0xff000000;
+
+// Drivers may count up to this many bytes of their own at the end of the mapped block.
+constexpr int trailer = 32;
+
+// Fills the picture from the start of the block; rows are taken as they lie.
+void copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
+{
+    const qsizetype room = picture.sizeInBytes();
+    const qsizetype offered = bits ? mappedBytes - trailer : 0;
+    const qsizetype copied = std::clamp<qsizetype>(offered, 0, room);
+    uchar *const pixels = picture.bits();
+    if (copied > 0)
+        std::memcpy(pixels, bits, size_t(copied));
+
+    // The word in which the block ends is black as a whole: half a pixel is no colour.
+    const qsizetype firstBlack = copied / qsizetype(sizeof(QRgb));
+    std::fill(reinterpret_cast<QRgb *>(pixels) + firstBlack,
+              reinterpret_cast<QRgb *>(pixels) + room / qsizetype(sizeof(QRgb)), opaqueBlack);
+}
+
+} // namespace
+
+VideoSurface::VideoSurface(QObject *parent) : QAbstractVideoSurface(parent)
+{
+    image.fill(red);
+}
+
+QList<QVideoFrame::PixelFormat>
+VideoSurface::supportedPixelFormats(QAbstractVideoBuffer::HandleType) const
+{
+    return {QVideoFrame::Format_ARGB32, QVideoFrame::Format_RGB32};
+}
+
+bool VideoSurface::start(const QVideoSurfaceFormat &format)
+{
+    if (isActive()) {
+        stop();
+        return false;
+    }
+    if (format.frameSize().isEmpty())
+        return false;
+    return QAbstractVideoSurface::start(format);
+}
+
+void VideoSurface::stop()
+{
+    image.fill(red);
+    QAbstractVideoSurface::stop();
+}
+
+bool VideoSurface::present(const QVideoFrame &frame)
+{
+    if (!frame.isValid())
+        return false;
+    QVideoFrame mapped(frame);
+    if (!mapped.map(QAbstractVideoBuffer::ReadOnly))
+        return false;
+
+    QImage picture(frame.width(), frame.height(), QImage::Format_RGB32);
+    const bool outOfMemory = picture.isNull() && !frame.size().isEmpty();
+    if (!picture.isNull())
+        copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
+    mapped.unmap();
+    if (outOfMemory)
+        return false;
+
+    image = picture;
+    emit frameAvailable();
+    ++iFrame;
+    return true;
+}

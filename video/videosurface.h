@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QAbstractVideoSurface>
+#include <QImage>
+
+/// Count of the frames that all surfaces have presented.
+extern int iFrame;
+
+/// The viewfinder of the camera: keeps a copy of the last frame and tells when there is a new one.
+class VideoSurface : public QAbstractVideoSurface
+{
+    Q_OBJECT
+
+public:
+    explicit VideoSurface(QObject *parent = nullptr);
+
+    /// ARGB32, then RGB32, whatever the type of handle.
+    QList<QVideoFrame::PixelFormat>
+    supportedPixelFormats(QAbstractVideoBuffer::HandleType handleType) const override;
+
+    /// Refuses a format without an area. A start while active stops the surface and returns false.
+    bool start(const QVideoSurfaceFormat &format) override;
+
+    /// Leaves a plain red picture behind, so that a stopped camera is not taken for a live one.
+    void stop() override;
+
+    /// Keeps a copy of \a frame and emits frameAvailable(). Returns false, without a signal, for a
+    /// frame that is invalid, cannot be mapped or is too large to hold. A frame whose rows are
+    /// padded or whose memory is shorter than its size claims is copied as far as both reach; what
+    /// is not covered is black.
+    bool present(const QVideoFrame &frame) override;
+
+    /// The last frame (RGB32; shared, copied on write); null before the first one.
+    QImage frame() const { return image; }
+
+signals:
+    void frameAvailable();
+
+private:
+    QImage image;
+};
