@@ -148,7 +148,9 @@ PixmapWidget::Placement PixmapWidget::placement() const
     const float scale = zoomFactor * scaleFactor;
     const float pictureWidth = float(pixmap->width()) * scale;
     const float pictureHeight = float(pixmap->height()) * scale;
-    return {scale, pictureWidth, pictureHeight,
+    return {scale,
+            pictureWidth,
+            pictureHeight,
             {origin(width(), pictureWidth, zoomFactor * float(pos.x())),
              origin(height(), pictureHeight, zoomFactor * float(pos.y()))}};
 }

@@ -32,7 +32,8 @@ void copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
 
 } // namespace
 
-VideoSurface::VideoSurface(QObject *parent) : QAbstractVideoSurface(parent)
+VideoSurface::VideoSurface(QObject *parent)
+    : QAbstractVideoSurface(parent)
 {
     image.fill(red);
 }

@@ -472,8 +472,8 @@ private slots:
         QFETCH(QString, suffix);
         View view({200, 150});
         view.setPixmap(QPixmap::fromImage(gradient({150, 130})));
-        const QString path = kivra::test::Sandbox::instance().home() + QStringLiteral("/seen.")
-                             + suffix;
+        const QString path =
+            kivra::test::Sandbox::instance().home() + QStringLiteral("/seen.") + suffix;
         view.saveToFile(path);
         const QImage saved(path);
         COMPARE_PICTURES(saved.convertToFormat(QImage::Format_RGB32), view.shown());

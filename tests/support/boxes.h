@@ -39,7 +39,8 @@ protected:
 private:
     void opened(QDialog *box);
 
-    struct Expected {
+    struct Expected
+    {
         QString title;
         Answer answer;
     };

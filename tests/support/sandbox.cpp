@@ -111,8 +111,7 @@ void Sandbox::refuseToEscape() const
         if (!path.startsWith(home()))
             giveUp(QStringLiteral("%1 lies outside %2").arg(path, home()));
     }
-    const QString store =
-        QSettings(QStringLiteral("Orvane"), QStringLiteral("KivraQt")).fileName();
+    const QString store = QSettings(QStringLiteral("Orvane"), QStringLiteral("KivraQt")).fileName();
     if (!store.startsWith(home()))
         giveUp(QStringLiteral("the settings store %1 lies outside %2").arg(store, home()));
 }

@@ -20,7 +20,8 @@ public:
         , reportedBytes(reported)
         , stride(rowBytes)
         , mappable(canBeMapped)
-    {}
+    {
+    }
 
     MapMode mapMode() const override { return mode; }
     uchar *map(MapMode wanted, int *numBytes, int *bytesPerLine) override
@@ -87,9 +88,9 @@ private slots:
         const QList<QVideoFrame::PixelFormat> formats = {QVideoFrame::Format_ARGB32,
                                                          QVideoFrame::Format_RGB32};
         const VideoSurface surface;
-        for (const auto handle : {QAbstractVideoBuffer::NoHandle,
-                                  QAbstractVideoBuffer::GLTextureHandle,
-                                  QAbstractVideoBuffer::EGLImageHandle})
+        for (const auto handle :
+             {QAbstractVideoBuffer::NoHandle, QAbstractVideoBuffer::GLTextureHandle,
+              QAbstractVideoBuffer::EGLImageHandle})
             QCOMPARE(surface.supportedPixelFormats(handle), formats);
     }
 
@@ -147,8 +148,7 @@ private slots:
     {
         VideoSurface surface;
         QSize seen;
-        connect(&surface, &VideoSurface::frameAvailable,
-                [&] { seen = surface.frame().size(); });
+        connect(&surface, &VideoSurface::frameAvailable, [&] { seen = surface.frame().size(); });
         QVERIFY(surface.present(frameOver(bytesOf(gradient({12, 7})), {12, 7})));
         QCOMPARE(seen, QSize(12, 7));
     }
@@ -234,9 +234,8 @@ private slots:
         const QSize size(6, 6);
         const QByteArray memory = bytesOf(gradient({8, 6}));
         VideoSurface surface;
-        QVERIFY(surface.present(
-            QVideoFrame(new DriverBuffer(memory, memory.size(), 8 * 4, true), size,
-                        QVideoFrame::Format_RGB32)));
+        QVERIFY(surface.present(QVideoFrame(new DriverBuffer(memory, memory.size(), 8 * 4, true),
+                                            size, QVideoFrame::Format_RGB32)));
         COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
     }
 

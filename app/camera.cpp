@@ -1,0 +1,183 @@
+#include "app/camera.h"
+
+#include "resources/resources.h"
+#include "storage/images.h"
+#include "storage/settings.h"
+#include "ui_camera.h"
+#include "video/videosurface.h"
+
+#include <QActionGroup>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QTimer>
+
+QString _imgAOuvrir;
+const QString _versionNr = QStringLiteral(KIVRA_VERSION);
+
+namespace {
+
+constexpr int figuresMs = 1000;
+constexpr int messageMs = 2000;
+
+void registerMetaTypes()
+{
+    qRegisterMetaType<QCamera::LockStatus>("QCamera::LockStatus");
+    qRegisterMetaType<QCamera::LockChangeReason>("QCamera::LockChangeReason");
+    qRegisterMetaType<QCamera::State>("QCamera::State");
+    qRegisterMetaType<QCameraImageCapture::Error>("QCameraImageCapture::Error");
+}
+
+// A stored text that is no number counts as absent.
+int storedNumber(const QSettings &store, const QString &key, int absent)
+{
+    bool isNumber = false;
+    const int number = store.value(key, absent).toInt(&isNumber);
+    return isNumber ? number : absent;
+}
+
+} // namespace
+
+Camera::Camera(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(std::make_unique<Ui_Camera>())
+{
+    initialiseResources();
+    registerMetaTypes();
+    setUpForm();
+    readSettings();
+    images = std::make_unique<Images>();
+    videoSurface = std::make_unique<VideoSurface>(nullptr);
+    clipboard = QGuiApplication::clipboard();
+    const QByteArray device = fillDeviceMenu();
+    connect(QGuiApplication::screens().constFirst(), SIGNAL(virtualGeometryChanged(QRect)), this,
+            SLOT(orientationEcran(QRect)));
+    setCamera(device);
+    groupActions();
+    setShortcuts();
+    startTimers();
+    ui->displayWidget->setZoomFactor(float(coefZoom * 0.01));
+    if (!_imgAOuvrir.isEmpty())
+        displayFile(_imgAOuvrir);
+    ui->displayWidget->busy = false;
+}
+
+// The camera draws on the surface to its last moment.
+Camera::~Camera()
+{
+    imageCapture.reset();
+    camera.reset();
+}
+
+// The view counts as busy until the window is complete, so that no frame reaches it before.
+void Camera::setUpForm()
+{
+    ui->setupUi(this);
+    setWindowTitle(QStringLiteral("Kivra"));
+    ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
+    ui->displayWidget->busy = true;
+    ui->toolBar->setVisible(false);
+    setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));
+    setFocus(Qt::OtherFocusReason);
+}
+
+// The reduced field is off unless the last settings are wanted; then it is on unless stored as off.
+void Camera::readSettings()
+{
+    const QSettings store = settingsStore();
+    if (!store.value(QStringLiteral("preferences/restore"), false).toBool())
+        return;
+    lumiere = storedNumber(store, QStringLiteral("params/lumiere"), lumiere);
+    contraste = storedNumber(store, QStringLiteral("params/contraste"), contraste);
+    reglage = storedNumber(store, QStringLiteral("params/reglage"), reglage);
+    coefZoom = storedNumber(store, QStringLiteral("params/zoom"), coefZoom);
+    smallField = store.value(QStringLiteral("preferences/smallField"), true).toBool();
+}
+
+// Returns the identifier of the first camera, empty when there is none.
+QByteArray Camera::fillDeviceMenu()
+{
+    auto *const devices = new QActionGroup(this);
+    devices->setExclusive(true);
+    QByteArray chosen;
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    const QList<QByteArray> identifiers = QCamera::availableDevices();
+    for (const QByteArray &identifier : identifiers) {
+        auto *const action = new QAction(QCamera::deviceDescription(identifier), devices);
+        action->setCheckable(true);
+        action->setData(identifier);
+        if (chosen.isEmpty()) {
+            chosen = identifier;
+            action->setChecked(true);
+        }
+        ui->menuDevices->addAction(action);
+    }
+    QT_WARNING_POP
+    connect(devices, SIGNAL(triggered(QAction *)), this, SLOT(updateCameraDevice(QAction *)));
+    return chosen;
+}
+
+// Exclusive, so that checking one mode or effect unchecks the others.
+void Camera::groupActions()
+{
+    auto *const effects = new QActionGroup(this);
+    for (QAction *action : effectActions())
+        effects->addAction(action);
+    auto *const modes = new QActionGroup(this);
+    for (QAction *action : modeActions())
+        modes->addAction(action);
+}
+
+void Camera::setShortcuts()
+{
+    const std::pair<QAction *, QKeySequence> shortcuts[] = {
+        {ui->actionImageSettings, Qt::Key_F8},
+        {ui->actionExit, Qt::ALT + Qt::Key_F4},
+        {ui->actionEnregistrer_image, Qt::CTRL + Qt::Key_S},
+        {ui->actionNegatif, Qt::CTRL + Qt::Key_I},
+        {ui->actionNoir_et_blanc, Qt::CTRL + Qt::Key_C},
+        {ui->actionBicolore, Qt::CTRL + Qt::Key_B},
+        {ui->actionEffet, Qt::Key_F7},
+        {ui->actionMode, Qt::Key_F6},
+        {ui->actionTailleFenetre, Qt::Key_F5},
+        {ui->actionAide, Qt::Key_F1},
+        {ui->actionInfoSysteme, Qt::Key_F3},
+        {ui->actionA_propos, Qt::Key_F4},
+        {ui->actionOuvrir_Image, Qt::CTRL + Qt::Key_O},
+        {ui->actionReinit, Qt::CTRL + Qt::Key_Z},
+        {ui->actionMenu_graphique, Qt::CTRL + Qt::Key_M},
+    };
+    for (const auto &[action, keys] : shortcuts)
+        action->setShortcut(keys);
+}
+
+void Camera::startTimers()
+{
+    aTimer = std::make_unique<QTimer>();
+    connect(aTimer.get(), SIGNAL(timeout()), this, SLOT(aTimerSlot()));
+    aTimer->start(figuresMs);
+    bTimer = std::make_unique<QTimer>();
+    bTimer->setInterval(messageMs);
+    connect(bTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
+}
+
+// A modal box that opened while a mouse button was down has swallowed the release.
+bool Camera::event(QEvent *event)
+{
+    if (event->type() == QEvent::WindowUnblocked && isVisible())
+        ui->displayWidget->forgetLostPress();
+    return QMainWindow::event(event);
+}
+
+void Camera::closeEvent(QCloseEvent *event)
+{
+    if (captureInProgress) {
+        setEnabled(false);
+        closePending = true;
+        event->ignore();
+    } else {
+        event->accept();
+    }
+}

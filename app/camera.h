@@ -1,0 +1,183 @@
+#pragma once
+
+#include <QCamera>
+#include <QCameraImageCapture>
+#include <QImage>
+#include <QImageEncoderSettings>
+#include <QMainWindow>
+#include <array>
+#include <memory>
+
+class Images;
+class QAction;
+class QActionGroup;
+class QClipboard;
+class QTimer;
+class Ui_Camera;
+class VideoSurface;
+
+/// Path of the picture to show at the start; empty for the live picture.
+extern QString _imgAOuvrir;
+/// The program's version, for the user.
+extern const QString _versionNr;
+
+/// The main window. It shows the live picture of the camera, or a stored one, through the selected
+/// rendering mode, the brightness and contrast table and the selected effect.
+///
+/// Everything runs on the window's thread. Sources: camera.cpp for construction and closing, one
+/// camera_<subject>.cpp for each group of slots.
+class Camera : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit Camera(QWidget *parent = nullptr);
+    ~Camera() override;
+
+protected:
+    bool event(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void keyReleaseEvent(QKeyEvent *event) override;
+
+    // The order of the slots is the order of the slot table, which others may rely on.
+private slots:
+    /// Traces a change of the screen's geometry.
+    void orientationEcran(QRect geometry);
+    /// Shows a line in the status bar for two seconds, if the user wants such lines.
+    void displayOnStatusBar(const QString &text);
+    /// Shows a large message on the picture for two seconds, if the user wants messages.
+    void displayMsg(const QString &text);
+
+    /// Opens the camera with this identifier, or the system's default one, and starts it.
+    void setCamera(const QByteArray &cameraDevice);
+    void startCamera();
+    void stopCamera();
+    /// Focuses and locks, or unlocks.
+    void toggleLock();
+    /// Puts the shown picture on the clipboard and stores a picture.
+    void takeImage();
+    void displayCaptureError(int id, QCameraImageCapture::Error error, const QString &errorString);
+    /// Lets the user choose format, resolution and quality of stills.
+    void configureImageSettings();
+    void displayCameraError();
+    void updateCameraDevice(QAction *action);
+    /// Enables Start or Stop, whichever the camera's state allows.
+    void updateCameraState(QCamera::State state);
+    /// In steps of half a stop.
+    void setExposureCompensation(int index);
+    /// The preview of a still, which nothing shows.
+    void processCapturedImage(int requestId, const QImage &img);
+    void updateLockStatus(QCamera::LockStatus status, QCamera::LockChangeReason reason);
+    void readyForCapture(bool ready);
+    /// A still is on disk: a close that waited for it goes ahead.
+    void imageSaved(int id, const QString &fileName);
+
+    void on_actionImageSettings_triggered();
+    void on_actionEnregistrer_image_triggered();
+    void on_actionNegatif_triggered();
+    /// Steps the rendering mode.
+    void on_actionEffet_triggered();
+    /// Takes the camera's frame and shows it.
+    void displayImage();
+    /// Steps the window's size preset.
+    void on_actionTailleFenetre_triggered();
+    void on_actionMiseAJour_triggered();
+    void on_actionInfoSysteme_triggered();
+    void on_actionOuvrir_Image_triggered();
+    /// Steps the effect.
+    void on_actionMode_triggered();
+
+    /// Sets one coefficient: stores it, announces it and renders the picture again.
+    void on_changeCoef(int coef, int value);
+    void on_resetCoef();
+    void on_incCoef();
+    void on_decCoef();
+
+    /// Each second: the line of figures.
+    void aTimerSlot();
+    /// Two seconds after the last message: hides it.
+    void bTimerSlot();
+
+    /// Renders the last frame with the current selections and shows it.
+    void updateDisplay();
+    /// Applies mode, table and effect, in this order, to a 32-bit picture in place.
+    void fProcessing(QImage *pImg, int imageProcessing, int displayMode);
+
+    void on_actionNoir_et_blanc_triggered();
+    void on_actionBicolore_triggered();
+    void on_actionNormal_triggered();
+    void on_actionTrNormal_triggered();
+    void on_actionAutomatique_triggered();
+    void on_actionEclairage_difficile_triggered();
+    void on_actionTexte_triggered();
+    void on_actionTexte_manuscrit_triggered();
+    void on_actionTableau_vert_triggered();
+    void on_actionEffet_artistique_triggered();
+    void on_actionAide_triggered();
+    void on_actionA_propos_triggered();
+    void on_actionMenu_graphique_triggered();
+    void on_actionPreferences_triggered();
+    void on_actionLumiere_triggered();
+    /// Back to normal rendering, no effect, and the start values of all coefficients.
+    void on_actionReinit_triggered();
+    void on_actionContraste_triggered();
+    void on_actionReglageCourant_triggered();
+    void on_actionZoom_triggered();
+    /// Starts or stops the camera.
+    void on_actionCamera_triggered();
+    void on_actionIncCoef_triggered();
+    void on_actionDecCoef_triggered();
+    void on_actionResetCoef_triggered();
+    void show_Menu_graphique(bool show);
+
+private:
+    friend class CameraProbe; // the tests' eye on state that no widget shows
+
+    /// Loads a picture file and shows it in place of the live picture; a box tells of a failure.
+    void displayFile(const QString &path);
+
+    // Steps of the construction
+    void setUpForm();
+    void readSettings();
+    QByteArray fillDeviceMenu();
+    void groupActions();
+    void setShortcuts();
+    void startTimers();
+
+    // Helpers of the slots
+    void connectCamera();
+    std::array<QAction *, 7> modeActions() const;
+    std::array<QAction *, 4> effectActions() const;
+    void toggleEffect(int effect);
+    void selectCoefficient(int coefficient, const QString &message);
+    void stepCoefficient(bool up);
+
+    std::unique_ptr<Ui_Camera> ui;
+    std::unique_ptr<QCamera> camera;
+    std::unique_ptr<QCameraImageCapture> imageCapture;
+    QImageEncoderSettings imageSettings; ///< as last accepted by the user
+    QString imagePath;                   ///< of the picture last taken or shown from a file
+    bool captureInProgress = false;
+    bool closePending = false; ///< the user asked to close while a capture was under way
+    int imageProcessing = 0;   ///< rendering mode, 0..6
+    int displayMode = 0;       ///< effect, 0..3
+    int modeTailleFenetre = 0; ///< window size preset, 0..2
+    int framesDisplayed = 0;   ///< since the last line of figures
+    int lastPixelCount = 0;
+    double displayTimeMsPerMp = 0.0;    ///< of table and effect
+    double processingTimeMsPerMp = 0.0; ///< of the rendering mode
+    bool rawStore = true;               ///< as read at the last capture
+    bool smallField = false;            ///< show the centre of the frame only
+    int lumiere = 0;                    ///< -100..100
+    int contraste = 100;                ///< per cent, 10..1000
+    int reglage = 50;                   ///< 0..100
+    int coefZoom = 100;                 ///< per cent, 12..800
+    int coefCourant = 3;                ///< 0 contraste, 1 lumiere, 2 reglage, 3 zoom
+    std::unique_ptr<VideoSurface> videoSurface;
+    QImage lastFrame; ///< unprocessed, 32-bit; null before the first frame
+    std::unique_ptr<QTimer> aTimer;
+    std::unique_ptr<QTimer> bTimer;
+    std::unique_ptr<Images> images;
+    QClipboard *clipboard = nullptr;
+};

@@ -1,0 +1,45 @@
+// Showing a picture file in place of the live picture.
+
+#include "app/camera.h"
+
+#include "storage/images.h"
+#include "storage/paths.h"
+#include "ui_camera.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+
+void Camera::displayFile(const QString &path)
+{
+    if (!lastFrame.load(path)) {
+        QMessageBox::warning(this, QStringLiteral("échec chargement de fichier"),
+                             QStringLiteral("impossible d'ouvrir l'image ") + path,
+                             QMessageBox::Ok);
+        return;
+    }
+    imagePath = path;
+    camera->stop();
+    coefZoom = 100;
+    PixmapWidget *const view = ui->displayWidget;
+    view->setZoomFactor(1.0F);
+    view->setScaleFactor(float(view->width()) / float(lastFrame.width()));
+    view->resetPos();
+    if (lastFrame.format() != QImage::Format_RGB32)
+        lastFrame = lastFrame.convertToFormat(QImage::Format_RGB32);
+    updateDisplay();
+    statusBar()->showMessage(path);
+}
+
+// A cancelled dialog is not told apart: the failed loading of no file tells the user.
+void Camera::on_actionOuvrir_Image_triggered()
+{
+    camera->stop();
+    const QString file = QFileDialog::getOpenFileName(nullptr, QStringLiteral("Ouvrir image"),
+                                                      getDir(QStringLiteral("tableaux")),
+                                                      QStringLiteral("Files (*.*)"));
+    images->useStorageRoot = false;
+    images->setDir(QFileInfo(file).path());
+    images->reinit();
+    displayFile(file);
+}

@@ -1,0 +1,134 @@
+// Every picture's way: frame in, mode, table, effect, picture out; selection of mode and effect.
+
+#include "app/camera.h"
+
+#include "ui_camera.h"
+#include "video/videosurface.h"
+
+namespace {
+
+// The centre of the frame, half as wide and half as high.
+QRect reducedField(const QSize &frame)
+{
+    const int left = frame.width() / 4;
+    const int top = frame.height() / 4;
+    return {left, top, 2 * left, 2 * top};
+}
+
+} // namespace
+
+// A frame that comes while another is in work, or while the user holds the picture, is dropped.
+void Camera::displayImage()
+{
+    bool &busy = ui->displayWidget->busy;
+    if (busy)
+        return;
+    busy = true;
+    lastFrame = videoSurface->frame();
+    if (smallField)
+        lastFrame = lastFrame.copy(reducedField(lastFrame.size()));
+    updateDisplay();
+    ++framesDisplayed;
+    busy = false;
+}
+
+void Camera::updateDisplay()
+{
+    QImage picture = lastFrame.copy();
+    fProcessing(&picture, imageProcessing, displayMode);
+    ui->displayWidget->setPixmap(QPixmap::fromImage(picture));
+    update();
+}
+
+void Camera::fProcessing(QImage *, int, int) {}
+
+std::array<QAction *, 7> Camera::modeActions() const
+{
+    return {ui->actionTrNormal,        ui->actionAutomatique,     ui->actionEclairage_difficile,
+            ui->actionTexte,           ui->actionTexte_manuscrit, ui->actionTableau_vert,
+            ui->actionEffet_artistique};
+}
+
+std::array<QAction *, 4> Camera::effectActions() const
+{
+    return {ui->actionNormal, ui->actionNoir_et_blanc, ui->actionNegatif, ui->actionBicolore};
+}
+
+// The artistic mode is left out of the cycle: only its own action selects it.
+void Camera::on_actionEffet_triggered()
+{
+    imageProcessing = imageProcessing <= 4 ? imageProcessing + 1 : 0;
+    QAction *const action = modeActions()[size_t(imageProcessing)];
+    action->setChecked(true);
+    displayMsg(action->text());
+    updateDisplay();
+}
+
+void Camera::on_actionMode_triggered()
+{
+    displayMode = displayMode <= 2 ? displayMode + 1 : 0;
+    QAction *const action = effectActions()[size_t(displayMode)];
+    action->setChecked(true);
+    displayMsg(action->text());
+    updateDisplay();
+}
+
+void Camera::on_actionTrNormal_triggered()
+{
+    imageProcessing = 0;
+}
+
+void Camera::on_actionAutomatique_triggered()
+{
+    imageProcessing = 1;
+}
+
+void Camera::on_actionEclairage_difficile_triggered()
+{
+    imageProcessing = 2;
+}
+
+void Camera::on_actionTexte_triggered()
+{
+    imageProcessing = 3;
+}
+
+void Camera::on_actionTexte_manuscrit_triggered()
+{
+    imageProcessing = 4;
+}
+
+void Camera::on_actionTableau_vert_triggered()
+{
+    imageProcessing = 5;
+}
+
+void Camera::on_actionEffet_artistique_triggered()
+{
+    imageProcessing = 6;
+}
+
+void Camera::toggleEffect(int effect)
+{
+    displayMode = displayMode == effect ? 0 : effect;
+}
+
+void Camera::on_actionNormal_triggered()
+{
+    displayMode = 0;
+}
+
+void Camera::on_actionNoir_et_blanc_triggered()
+{
+    toggleEffect(1);
+}
+
+void Camera::on_actionNegatif_triggered()
+{
+    toggleEffect(2);
+}
+
+void Camera::on_actionBicolore_triggered()
+{
+    toggleEffect(3);
+}

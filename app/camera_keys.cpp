@@ -1,0 +1,67 @@
+// The keyboard: one key at a time, without regard to modifiers.
+
+#include "app/camera.h"
+
+#include "storage/images.h"
+
+#include <QKeyEvent>
+
+void Camera::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Space:
+        images->getNextImage();
+        displayFile(images->currentImage);
+        break;
+    case Qt::Key_Backspace:
+        images->getPrevImage();
+        displayFile(images->currentImage);
+        break;
+    case Qt::Key_Plus:
+    case Qt::Key_Up:
+        on_incCoef();
+        break;
+    case Qt::Key_Minus:
+    case Qt::Key_Down:
+        on_decCoef();
+        break;
+    case Qt::Key_Left:
+        on_resetCoef();
+        break;
+    case Qt::Key_C:
+        coefCourant = 0;
+        displayMsg(QStringLiteral("contraste "));
+        break;
+    case Qt::Key_L:
+        coefCourant = 1;
+        displayMsg(QStringLiteral("lumière "));
+        break;
+    case Qt::Key_R:
+        coefCourant = 2;
+        displayMsg(QStringLiteral("réglage "));
+        break;
+    case Qt::Key_Z:
+        coefCourant = 3;
+        displayMsg(QStringLiteral("zoom "));
+        setFocus(Qt::OtherFocusReason);
+        break;
+    case Qt::Key_Camera:
+        takeImage();
+        event->accept();
+        break;
+    case Qt::Key_CameraFocus:
+        camera->searchAndLock();
+        event->accept();
+        break;
+    default:
+        QMainWindow::keyPressEvent(event);
+    }
+}
+
+void Camera::keyReleaseEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_CameraFocus)
+        camera->unlock();
+    else
+        QMainWindow::keyReleaseEvent(event);
+}

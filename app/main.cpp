@@ -1,0 +1,38 @@
+#include "app/camera.h"
+#include "resources/resources.h"
+
+#include <QApplication>
+#include <QDebug>
+#include <QDir>
+#include <QIcon>
+
+namespace {
+
+QIcon applicationIcon()
+{
+    initialiseResources();
+    QIcon icon;
+    for (const QString &file : applicationIconFiles())
+        icon.addFile(file);
+    return icon;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QApplication application(argc, argv);
+    QApplication::setWindowIcon(applicationIcon());
+    QApplication::setDesktopFileName(QStringLiteral("kivra")); // finds the icon under Wayland
+
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() >= 2)
+        _imgAOuvrir = arguments.at(1);
+    qDebug() << QDir::currentPath();
+
+    Camera camera;
+    camera.show();
+    return QApplication::exec();
+}
