@@ -1,0 +1,286 @@
+// A frame's way from the camera to the screen.
+
+#include "tests/app/window.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+#include "video/videosurface.h"
+
+#include <QAbstractVideoBuffer>
+
+using kivra::test::Boxes;
+using kivra::test::gradient;
+using kivra::test::Sandbox;
+using kivra::test::storeSetting;
+using kivra::test::TestCamera;
+using kivra::test::Window;
+
+namespace {
+
+TestCamera &device()
+{
+    return TestCamera::instance();
+}
+
+// The surface leaves the last 32 bytes of a frame black.
+QImage received(QImage picture)
+{
+    for (int i = 0; i < 8; ++i)
+        picture.setPixel(picture.width() - 1 - i, picture.height() - 1, 0xff000000);
+    return picture;
+}
+
+// A frame whose memory and stride are not what its size says.
+class OddBuffer : public QAbstractVideoBuffer
+{
+public:
+    OddBuffer(int bytes, int rowBytes)
+        : QAbstractVideoBuffer(NoHandle)
+        , memory(bytes, '\x77')
+        , stride(rowBytes)
+    {
+    }
+    MapMode mapMode() const override { return mode; }
+    uchar *map(MapMode wanted, int *numBytes, int *bytesPerLine) override
+    {
+        if (memory.isEmpty())
+            return nullptr;
+        mode = wanted;
+        *numBytes = memory.size();
+        *bytesPerLine = stride;
+        return reinterpret_cast<uchar *>(memory.data());
+    }
+    void unmap() override { mode = NotMapped; }
+
+private:
+    QByteArray memory;
+    int stride;
+    MapMode mode = NotMapped;
+};
+
+QVideoFrame oddFrame(const QSize &size, int bytes, int stride)
+{
+    return QVideoFrame(new OddBuffer(bytes, stride), size, QVideoFrame::Format_RGB32);
+}
+
+} // namespace
+
+class TestFrames : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        device().reset();
+        boxes = std::make_unique<Boxes>();
+    }
+
+    void cleanup()
+    {
+        window.reset();
+        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
+    }
+
+    void frameIsKeptAndShown()
+    {
+        open();
+        const QImage picture = gradient({200, 100});
+        QVERIFY(device().pushPicture(picture));
+        COMPARE_PICTURES(window->probe.lastFrame(), received(picture));
+        QCOMPARE(window->probe.framesDisplayed(), 1);
+
+        const PixmapWidget *const view = window->probe.view();
+        const QImage shown = window->probe.view()->grab().toImage();
+        const QPoint at((view->width() - 200) / 2, (view->height() - 100) / 2);
+        COMPARE_PICTURES(
+            shown.copy(QRect(at, QSize(200, 100))).convertToFormat(QImage::Format_RGB32),
+            received(picture));
+    }
+
+    void framesAreShownOneByOne()
+    {
+        open();
+        const int presented = iFrame;
+        for (int i = 1; i <= 25; ++i) {
+            QVERIFY(device().pushPicture(gradient({64, 40 + i})));
+            QCOMPARE(window->probe.framesDisplayed(), i);
+            QCOMPARE(window->probe.lastFrame().height(), 40 + i);
+        }
+        QCOMPARE(iFrame, presented + 25);
+    }
+
+    void secondTickCountsAnew()
+    {
+        open();
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(window->probe.framesDisplayed(), 1);
+        QTRY_COMPARE(window->probe.framesDisplayed(), 0);
+    }
+
+    void busyViewDropsTheFrame()
+    {
+        open();
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        window->probe.view()->busy = true;
+        const QImage before = window->probe.view()->grab().toImage();
+        const int displayed = window->probe.framesDisplayed();
+        QVERIFY(device().pushPicture(gradient({32, 24})));
+        QVERIFY(window->probe.framesDisplayed() <= displayed);
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+        QCOMPARE(window->probe.view()->grab().toImage(), before);
+        QVERIFY(window->probe.view()->busy);
+
+        window->probe.view()->busy = false;
+        QVERIFY(device().pushPicture(gradient({32, 24})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
+        QVERIFY(!window->probe.view()->busy);
+    }
+
+    void heldButtonDropsFrames()
+    {
+        open();
+        QTest::mousePress(window->probe.view(), Qt::LeftButton);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QVERIFY(window->probe.lastFrame().isNull());
+        QTest::mouseRelease(window->probe.view(), Qt::LeftButton);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void boxThatSwallowsTheReleaseDoesNotFreezeThePicture()
+    {
+        open();
+        QTest::mousePress(window->probe.view(), Qt::LeftButton);
+        boxes->expect(QStringLiteral("Image Capture Error"));
+        device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
+        QTRY_COMPARE(boxes->answered(), 1);
+        QTRY_VERIFY(!window->probe.view()->busy);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void reducedField_data()
+    {
+        QTest::addColumn<QSize>("frame");
+        QTest::addColumn<QRect>("field");
+        QTest::newRow("even") << QSize(1280, 720) << QRect(QPoint(320, 180), QPoint(959, 539));
+        QTest::newRow("odd") << QSize(1281, 721) << QRect(QPoint(320, 180), QPoint(959, 539));
+        QTest::newRow("three more")
+            << QSize(1283, 723) << QRect(QPoint(320, 180), QPoint(959, 539));
+        QTest::newRow("small") << QSize(12, 9) << QRect(3, 2, 6, 4);
+        QTest::newRow("smallest") << QSize(10, 4) << QRect(2, 1, 4, 2);
+    }
+
+    void reducedField()
+    {
+        QFETCH(QSize, frame);
+        QFETCH(QRect, field);
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        storeSetting(QStringLiteral("preferences/smallField"), true);
+        open();
+        const QImage picture = gradient(frame);
+        QVERIFY(device().pushPicture(picture));
+        COMPARE_PICTURES(window->probe.lastFrame(), received(picture).copy(field));
+    }
+
+    void reducedFieldOfATinyFrame()
+    {
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        open();
+        for (const QSize size : {QSize(3, 3), QSize(1, 1), QSize(40, 3), QSize(3, 40)}) {
+            QVERIFY(device().pushPicture(gradient(size)));
+            QVERIFY(window->probe.lastFrame().isNull());
+        }
+        for (int i = 0; i < 9; ++i)
+            window->trigger("actionEffet");
+    }
+
+    void oddFramesAreHarmless_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<int>("stride");
+        QTest::newRow("padded rows") << QSize(60, 40) << 64 * 4 * 40 << 64 * 4;
+        QTest::newRow("short mapping") << QSize(64, 48) << 1000 << 64 * 4;
+        QTest::newRow("one byte") << QSize(64, 48) << 1 << 64 * 4;
+        QTest::newRow("no stride") << QSize(64, 48) << 64 * 48 * 4 << 0;
+        QTest::newRow("negative stride") << QSize(64, 48) << 64 * 48 * 4 << -256;
+        QTest::newRow("one pixel") << QSize(1, 1) << 4 << 4;
+    }
+
+    void oddFramesAreHarmless()
+    {
+        QFETCH(QSize, size);
+        QFETCH(int, bytes);
+        QFETCH(int, stride);
+        open();
+        QVERIFY(device().pushFrame(oddFrame(size, bytes, stride)));
+        QCOMPARE(window->probe.lastFrame().size(), size);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void emptyFrameIsHarmless()
+    {
+        open();
+        device().pushFrame(oddFrame({0, 0}, 100, 0));
+        QVERIFY(window->probe.lastFrame().isNull());
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void unmappableFrameIsDropped()
+    {
+        open();
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        const int displayed = window->probe.framesDisplayed();
+        device().pushFrame(oddFrame({32, 24}, 0, 128));
+        QVERIFY(window->probe.framesDisplayed() <= displayed);
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void sizeMayChangeInMidStream()
+    {
+        open();
+        for (const QSize size : {QSize(64, 48), QSize(640, 480), QSize(16, 9), QSize(1281, 721)}) {
+            QVERIFY(device().pushPicture(gradient(size)));
+            QCOMPARE(window->probe.lastFrame().size(), size);
+        }
+    }
+
+    void formatMayChangeInMidStream()
+    {
+        open();
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        device().changeFormat(QVideoSurfaceFormat(QSize(96, 64), QVideoFrame::Format_RGB32));
+        QTRY_VERIFY(device().pushPicture(gradient({96, 64})));
+        QTRY_COMPARE(window->probe.lastFrame().size(), QSize(96, 64));
+    }
+
+    void everyCommandBeforeTheFirstFrame()
+    {
+        open();
+        for (const char *name :
+             {"actionEffet", "actionMode", "actionIncCoef", "actionDecCoef", "actionResetCoef",
+              "actionReinit", "actionTexte", "actionTexte_manuscrit", "actionTableau_vert",
+              "actionAutomatique", "actionEclairage_difficile", "actionNegatif"}) {
+            window->trigger(name);
+            window->call("updateDisplay");
+        }
+        QVERIFY(window->probe.lastFrame().isNull());
+    }
+
+private:
+    void open()
+    {
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(device().isRunning());
+    }
+
+    std::unique_ptr<Boxes> boxes;
+    std::unique_ptr<Window> window;
+};
+
+KIVRA_TEST_MAIN(TestFrames)
+#include "test_frames.moc"

@@ -1,0 +1,308 @@
+// Start and end of the window: settings, device menu, a picture to open, closing.
+
+#include "storage/settings.h"
+#include "tests/app/window.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+
+#include <QActionGroup>
+#include <QFile>
+#include <QMenu>
+#include <QStatusBar>
+#include <QToolBar>
+
+using kivra::test::Boxes;
+using kivra::test::Sandbox;
+using kivra::test::storeSetting;
+using kivra::test::TestCamera;
+using kivra::test::Window;
+
+namespace {
+
+QByteArray storeContent()
+{
+    QSettings store = settingsStore();
+    store.sync();
+    QFile file(store.fileName());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QList<QAction *> deviceActions(const Window &window)
+{
+    return window.find<QMenu>("menuDevices")->actions().mid(3); // after Start, Stop, separator
+}
+
+} // namespace
+
+class TestStart : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        TestCamera::instance().reset();
+        _imgAOuvrir.clear();
+        boxes = std::make_unique<Boxes>();
+    }
+
+    void cleanup() { QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify())); }
+
+    void startValues()
+    {
+        const Window window;
+        QCOMPARE(window.windowTitle(), QStringLiteral("Kivra"));
+        QCOMPARE(window.probe.imageProcessing(), 0);
+        QCOMPARE(window.probe.displayMode(), 0);
+        QCOMPARE(window.probe.framesDisplayed(), 0);
+        QCOMPARE(window.probe.coefCourant(), 3);
+        QVERIFY(window.probe.lastFrame().isNull());
+        QVERIFY(!window.probe.captureInProgress());
+        QVERIFY(!window.probe.closePending());
+        QVERIFY(!window.probe.view()->busy);
+        QVERIFY(!window.find<QToolBar>("toolBar")->isVisible());
+        QCOMPARE(window.statusText(), QStringLiteral("caméra active"));
+        QCOMPARE(window.focusPolicy(), Qt::ClickFocus);
+    }
+
+    void restore_data()
+    {
+        QTest::addColumn<QVariant>("restore");
+        QTest::addColumn<bool>("coefficientsStored");
+        QTest::addColumn<QVariant>("smallField");
+        QTest::addColumn<bool>("expectsCoefficients");
+        QTest::addColumn<bool>("expectsSmallField");
+        for (const QVariant &restore : {QVariant(), QVariant(false), QVariant(true)}) {
+            for (const bool stored : {false, true}) {
+                for (const QVariant &smallField : {QVariant(), QVariant(false), QVariant(true)}) {
+                    const bool wanted = restore.toBool();
+                    QTest::addRow("restore %s, coefficients %d, small field %s",
+                                  qPrintable(restore.toString()), int(stored),
+                                  qPrintable(smallField.toString()))
+                        << restore << stored << smallField << (wanted && stored)
+                        << (wanted && (!smallField.isValid() || smallField.toBool()));
+                }
+            }
+        }
+    }
+
+    void restore()
+    {
+        QFETCH(QVariant, restore);
+        QFETCH(bool, coefficientsStored);
+        QFETCH(QVariant, smallField);
+        QFETCH(bool, expectsCoefficients);
+        QFETCH(bool, expectsSmallField);
+        if (restore.isValid())
+            storeSetting(QStringLiteral("preferences/restore"), restore);
+        if (smallField.isValid())
+            storeSetting(QStringLiteral("preferences/smallField"), smallField);
+        if (coefficientsStored) {
+            storeSetting(QStringLiteral("params/lumiere"), -40);
+            storeSetting(QStringLiteral("params/contraste"), 172);
+            storeSetting(QStringLiteral("params/reglage"), 70);
+            storeSetting(QStringLiteral("params/zoom"), 200);
+        }
+        const Window window;
+        QCOMPARE(window.probe.lumiere(), expectsCoefficients ? -40 : 0);
+        QCOMPARE(window.probe.contraste(), expectsCoefficients ? 172 : 100);
+        QCOMPARE(window.probe.reglage(), expectsCoefficients ? 70 : 50);
+        QCOMPARE(window.probe.coefZoom(), expectsCoefficients ? 200 : 100);
+        QCOMPARE(window.probe.coefCourant(), 3);
+        QCOMPARE(window.probe.smallField(), expectsSmallField);
+    }
+
+    void restoreAlone_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<int>("value");
+        QTest::newRow("lumiere") << QStringLiteral("params/lumiere") << 20;
+        QTest::newRow("contraste") << QStringLiteral("params/contraste") << 57;
+        QTest::newRow("reglage") << QStringLiteral("params/reglage") << 0;
+        QTest::newRow("zoom") << QStringLiteral("params/zoom") << 48;
+    }
+
+    // Each of the four coefficients is read from its own key, the others keep their start values.
+    void restoreAlone()
+    {
+        QFETCH(QString, key);
+        QFETCH(int, value);
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        storeSetting(key, value);
+        const Window window;
+        const QString name = QString::fromLatin1(QTest::currentDataTag());
+        QCOMPARE(window.probe.lumiere(), name == QLatin1String("lumiere") ? value : 0);
+        QCOMPARE(window.probe.contraste(), name == QLatin1String("contraste") ? value : 100);
+        QCOMPARE(window.probe.reglage(), name == QLatin1String("reglage") ? value : 50);
+        QCOMPARE(window.probe.coefZoom(), name == QLatin1String("zoom") ? value : 100);
+    }
+
+    void restoredZoomIsShown()
+    {
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        storeSetting(QStringLiteral("preferences/smallField"), false);
+        storeSetting(QStringLiteral("params/zoom"), 200);
+        Window window;
+        QImage white(64, 48, QImage::Format_RGB32);
+        white.fill(Qt::white);
+        QTRY_VERIFY(TestCamera::instance().pushPicture(white));
+        const QImage shown = window.probe.view()->grab().toImage();
+        const QPoint middle = shown.rect().center();
+        QCOMPARE(shown.pixelColor(middle + QPoint(-60, 0)), QColor(Qt::white));
+        QVERIFY(shown.pixelColor(middle + QPoint(-70, 0)) != QColor(Qt::white));
+    }
+
+    void textWhereNumbersBelong()
+    {
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        for (const char *key : {"lumiere", "contraste", "reglage", "zoom"})
+            storeSetting(QStringLiteral("params/") + QLatin1String(key),
+                         QStringLiteral("beaucoup"));
+        const Window window;
+        QCOMPARE(window.probe.lumiere(), 0);
+        QCOMPARE(window.probe.contraste(), 100);
+        QCOMPARE(window.probe.reglage(), 50);
+        QCOMPARE(window.probe.coefZoom(), 100);
+    }
+
+    void deviceMenuListsTheDevices()
+    {
+        TestCamera::instance().setDevices({{"b", QStringLiteral("Deuxième")},
+                                           {"a", QStringLiteral("Première")},
+                                           {"c", QStringLiteral("Troisième")}});
+        const Window window;
+        const QList<QAction *> devices = deviceActions(window);
+        QCOMPARE(devices.size(), 3);
+        QCOMPARE(devices.at(0)->text(), QStringLiteral("Deuxième"));
+        QCOMPARE(devices.at(1)->text(), QStringLiteral("Première"));
+        QCOMPARE(devices.at(2)->text(), QStringLiteral("Troisième"));
+        QCOMPARE(devices.at(1)->data().toByteArray(), QByteArray("a"));
+        for (const QAction *device : devices)
+            QVERIFY(device->isCheckable());
+        QVERIFY(devices.at(0)->isChecked());
+        QVERIFY(devices.at(0)->actionGroup()->isExclusive());
+        QCOMPARE(devices.at(0)->actionGroup()->parent(), &window);
+        QCOMPARE(TestCamera::instance().record().device, QByteArray("b"));
+    }
+
+    void withoutACameraABoxAndAUsableWindow()
+    {
+        TestCamera::instance().setDevices({});
+        boxes->expect(QStringLiteral("Camera error"));
+        Window window;
+        QVERIFY(deviceActions(window).isEmpty());
+        QVERIFY(window.isVisible());
+        QVERIFY(window.isEnabled());
+        QVERIFY(!boxes->lastText().isEmpty());
+        QVERIFY(window.probe.camera());
+        QCOMPARE(boxes->lastText(), window.probe.camera()->errorString());
+        window.trigger("actionZoom");
+        window.trigger("actionIncCoef");
+        QCOMPARE(window.probe.coefZoom(), 118);
+    }
+
+    void pictureOfTheCommandLine()
+    {
+        const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
+        const QImage picture = kivra::test::gradient({300, 200});
+        QVERIFY(picture.save(path));
+        _imgAOuvrir = path;
+        const Window window;
+        COMPARE_PICTURES(window.probe.lastFrame(), picture);
+        QCOMPARE(window.statusText(), path);
+        QVERIFY(window.action("actionStartCamera")->isEnabled());
+        QVERIFY(!window.probe.view()->busy);
+    }
+
+    void missingPictureOfTheCommandLine()
+    {
+        _imgAOuvrir = QStringLiteral("nulle/part.jpg");
+        boxes->expect(QStringLiteral("échec chargement de fichier"));
+        const Window window;
+        QCOMPARE(boxes->lastText(), QStringLiteral("impossible d'ouvrir l'image nulle/part.jpg"));
+        QVERIFY(window.isVisible());
+    }
+
+    void closes()
+    {
+        Window window;
+        QVERIFY(window.close());
+        QVERIFY(!window.isVisible());
+    }
+
+    void closeWaitsForTheCapture()
+    {
+        Window window;
+        window.probe.setCaptureInProgress(true);
+        QVERIFY(!window.close());
+        QVERIFY(window.isVisible());
+        QVERIFY(!window.isEnabled());
+        QVERIFY(window.probe.closePending());
+        window.call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
+        QVERIFY(!window.isVisible());
+        QVERIFY(!window.probe.captureInProgress());
+    }
+
+    void savedPictureAloneDoesNotClose()
+    {
+        Window window;
+        window.probe.setCaptureInProgress(true);
+        window.call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
+        QVERIFY(window.isVisible());
+        QVERIFY(!window.probe.captureInProgress());
+    }
+
+    void captureErrorDoesNotResumeAClose()
+    {
+        Window window;
+        window.probe.setCaptureInProgress(true);
+        QVERIFY(!window.close());
+        boxes->expect(QStringLiteral("Image Capture Error"));
+        window.call("displayCaptureError", Q_ARG(int, 1),
+                    Q_ARG(QCameraImageCapture::Error, QCameraImageCapture::ResourceError),
+                    Q_ARG(QString, QStringLiteral("plus de place")));
+        QCOMPARE(boxes->lastText(), QStringLiteral("plus de place"));
+        QVERIFY(!window.probe.captureInProgress());
+        QVERIFY(window.isVisible());
+        QVERIFY(!window.isEnabled());
+        QVERIFY(window.probe.closePending());
+    }
+
+    void closeRightAfterACaptureTakesEffect()
+    {
+        TestCamera::instance().setStillAnswer(TestCamera::Answer::OnCall);
+        Window window;
+        QTRY_VERIFY(TestCamera::instance().isRunning());
+        window.call("takeImage");
+        QVERIFY(!window.probe.captureInProgress());
+        QVERIFY(window.close());
+        QVERIFY(!window.isVisible());
+    }
+
+    void closingWritesNoSettings()
+    {
+        storeSetting(QStringLiteral("params/zoom"), 166);
+        const QByteArray before = storeContent();
+        {
+            Window window;
+            window.close();
+        }
+        QCOMPARE(storeContent(), before);
+    }
+
+    void manyWindowsOneAfterTheOther()
+    {
+        for (int i = 0; i < 20; ++i) {
+            const Window window;
+            QTRY_VERIFY(TestCamera::instance().isRunning());
+        }
+        QCOMPARE(TestCamera::instance().record().opened, TestCamera::instance().record().closed);
+    }
+
+private:
+    std::unique_ptr<Boxes> boxes;
+};
+
+KIVRA_TEST_MAIN(TestStart)
+#include "test_start.moc"

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/camera.h"
+#include "tests/support/boxes.h"
+#include "tests/support/probe.h"
+#include "tests/support/testcamera.h"
+
+#include <QAction>
+#include <QTest>
+
+namespace kivra::test {
+
+/// The program's window as a user has it: made, shown and on the screen.
+class Window : public Camera
+{
+public:
+    Window();
+
+    CameraProbe probe{*this};
+
+    /// The object of this name and type; ends the program when there is none.
+    template<typename T>
+    T *find(const char *name) const
+    {
+        auto *const found = findChild<T *>(QLatin1String(name));
+        if (!found)
+            qFatal("the window has no %s", name);
+        return found;
+    }
+    QAction *action(const char *name) const { return find<QAction>(name); }
+    /// Does what a click on the action does. Ends the program when it is disabled.
+    void trigger(const char *name) const;
+    /// Calls a slot by name, as a signal would.
+    template<typename... Arguments>
+    void call(const char *slot, Arguments... arguments)
+    {
+        if (!QMetaObject::invokeMethod(this, slot, Qt::DirectConnection, arguments...))
+            qFatal("the window has no slot %s", slot);
+    }
+    QString statusText() const;
+};
+
+/// Writes a setting as another program would.
+void storeSetting(const QString &key, const QVariant &value);
+
+} // namespace kivra::test

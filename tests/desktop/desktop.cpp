@@ -1,0 +1,156 @@
+#include "tests/desktop/desktop.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+#include <QTest>
+
+namespace kivra::test {
+
+namespace {
+
+constexpr int patienceMs = 30000;
+
+bool xdoWorks(const QStringList &words, QString *output)
+{
+    QProcess xdotool;
+    xdotool.start(QStringLiteral("xdotool"), words);
+    xdotool.waitForFinished(patienceMs);
+    *output = QString::fromUtf8(xdotool.readAllStandardOutput()).trimmed();
+    return xdotool.exitStatus() == QProcess::NormalExit && xdotool.exitCode() == 0;
+}
+
+bool near(int one, int other)
+{
+    return qAbs(one - other) <= 2;
+}
+
+} // namespace
+
+Desktop::Desktop()
+{
+    windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    QString ignored;
+    const bool up = QTest::qWaitFor(
+        [&] { return xdoWorks({QStringLiteral("get_num_desktops")}, &ignored); }, patienceMs);
+    if (!up)
+        qFatal("the window manager did not come up");
+    placeProgram();
+    program.setProcessChannelMode(QProcess::MergedChannels);
+}
+
+Desktop::~Desktop()
+{
+    for (QProcess *process : {&program, &windowManager}) {
+        process->terminate();
+        if (!process->waitForFinished(patienceMs))
+            process->kill();
+    }
+}
+
+// A qt.conf beside the program points it to the plug-ins that the sandbox left.
+void Desktop::placeProgram()
+{
+    const QDir built(QStringLiteral(KIVRA_PROGRAM_FOLDER));
+    const QDir placed(folder.path());
+    const bool copied = QFile::copy(built.filePath(QStringLiteral("kivra")),
+                                    placed.filePath(QStringLiteral("kivra"))) &&
+                        QFile::link(built.filePath(QStringLiteral("mediaservice")),
+                                    placed.filePath(QStringLiteral("mediaservice")));
+    QFile configuration(placed.filePath(QStringLiteral("qt.conf")));
+    if (!copied || !configuration.open(QIODevice::WriteOnly))
+        qFatal("the program cannot be copied");
+    configuration.write("[Paths]\nPlugins = " +
+                        QFile::encodeName(QCoreApplication::libraryPaths().constFirst()) + '\n');
+}
+
+bool Desktop::start(const QStringList &arguments)
+{
+    program.start(QDir(folder.path()).filePath(QStringLiteral("kivra")), arguments);
+    const QStringList search = {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                QStringLiteral("--name"), QStringLiteral("^Kivra$")};
+    return QTest::qWaitFor([&] { return xdoWorks(search, &windowId) && !windowId.isEmpty(); },
+                           patienceMs);
+}
+
+int Desktop::close()
+{
+    xdo(QStringLiteral("key alt+F4"));
+    if (!program.waitForFinished(patienceMs))
+        return -1;
+    return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
+}
+
+QString Desktop::log()
+{
+    return QString::fromUtf8(program.readAll());
+}
+
+QString Desktop::xdo(const QString &words) const
+{
+    QString output;
+    if (!xdoWorks(words.split(QLatin1Char(' ')), &output))
+        qFatal("xdotool %s failed", qPrintable(words));
+    return output;
+}
+
+void Desktop::moveTo(const QPoint &at) const
+{
+    xdo(QStringLiteral("mousemove %1 %2").arg(at.x()).arg(at.y()));
+}
+
+void Desktop::click(const QPoint &at, int button) const
+{
+    moveTo(at);
+    xdo(QStringLiteral("click %1").arg(button));
+}
+
+QImage Desktop::screen() const
+{
+    return QGuiApplication::primaryScreen()->grabWindow(0).toImage().convertToFormat(
+        QImage::Format_RGB32);
+}
+
+void Desktop::keepScreenshot(const QString &name) const
+{
+    const QDir pictures(QStringLiteral(KIVRA_SCREENSHOT_FOLDER));
+    pictures.mkpath(QStringLiteral("."));
+    screen().save(pictures.filePath(name + QStringLiteral(".png")));
+}
+
+QRect Desktop::window() const
+{
+    const QString shell = xdo(QStringLiteral("getwindowgeometry --shell ") + windowId);
+    QRect area;
+    for (const QString &line : shell.split(QLatin1Char('\n'))) {
+        const int value = line.section(QLatin1Char('='), 1).toInt();
+        if (line.startsWith(QLatin1String("X=")))
+            area.moveLeft(value);
+        else if (line.startsWith(QLatin1String("Y=")))
+            area.moveTop(value);
+        else if (line.startsWith(QLatin1String("WIDTH=")))
+            area.setWidth(value);
+        else if (line.startsWith(QLatin1String("HEIGHT=")))
+            area.setHeight(value);
+    }
+    return area;
+}
+
+QRect extentOf(const QImage &picture, const QColor &colour)
+{
+    QRect extent;
+    for (int y = 0; y < picture.height(); ++y) {
+        const auto *const line = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
+        for (int x = 0; x < picture.width(); ++x) {
+            if (near(qRed(line[x]), colour.red()) && near(qGreen(line[x]), colour.green()) &&
+                near(qBlue(line[x]), colour.blue()))
+                extent |= QRect(x, y, 1, 1);
+        }
+    }
+    return extent;
+}
+
+} // namespace kivra::test

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QPoint>
+#include <QProcess>
+#include <QSize>
+#include <QStringList>
+#include <QTemporaryDir>
+
+namespace kivra::test {
+
+/// A window manager on the X server of this test, and the built program in it, driven by X events.
+///
+/// The program is a copy in a folder of its own, with the demonstration camera beside it and
+/// without the machine's media services. Environment variables that the test sets reach it.
+class Desktop
+{
+public:
+    Desktop();
+    ~Desktop();
+
+    /// Starts the program and waits for its window; false when none came.
+    bool start(const QStringList &arguments = {});
+    /// Ends the program as its window's close button would; its exit code, -1 when it had to be
+    /// killed.
+    int close();
+    bool running() const { return program.state() == QProcess::Running; }
+    /// What the program wrote so far.
+    QString log();
+
+    /// Runs xdotool with these words, separated by blanks; its output. Fails the process when
+    /// xdotool fails.
+    QString xdo(const QString &words) const;
+    void key(const QString &name) const { xdo(QStringLiteral("key ") + name); }
+    void moveTo(const QPoint &at) const;
+    void click(const QPoint &at, int button = 1) const;
+
+    /// The content of the screen.
+    QImage screen() const;
+    /// Keeps the screen's content as a picture in the build folder.
+    void keepScreenshot(const QString &name) const;
+    /// The window's content area on the screen.
+    QRect window() const;
+
+private:
+    void placeProgram();
+
+    QTemporaryDir folder;
+    QProcess windowManager;
+    QProcess program;
+    QString windowId;
+};
+
+/// The smallest rectangle with all pixels of this colour (each channel within 2); empty if none is.
+QRect extentOf(const QImage &picture, const QColor &colour);
+
+} // namespace kivra::test

@@ -1,0 +1,202 @@
+// The live picture in a real window: menus, wheel, drag and double click, seen on the screen.
+
+#include "tests/desktop/desktop.h"
+#include "tests/support/testmain.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QPainter>
+
+using kivra::test::Desktop;
+using kivra::test::extentOf;
+using kivra::test::Sandbox;
+
+namespace {
+
+constexpr QSize frameSize(320, 240);
+const QColor topLeft(230, 40, 40);
+const QColor bottomRight(40, 60, 220);
+const QColor blinking[] = {QColor(40, 200, 60), QColor(220, 200, 40)};
+
+// Corner markers that show place and size, and a middle that tells one frame from the next.
+QImage frame(int number)
+{
+    QImage picture(frameSize, QImage::Format_RGB32);
+    picture.fill(QColor(250, 250, 250));
+    QPainter painter(&picture);
+    painter.fillRect(0, 0, 20, 20, topLeft);
+    painter.fillRect(300, 220, 20, 20, bottomRight);
+    painter.fillRect(150, 110, 20, 20, blinking[number]);
+    return picture;
+}
+
+// From marker to marker: where the picture lies on the screen, empty unless both markers show.
+QRect pictureOn(const QImage &screen)
+{
+    const QRect first = extentOf(screen, topLeft);
+    const QRect last = extentOf(screen, bottomRight);
+    if (first.isEmpty() || last.isEmpty())
+        return {};
+    return {first.topLeft(), last.bottomRight()};
+}
+
+QStringList storedPictures()
+{
+    QStringList files;
+    QDirIterator tree(Sandbox::instance().documents(), QDir::Files, QDirIterator::Subdirectories);
+    while (tree.hasNext())
+        files += tree.next();
+    return files;
+}
+
+} // namespace
+
+class TestLive : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        const QDir folder(Sandbox::instance().home() + QStringLiteral("/frames"));
+        folder.mkpath(QStringLiteral("."));
+        for (int number : {0, 1})
+            frame(number).save(folder.filePath(QStringLiteral("frame%1.png").arg(number)));
+        qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(folder.path()));
+        qputenv("KIVRA_DEMO_SIZE", "320x240");
+        qputenv("KIVRA_DEMO_RATE", "10");
+        desktop = std::make_unique<Desktop>();
+    }
+
+    void init()
+    {
+        Sandbox::instance().reset();
+        QVERIFY(desktop->start());
+        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).size(), frameSize, 15000);
+    }
+
+    void cleanup()
+    {
+        desktop->keepScreenshot(QString::fromLatin1(QTest::currentTestFunction()));
+        QCOMPARE(desktop->close(), 0);
+    }
+
+    void cleanupTestCase() { desktop.reset(); }
+
+    void pictureMoves()
+    {
+        for (const QColor &colour : {blinking[0], blinking[1], blinking[0], blinking[1]})
+            QTRY_VERIFY(!extentOf(desktop->screen(), colour).isEmpty());
+    }
+
+    void pictureIsSharp()
+    {
+        const QImage screen = desktop->screen();
+        const QRect place = pictureOn(screen);
+        QCOMPARE(extentOf(screen, topLeft).size(), QSize(20, 20));
+        const QRgb outside = screen.pixel(place.center().x(), place.top() - 1);
+        QCOMPARE(outside, 0xff000000); // the frame around a picture smaller than the view
+        QCOMPARE(screen.pixel(place.left() + 30, place.top() + 30), 0xfffafafa);
+    }
+
+    void wheelZooms()
+    {
+        const QPoint middle = pictureOn(desktop->screen()).center();
+        desktop->click(middle, 4);
+        QTRY_COMPARE(pictureOn(desktop->screen()).width(), 358); // 320 x 1.12
+        desktop->click(middle, 5);
+        QTRY_COMPARE(pictureOn(desktop->screen()).width(), 315); // and x 0.88
+    }
+
+    void dragMovesWhatIsLargerThanTheView()
+    {
+        const QPoint middle = pictureOn(desktop->screen()).center();
+        for (int step = 0; step < 8; ++step)
+            desktop->click(middle, 4);
+        // 2.476 times: 792 wide, more than the view, and 594 high.
+        QTRY_VERIFY(extentOf(desktop->screen(), blinking[0]).width() > 45 ||
+                    extentOf(desktop->screen(), blinking[1]).width() > 45);
+        QTRY_VERIFY(extentOf(desktop->screen(), topLeft).isEmpty());
+        desktop->moveTo(middle);
+        desktop->xdo(QStringLiteral("mousedown 1"));
+        desktop->moveTo(middle + QPoint(60, 60));
+        QTRY_VERIFY(!extentOf(desktop->screen(), topLeft).isEmpty());
+        desktop->xdo(QStringLiteral("mouseup 1"));
+    }
+
+    void heldButtonFreezesThePicture()
+    {
+        const QPoint middle = pictureOn(desktop->screen()).center();
+        desktop->moveTo(middle);
+        desktop->xdo(QStringLiteral("mousedown 1"));
+        // The press shows the tool bar; from then on the same frame stays.
+        QTRY_VERIFY(pictureOn(desktop->screen()).center() != middle);
+        const QColor other = otherColour(shownColour());
+        QVERIFY(neverShows(other, 500));
+        desktop->xdo(QStringLiteral("mouseup 1"));
+        QTRY_VERIFY(!extentOf(desktop->screen(), other).isEmpty());
+    }
+
+    void clickShowsTheToolBarForAWhile()
+    {
+        const QRect before = pictureOn(desktop->screen());
+        desktop->click(before.center(), 3);
+        QTRY_VERIFY(pictureOn(desktop->screen()).top() > before.top());
+        desktop->keepScreenshot(QStringLiteral("toolbar"));
+        QTRY_COMPARE(pictureOn(desktop->screen()).top(), before.top());
+    }
+
+    void doubleClickStoresAPicture()
+    {
+        const QPoint middle = pictureOn(desktop->screen()).center();
+        desktop->moveTo(middle);
+        desktop->xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
+        QTRY_COMPARE(storedPictures().size(), 1);
+    }
+
+    void menuStopsAndStartsTheCamera()
+    {
+        const QRect window = desktop->window();
+        const QPoint cameraMenu = window.topLeft() + QPoint(85, 10);
+        desktop->click(cameraMenu);
+        desktop->key(QStringLiteral("Down"));
+        desktop->keepScreenshot(QStringLiteral("menu"));
+        desktop->key(QStringLiteral("Return")); // Start is disabled: the first entry is Stop
+        QTRY_VERIFY(standsStill());
+        desktop->click(cameraMenu);
+        desktop->key(QStringLiteral("Down"));
+        desktop->key(QStringLiteral("Return"));
+        pictureMoves();
+    }
+
+private:
+    // For that long, at ten frames a second, this colour is never seen.
+    bool neverShows(const QColor &colour, int ms) const
+    {
+        QElapsedTimer looking;
+        looking.start();
+        while (looking.elapsed() < ms) {
+            if (!extentOf(desktop->screen(), colour).isEmpty())
+                return false;
+        }
+        return true;
+    }
+
+    QColor shownColour() const
+    {
+        return extentOf(desktop->screen(), blinking[0]).isEmpty() ? blinking[1] : blinking[0];
+    }
+
+    static QColor otherColour(const QColor &colour)
+    {
+        return colour == blinking[0] ? blinking[1] : blinking[0];
+    }
+
+    bool standsStill() const { return neverShows(otherColour(shownColour()), 1000); }
+
+    std::unique_ptr<Desktop> desktop;
+};
+
+KIVRA_TEST_MAIN(TestLive)
+#include "test_live.moc"
