@@ -1,0 +1,62 @@
+#include "democamera/exposure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+namespace kivra::democamera {
+
+namespace {
+
+constexpr int bytesPerPixel = 4;
+// Longer than the widest row by enough places to begin at.
+constexpr int grainPixels = 3840 + 16384;
+
+} // namespace
+
+Grain::Grain(double sigma)
+    : farthest(static_cast<int>(std::ceil(3 * sigma)))
+    , values(grainPixels * bytesPerPixel)
+{
+    std::mt19937 random(20210614); // any seed; always the same one, so that runs can be compared
+    std::normal_distribution<double> normal(0, sigma);
+    for (size_t i = 0; i < values.size(); ++i) {
+        const bool isAlpha = i % bytesPerPixel == 3;
+        const int value = static_cast<int>(std::lround(normal(random)));
+        values[i] = static_cast<uchar>(isAlpha ? 0 : std::clamp(value, -farthest, farthest));
+    }
+}
+
+void Grain::addTo(QImage &picture, unsigned seed) const
+{
+    std::minstd_rand random(seed + 1);
+    const int rowBytes = picture.width() * bytesPerPixel;
+    const int places = grainPixels - picture.width();
+    if (places <= 0)
+        return;
+    for (int y = 0; y < picture.height(); ++y) {
+        uchar *row = picture.scanLine(y);
+        const auto place = random() % static_cast<unsigned>(places);
+        const uchar *grain = values.data() + place * bytesPerPixel;
+        for (int i = 0; i < rowBytes; ++i)
+            row[i] = static_cast<uchar>(row[i] + grain[i]);
+    }
+}
+
+void expose(QImage &picture, double ev, int margin)
+{
+    // Six fractional bits, since a product of a level and the factor of +4 stops fits 16 bits then.
+    const auto factor = static_cast<quint16>(std::lround(64 * std::exp2(ev / 2.2)));
+    const auto low = static_cast<quint16>(margin);
+    const auto high = static_cast<quint16>(255 - margin);
+    const int rowBytes = picture.width() * bytesPerPixel;
+    for (int y = 0; y < picture.height(); ++y) {
+        uchar *row = picture.scanLine(y);
+        for (int i = 0; i < rowBytes; ++i) {
+            const auto level = static_cast<quint16>(static_cast<quint16>(row[i] * factor) >> 6);
+            row[i] = static_cast<uchar>(std::clamp(level, low, high));
+        }
+    }
+}
+
+} // namespace kivra::democamera

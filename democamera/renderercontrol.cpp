@@ -1,0 +1,20 @@
+#include "democamera/renderercontrol.h"
+
+namespace kivra::democamera {
+
+RendererControl::RendererControl(CameraSession &owner)
+    : session(owner)
+{
+}
+
+QAbstractVideoSurface *RendererControl::surface() const
+{
+    return session.surface();
+}
+
+void RendererControl::setSurface(QAbstractVideoSurface *surface)
+{
+    session.setSurface(surface);
+}
+
+} // namespace kivra::democamera

@@ -1,0 +1,326 @@
+#include "tests/support/testcamera.h"
+
+#include "democamera/cameraplugin.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QtPlugin>
+
+namespace kivra::test {
+
+namespace {
+
+/// Hides the demonstration camera, which Qt would find beside the test program: where a test brings
+/// its cameras, there are no others.
+void hideOtherCameras()
+{
+    QCoreApplication::removeLibraryPath(QCoreApplication::applicationDirPath());
+}
+Q_COREAPP_STARTUP_FUNCTION(hideOtherCameras)
+
+} // namespace
+
+using democamera::Device;
+using democamera::FrameSource;
+using democamera::StillRequest;
+
+/// The camera that is open; does what TestCamera says.
+class TestCamera::Source : public FrameSource
+{
+public:
+    Source(TestCamera &owner, const QByteArray &name)
+        : camera(owner)
+    {
+        camera.source = this;
+        ++camera.told.opened;
+        camera.told.device = name;
+    }
+
+    ~Source() override
+    {
+        // Another camera may have been opened before this one was closed.
+        if (camera.source == this)
+            camera.source = nullptr;
+        ++camera.told.closed;
+    }
+
+    QVideoSurfaceFormat format() const override { return camera.format; }
+    QStringList stillCodecs() const override { return camera.stillCodecs; }
+    QList<QSize> stillResolutions() const override { return camera.stillResolutions; }
+
+    void start() override
+    {
+        ++camera.told.started;
+        running = false;
+        if (camera.startAnswer == Answer::Refuse) {
+            later([this] {
+                emit failed(QCamera::CameraError, camera.errorText, QCamera::UnloadedState);
+            });
+        } else if (camera.startAnswer != Answer::OnCall) {
+            later([this] { answerStart(); });
+        }
+    }
+
+    void answerStart()
+    {
+        running = true;
+        emit started();
+    }
+
+    void stop() override
+    {
+        ++camera.told.stopped;
+        running = false;
+    }
+
+    void takeStill(const StillRequest &request) override
+    {
+        camera.told.stills.append(request);
+        switch (camera.stillAnswer) {
+        case Answer::OnCall:
+            break;
+        case Answer::Refuse:
+            later([this, request] {
+                emit stillFailed(request.id, QCameraImageCapture::ResourceError, camera.errorText);
+            });
+            break;
+        case Answer::Twice:
+            later([this, request] { answerStill(request); });
+            later([this, request] { answerStill(request); });
+            break;
+        case Answer::AtOnce:
+            later([this, request] { answerStill(request); });
+            break;
+        }
+    }
+
+    void answerStill(const StillRequest &request)
+    {
+        QImage picture = camera.stillPicture;
+        if (!request.resolution.isEmpty())
+            picture = picture.scaled(request.resolution);
+        const QPointer<Source> alive(this);
+        emit stillExposed(request.id);
+        if (alive)
+            emit stillTaken(request.id, picture, picture);
+    }
+
+    void cancelStill() override { ++camera.told.cancelled; }
+    void setExposureCompensation(double ev) override { camera.told.exposure = ev; }
+
+    void searchLocks(QCamera::LockTypes locks) override
+    {
+        camera.told.locks |= locks;
+        if (camera.lockAnswer != Answer::OnCall) {
+            const bool found = camera.lockAnswer != Answer::Refuse;
+            later([this, locks, found] { emit locksFound(locks, found); });
+        }
+    }
+
+    void releaseLocks(QCamera::LockTypes locks) override { camera.told.locks &= ~locks; }
+
+    bool running = false;
+
+private:
+    template<typename Function>
+    void later(Function function)
+    {
+        QMetaObject::invokeMethod(this, function, Qt::QueuedConnection);
+    }
+
+    TestCamera &camera;
+};
+
+TestCamera::TestCamera()
+{
+    reset();
+}
+
+TestCamera &TestCamera::instance()
+{
+    static TestCamera camera;
+    return camera;
+}
+
+void TestCamera::reset()
+{
+    const QSize size(64, 48);
+    format = QVideoSurfaceFormat(size, QVideoFrame::Format_RGB32);
+    stillCodecs = QStringList{QStringLiteral("jpeg"), QStringLiteral("png")};
+    stillResolutions = QList<QSize>{size, size / 2};
+    stillPicture = QImage(size, QImage::Format_RGB32);
+    stillPicture.fill(Qt::gray);
+    errorText = QStringLiteral("La caméra d'essai refuse.");
+    startAnswer = stillAnswer = lockAnswer = Answer::AtOnce;
+    told = {};
+    setDevices({{"essai", QStringLiteral("Caméra d'essai")}});
+}
+
+void TestCamera::setDevices(const QList<Device> &devices)
+{
+    offered = devices;
+    emit devicesChanged();
+}
+
+void TestCamera::setFormat(const QVideoSurfaceFormat &next)
+{
+    format = next;
+}
+
+void TestCamera::setStillCodecs(const QStringList &codecs)
+{
+    stillCodecs = codecs;
+}
+
+void TestCamera::setStillResolutions(const QList<QSize> &sizes)
+{
+    stillResolutions = sizes;
+}
+
+void TestCamera::setStillPicture(const QImage &picture)
+{
+    stillPicture = picture;
+}
+
+void TestCamera::setStartAnswer(Answer answer)
+{
+    startAnswer = answer;
+}
+
+void TestCamera::setStillAnswer(Answer answer)
+{
+    stillAnswer = answer;
+}
+
+void TestCamera::setLockAnswer(Answer answer)
+{
+    lockAnswer = answer;
+}
+
+void TestCamera::setErrorText(const QString &text)
+{
+    errorText = text;
+}
+
+bool TestCamera::pushFrame(const QVideoFrame &frame)
+{
+    if (!isRunning())
+        return false;
+    emit source->frameReady(frame);
+    return true;
+}
+
+bool TestCamera::pushPicture(const QImage &picture)
+{
+    return pushFrame(QVideoFrame(picture));
+}
+
+void TestCamera::changeFormat(const QVideoSurfaceFormat &next)
+{
+    format = next;
+    if (source)
+        emit source->formatChanged();
+}
+
+void TestCamera::answerStart()
+{
+    if (source)
+        source->answerStart();
+}
+
+void TestCamera::answerStill()
+{
+    if (source && !told.stills.isEmpty())
+        source->answerStill(told.stills.last());
+}
+
+void TestCamera::exposeStill()
+{
+    if (source && !told.stills.isEmpty())
+        emit source->stillExposed(told.stills.last().id);
+}
+
+void TestCamera::raiseSaved(int id, const QString &path)
+{
+    if (source)
+        emit source->stillSaved(id, path);
+}
+
+void TestCamera::raiseStillError(int id, QCameraImageCapture::Error error, const QString &text)
+{
+    if (source)
+        emit source->stillFailed(id, error, text);
+}
+
+void TestCamera::answerLocks(bool found)
+{
+    if (source)
+        emit source->locksFound(told.locks, found);
+}
+
+void TestCamera::raiseError(QCamera::Error error, const QString &text, QCamera::State state)
+{
+    if (source)
+        emit source->failed(error, text, state);
+}
+
+void TestCamera::unplug(const QByteArray &name)
+{
+    QList<Device> rest;
+    for (const Device &device : qAsConst(offered)) {
+        if (device.name != name)
+            rest.append(device);
+    }
+    setDevices(rest);
+    if (source && told.device == name)
+        raiseError(QCamera::CameraError, QStringLiteral("La caméra a été débranchée."),
+                   QCamera::UnloadedState);
+}
+
+const TestCamera::Record &TestCamera::record() const
+{
+    return told;
+}
+
+bool TestCamera::isOpen() const
+{
+    return source != nullptr;
+}
+
+bool TestCamera::isRunning() const
+{
+    return source && source->running;
+}
+
+QList<Device> TestCamera::devices() const
+{
+    return offered;
+}
+
+std::unique_ptr<FrameSource> TestCamera::open(const QByteArray &name)
+{
+    for (const Device &device : qAsConst(offered)) {
+        if (device.name == name)
+            return std::make_unique<Source>(*this, name);
+    }
+    return nullptr;
+}
+
+/// How Qt comes to know of the test's cameras.
+class TestCameraPlugin : public democamera::CameraPlugin
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QMediaServiceProviderFactoryInterface_iid FILE "testcamera.json")
+
+public:
+    TestCameraPlugin()
+        : CameraPlugin(TestCamera::instance())
+    {
+    }
+};
+
+} // namespace kivra::test
+
+#include "testcamera.moc"
+
+Q_IMPORT_PLUGIN(TestCameraPlugin)
