@@ -1,5 +1,6 @@
 #include "dialogs/preferences.h"
 
+#include "dialogs/fittingstyle.h"
 #include "ui_preferences.h"
 
 #include <QSettings>
@@ -31,6 +32,10 @@ preferences::preferences(QWidget *parent)
     , ui(std::make_unique<Ui_preferences>())
 {
     ui->setupUi(this);
+    new FittingStyle({ui->label, ui->label_2}, this);
+    new FittingStyle({ui->checkRestore, ui->checkDisplayMsg, ui->checkDisplayStatus,
+                      ui->checkRawStore, ui->checkSmallField},
+                     this);
     const QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
     for (const Preference &entry : table) {
         QCheckBox *box = (*ui).*entry.box;

@@ -20,11 +20,8 @@ bool isPictureName(const QByteArray &name)
     return !name.startsWith('.') && (name.endsWith(".jpg") || name.endsWith(".png"));
 }
 
-// A path without a name in it would mean the current folder to QDir; here it means no folder.
 QStringList subfolders(const QString &path)
 {
-    if (path.isEmpty())
-        return {};
     QStringList names = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::NoSort);
     names.sort(Qt::CaseSensitive);
     return names;
@@ -39,7 +36,8 @@ bool isFile(DIR *folder, const dirent &entry)
 }
 
 // What QDir lists as files for the patterns "*.jpg" and "*.png", in a quarter of its time: a month
-// may hold 100,000 pictures, and the program starts with the newest month.
+// may hold 100,000 pictures, and the program starts with the newest month. An empty path, which
+// QDir takes for the current folder, names none here.
 QStringList pictures(const QString &path)
 {
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(QFile::encodeName(path).constData()));

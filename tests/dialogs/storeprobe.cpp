@@ -1,0 +1,16 @@
+// Prints the user's settings store, without what the system's adds: a line "key=value" each,
+// sorted.
+
+#include <QSettings>
+#include <QTextStream>
+
+int main()
+{
+    QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
+    store.setFallbacksEnabled(false);
+    QTextStream output(stdout);
+    const QStringList keys = store.allKeys();
+    for (const QString &key : keys)
+        output << key << '=' << store.value(key).toString() << '\n';
+    return 0;
+}
