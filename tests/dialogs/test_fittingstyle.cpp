@@ -4,6 +4,8 @@
 
 #include <QCheckBox>
 #include <QLabel>
+#include <QPainter>
+#include <utility>
 
 namespace {
 
@@ -84,11 +86,32 @@ private slots:
 
     void widgetsOfAGroupShareTheirSize()
     {
+        for (const bool narrowFirst : {true, false}) {
+            QWidget parent;
+            QLabel *narrow = makeLabel(parent, QStringLiteral("dddddddd"), {60, 60}, 30);
+            QLabel *roomy = makeLabel(parent, QStringLiteral("d"), {300, 60}, 30);
+            const int alone = inkOf(roomy->grab().toImage()).height();
+            std::vector<QWidget *> group{narrow, roomy};
+            if (!narrowFirst)
+                std::swap(group[0], group[1]);
+            new FittingStyle(group, &parent);
+            const int together = inkOf(roomy->grab().toImage()).height();
+            QVERIFY(together < alone);
+            QCOMPARE(inkOf(narrow->grab().toImage()).height(), together);
+        }
+    }
+
+    void painterKeepsItsFont()
+    {
         QWidget parent;
-        QLabel *narrow = makeLabel(parent, QStringLiteral("dddddddd"), {60, 60}, 30);
-        QLabel *roomy = makeLabel(parent, QStringLiteral("d"), {300, 60}, 30);
-        new FittingStyle({narrow, roomy}, &parent);
-        QCOMPARE(inkOf(roomy->grab().toImage()).height(), inkOf(narrow->grab().toImage()).height());
+        QLabel *label = makeLabel(parent, QStringLiteral("en fonctionnement"), {50, 20}, 30);
+        const auto *style = new FittingStyle({label}, &parent);
+        QPixmap canvas(label->size());
+        QPainter painter(&canvas);
+        painter.setFont(label->font());
+        style->drawItemText(&painter, canvas.rect(), Qt::AlignLeft, label->palette(), true,
+                            label->text(), QPalette::WindowText);
+        QCOMPARE(painter.font(), label->font());
     }
 
     void fontsOfTheWidgetsStay()
@@ -164,8 +187,9 @@ private slots:
         preferences dialog;
         dialog.show();
         for (auto *label : dialog.findChildren<QLabel *>()) {
-            const QRect ink = inkOf(label->grab().toImage());
-            QVERIFY(ink.bottom() < label->height() - 1);
+            const QImage picture = label->grab().toImage();
+            const QRect ink = inkOf(picture);
+            QVERIFY(ink.bottom() < picture.height() - 1);
             QVERIFY(ink.top() > 0);
         }
     }
