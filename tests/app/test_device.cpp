@@ -146,7 +146,7 @@ private slots:
 
     void anyOtherStateChangesNothing()
     {
-        window->call("updateCameraState", Q_ARG(QCamera::State, QCamera::State(17)));
+        window->call("updateCameraState", Q_ARG(QCamera::State, QCamera::State(3)));
         expectRunning(true);
     }
 
@@ -177,6 +177,8 @@ private slots:
         QTRY_VERIFY(device().isRunning());
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
         emit window->probe.view()->captureImage();
+        QTRY_COMPARE(device().record().stills.size(), 1);
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
         QCOMPARE(device().record().stills.size(), 1);
     }
 

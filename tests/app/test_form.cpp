@@ -1,6 +1,7 @@
 // What the form gives: actions, menus, tool bar, widgets, and the window's slots.
 
 #include "tests/app/window.h"
+#include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
 #include <QActionGroup>
@@ -217,8 +218,7 @@ private slots:
                 QStringLiteral(":/icones/%1.png").arg(QLatin1String(expected.icon));
             const QImage drawn = action->icon().pixmap(24, 24).toImage();
             QVERIFY(!drawn.isNull());
-            QCOMPARE(drawn.convertToFormat(QImage::Format_ARGB32),
-                     QImage(file).convertToFormat(QImage::Format_ARGB32));
+            COMPARE_PICTURES(drawn, QPixmap(file).toImage());
         }
         // Triggering it reaches its slot: the meta-object finds this very connection to remove.
         const QByteArray slot = QByteArray("1") + expected.slot;

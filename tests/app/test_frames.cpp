@@ -151,13 +151,30 @@ private slots:
     void boxThatSwallowsTheReleaseDoesNotFreezeThePicture()
     {
         open();
-        QTest::mousePress(window->probe.view(), Qt::LeftButton);
-        boxes->expect(QStringLiteral("Image Capture Error"));
+        pressView();
+        boxes->expect(QStringLiteral("Image Capture Error"), [](QDialog *box) {
+            QTest::mouseRelease(box->windowHandle(), Qt::LeftButton);
+            QCoreApplication::processEvents();
+            box->accept();
+        });
         device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
         QTRY_COMPARE(boxes->answered(), 1);
         QTRY_VERIFY(!window->probe.view()->busy);
         QVERIFY(device().pushPicture(gradient({64, 48})));
         QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void buttonStillHeldAfterABoxKeepsThePicture()
+    {
+        open();
+        pressView();
+        boxes->expect(QStringLiteral("Image Capture Error"));
+        device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
+        QTRY_COMPARE(boxes->answered(), 1);
+        QCoreApplication::processEvents();
+        QVERIFY(window->probe.view()->busy);
+        QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, {300, 300});
+        QTRY_VERIFY(!window->probe.view()->busy);
     }
 
     void reducedField_data()
@@ -184,14 +201,25 @@ private slots:
         COMPARE_PICTURES(window->probe.lastFrame(), received(picture).copy(field));
     }
 
+    // Without a centre along one side nothing is left; without any centre the whole frame is.
+    void reducedFieldOfATinyFrame_data()
+    {
+        QTest::addColumn<QSize>("frame");
+        QTest::addColumn<QSize>("field");
+        QTest::newRow("flat") << QSize(40, 3) << QSize();
+        QTest::newRow("narrow") << QSize(3, 40) << QSize();
+        QTest::newRow("three by three") << QSize(3, 3) << QSize(3, 3);
+        QTest::newRow("one pixel") << QSize(1, 1) << QSize(1, 1);
+    }
+
     void reducedFieldOfATinyFrame()
     {
+        QFETCH(QSize, frame);
+        QFETCH(QSize, field);
         storeSetting(QStringLiteral("preferences/restore"), true);
         open();
-        for (const QSize size : {QSize(3, 3), QSize(1, 1), QSize(40, 3), QSize(3, 40)}) {
-            QVERIFY(device().pushPicture(gradient(size)));
-            QVERIFY(window->probe.lastFrame().isNull());
-        }
+        QVERIFY(device().pushPicture(gradient(frame)));
+        QCOMPARE(window->probe.lastFrame().size(), field.isValid() ? field : QSize(0, 0));
         for (int i = 0; i < 9; ++i)
             window->trigger("actionEffet");
     }
@@ -272,6 +300,13 @@ private slots:
     }
 
 private:
+    // As the window system reports it, so that the application knows of the held button.
+    void pressView()
+    {
+        QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, {300, 300});
+        QTRY_VERIFY(window->probe.view()->busy);
+    }
+
     void open()
     {
         window = std::make_unique<Window>();

@@ -8,6 +8,8 @@ namespace kivra::test {
 
 Window::Window()
 {
+    if (TestCamera::instance().isRunning()) // makes the linker keep the camera, too
+        qFatal("the camera of an earlier window still runs");
     show();
     if (!QTest::qWaitForWindowExposed(this))
         qFatal("the window did not come up");

@@ -9,8 +9,8 @@
 class CameraProbe
 {
 public:
-    explicit CameraProbe(Camera &window)
-        : window(window)
+    explicit CameraProbe(Camera &observed)
+        : window(observed)
     {
     }
 
