@@ -1,8 +1,11 @@
 #include "democamera/democatalogue.h"
 
+#include "democamera/chalkboard.h"
 #include "democamera/demosettings.h"
 #include "democamera/demosource.h"
+#include "democamera/difficultlight.h"
 #include "democamera/folderpictures.h"
+#include "democamera/handwrittenpage.h"
 #include "democamera/printedpage.h"
 #include "democamera/scenepictures.h"
 
@@ -30,6 +33,12 @@ struct SceneDevice
 const SceneDevice sceneDevices[] = {
     {"demo:texte", QT_TRANSLATE_NOOP("DemoCatalogue", "Démonstration : page imprimée"),
      make<PrintedPage>},
+    {"demo:manuscrit", QT_TRANSLATE_NOOP("DemoCatalogue", "Démonstration : page manuscrite"),
+     make<HandwrittenPage>},
+    {"demo:tableau", QT_TRANSLATE_NOOP("DemoCatalogue", "Démonstration : tableau vert"),
+     make<Chalkboard>},
+    {"demo:eclairage", QT_TRANSLATE_NOOP("DemoCatalogue", "Démonstration : éclairage difficile"),
+     make<DifficultLight>},
 };
 
 } // namespace

@@ -34,6 +34,31 @@ int toLevel(double value)
     return static_cast<int>(std::clamp(value, 0.0, 255.0));
 }
 
+/// Replaces each of \a count values, \a stride bytes apart, by the mean of the five around it; what
+/// lies outside counts as nothing.
+void blurLine(uchar *first, int count, int stride, std::vector<uchar> &copy)
+{
+    copy.assign(static_cast<size_t>(count) + 5, 0);
+    for (int i = 0; i < count; ++i)
+        copy[static_cast<size_t>(i) + 2] = first[i * stride];
+    int sum = copy[2] + copy[3];
+    for (int i = 0; i < count; ++i) {
+        const auto at = static_cast<size_t>(i);
+        sum += copy[at + 4];
+        first[i * stride] = static_cast<uchar>(sum / 5);
+        sum -= copy[at];
+    }
+}
+
+void blurMask(QImage &mask)
+{
+    std::vector<uchar> copy;
+    for (int y = 0; y < mask.height(); ++y)
+        blurLine(mask.scanLine(y), mask.width(), 1, copy);
+    for (int x = 0; x < mask.width(); ++x)
+        blurLine(mask.bits() + x, mask.height(), mask.bytesPerLine(), copy);
+}
+
 } // namespace
 
 double smoothNoise(double x, double y)
@@ -50,19 +75,30 @@ double smoothNoise(double x, double y)
 
 void drawTable(QImage &picture, const QColor &colour, const std::atomic<bool> &abandoned)
 {
+    // Along the grain the wood changes slowly: looked at every few pixels, and even in between.
+    constexpr int stride = 8;
     const double unit = 1 / sceneScale(picture.size());
     const QPointF corner = sceneTransform(picture.size()).inverted().map(QPointF(0, 0));
+    const auto gainAt = [&](int column, double y) {
+        const double x = corner.x() + column * unit;
+        const double wave = smoothNoise(x / 420, y / 60);
+        const double fibre = smoothNoise(x / 95, y / 3.1 + 4 * wave);
+        const double ring = smoothNoise(x / 600, y / 17 + 3 * wave);
+        return 1 + 0.05 * fibre + 0.13 * ring;
+    };
     for (int row = 0; row < picture.height() && !abandoned; ++row) {
         auto *pixels = reinterpret_cast<QRgb *>(picture.scanLine(row));
         const double y = corner.y() + row * unit;
-        for (int column = 0; column < picture.width(); ++column) {
-            const double x = corner.x() + column * unit;
-            const double wave = smoothNoise(x / 420, y / 60);
-            const double fibre = smoothNoise(x / 95, y / 3.1 + 4 * wave);
-            const double ring = smoothNoise(x / 600, y / 17 + 3 * wave);
-            const double gain = 1 + 0.05 * fibre + 0.13 * ring;
-            pixels[column] = qRgb(toLevel(colour.red() * gain), toLevel(colour.green() * gain),
-                                  toLevel(colour.blue() * gain));
+        double next = gainAt(0, y);
+        for (int left = 0; left < picture.width(); left += stride) {
+            const double first = next;
+            next = gainAt(left + stride, y);
+            const int end = std::min(picture.width(), left + stride);
+            for (int column = left; column < end; ++column) {
+                const double gain = mix(first, next, (column - left) / double(stride));
+                pixels[column] = qRgb(toLevel(colour.red() * gain), toLevel(colour.green() * gain),
+                                      toLevel(colour.blue() * gain));
+            }
         }
     }
 }
@@ -70,25 +106,31 @@ void drawTable(QImage &picture, const QColor &colour, const std::atomic<bool> &a
 void drawShadow(QPainter &painter, const QPainterPath &shape, double blur, double strength)
 {
     // A soft thing needs few pixels: drawn small, blurred there, and enlarged smoothly.
-    const double step = blur / 4;
+    const double step = blur / 5;
     const QRectF area = shape.boundingRect().adjusted(-2 * blur, -2 * blur, 2 * blur, 2 * blur);
     const QSize size(static_cast<int>(area.width() / step) + 1,
                      static_cast<int>(area.height() / step) + 1);
-    QImage mask(size, QImage::Format_ARGB32_Premultiplied);
+    QImage mask(size, QImage::Format_Alpha8);
     mask.fill(Qt::transparent);
     QPainter small(&mask);
     small.setRenderHint(QPainter::Antialiasing);
     small.scale(1 / step, 1 / step);
     small.translate(-area.topLeft());
-    small.fillPath(shape, QColor(20, 14, 8));
+    small.fillPath(shape, Qt::black);
     small.end();
-    const QSize halved(std::max(1, size.width() / 3), std::max(1, size.height() / 3));
-    mask = mask.scaled(halved, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-               .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    blurMask(mask);
+    blurMask(mask);
+
+    QImage shadow(size, QImage::Format_ARGB32_Premultiplied);
+    shadow.fill(QColor(20, 14, 8));
+    QPainter cut(&shadow);
+    cut.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    cut.drawImage(0, 0, mask);
+    cut.end();
     painter.save();
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.setOpacity(strength);
-    painter.drawImage(QRectF(area.topLeft(), QSizeF(size) * step), mask);
+    painter.drawImage(QRectF(area.topLeft(), QSizeF(size) * step), shadow);
     painter.restore();
 }
 

@@ -47,17 +47,22 @@ QCamera::LockStatus LocksControl::lockStatus(QCamera::LockType lock) const
 void LocksControl::searchAndLock(QCamera::LockTypes locks)
 {
     const QCamera::LockTypes wanted = locks & locksThatAre(QCamera::Unlocked);
-    if (session.status() != QCamera::ActiveStatus) {
-        for (const QCamera::LockType lock : allLocks) {
-            if (wanted.testFlag(lock))
-                emit lockStatusChanged(lock, QCamera::Unlocked, QCamera::LockFailed);
-        }
-        return;
-    }
     const QPointer<LocksControl> alive(this);
     change(wanted, QCamera::Searching, QCamera::UserRequest);
-    if (alive && session.source() && wanted)
+    if (!alive || !wanted)
+        return;
+    if (session.status() == QCamera::ActiveStatus) {
         session.source()->searchLocks(wanted);
+        return;
+    }
+    // Later, like every answer to a search: QCamera hears of none during the call.
+    QMetaObject::invokeMethod(
+        this,
+        [this, wanted] {
+            change(wanted & locksThatAre(QCamera::Searching), QCamera::Unlocked,
+                   QCamera::LockFailed);
+        },
+        Qt::QueuedConnection);
 }
 
 void LocksControl::unlock(QCamera::LockTypes locks)

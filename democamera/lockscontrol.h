@@ -8,7 +8,8 @@
 namespace kivra::democamera {
 
 /// Focus, exposure and white balance locks: Searching until the device answers, then Locked, or
-/// Unlocked if it found nothing. Only an active camera searches, and stopping it loses the locks.
+/// Unlocked if it found nothing. A search fails while the camera is not active, and stopping it
+/// loses the locks.
 class LocksControl : public QCameraLocksControl
 {
     Q_OBJECT

@@ -84,10 +84,10 @@ void drawFigure(QPainter &painter)
     painter.setBrush(QColor(229, 230, 226));
     painter.drawRect(frame);
 
-    painter.setBrush(QColor(168, 164, 158)); // mountain and shore
+    painter.setBrush(QColor(192, 188, 180)); // mountain and shore
     painter.drawPolygon(QPolygonF(
         {{870, 505}, {960, 430}, {1012, 330}, {1052, 388}, {1084, 352}, {1149, 446}, {1149, 505}}));
-    painter.setBrush(QColor(120, 138, 158)); // sea
+    painter.setBrush(QColor(158, 180, 204)); // sea
     painter.drawPolygon(QPolygonF({{717, 462}, {800, 458}, {880, 462}, {912, 505}, {717, 505}}));
     painter.setBrush(QColor(238, 216, 150));
     painter.drawEllipse(QPointF(764, 256), 26, 26);
