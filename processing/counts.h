@@ -1,0 +1,27 @@
+#pragma once
+
+#include "processing/pixels.h"
+
+#include <array>
+#include <cstdint>
+#include <opencv2/core/mat.hpp>
+
+namespace kivra {
+
+/// How many pixels have each of the 256 levels.
+using Histogram = std::array<std::uint32_t, 256>;
+
+/// The histogram of the blue channel.
+Histogram blueHistogram(ConstPixels pixels);
+
+/// The histogram of the luma (Y of YCrCb).
+Histogram lumaHistogram(ConstPixels pixels);
+
+/// Fills \a plane, a CV_8UC1 matrix of the picture's size, with OpenCV's grey and returns its
+/// histogram.
+Histogram grayWithHistogram(ConstPixels pixels, cv::Mat &plane);
+
+/// Fills \a plane likewise, without counting.
+void gray(ConstPixels pixels, cv::Mat &plane);
+
+} // namespace kivra

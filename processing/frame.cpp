@@ -1,0 +1,112 @@
+#include "processing/frame.h"
+
+#include "processing/bicolore.h"
+#include "processing/finish.h"
+#include "processing/imagepool.h"
+#include "processing/lut.h"
+#include "processing/rendering.h"
+#include "processing/timing.h"
+
+#include <array>
+
+namespace kivra {
+
+namespace {
+
+constexpr unsigned int black = 0xFF000000U;
+constexpr unsigned int white = 0xFFFFFFFFU;
+constexpr unsigned int boardGreen = 0xFF006400U;
+constexpr unsigned int blue = 0xFF0000FFU;
+constexpr unsigned int yellow = 0xFFFFFF00U;
+
+Finish finishOf(const FrameSettings &settings)
+{
+    std::array<int, 256> lut{};
+    CalculerLut(lut.data(), settings.lumiere, settings.contraste);
+    const Finish::Tone tone = toneOf(lut.data());
+    switch (settings.effect) {
+    case 1:
+        return {tone, Finish::Effect::Grey};
+    case 2:
+        return {tone, Finish::Effect::Negative};
+    case 3:
+        return {tone, bicoloreTable(blue, yellow)};
+    default:
+        return {tone, Finish::Effect::None};
+    }
+}
+
+// A picture of two colours is finished by finishing the two.
+TwoColours finished(unsigned int dark, unsigned int light, const Finish &finish)
+{
+    return {finish.word(dark), finish.word(light)};
+}
+
+// False for a number that is no mode; then nothing is written.
+bool renderMode(int mode, ConstPixels from, Pixels to, const Finish &finish)
+{
+    switch (mode) {
+    case 1:
+        stretch(from, to, finish);
+        return true;
+    case 2:
+        equalize(from, to, finish);
+        return true;
+    case 3:
+        thresholdByOtsu(from, to, finished(black, white, finish));
+        return true;
+    case 4:
+        thresholdByNeighbours(from, to, finished(black, white, finish));
+        return true;
+    case 5:
+        // Two-colour rendering of pure black and white gives exactly its two colours.
+        thresholdByNeighbours(from, to, finished(white, boardGreen, finish));
+        return true;
+    case 6:
+        posterize(from, to, finish);
+        return true;
+    default:
+        return false;
+    }
+}
+
+void render(ConstPixels from, Pixels to, const FrameSettings &settings, FrameTimes *times)
+{
+    double start = tic();
+    const Finish finish = finishOf(settings);
+    FrameTimes spent{0, toc(start)};
+    start = tic();
+    if (renderMode(settings.mode, from, to, finish)) {
+        spent.mode = toc(start);
+    } else {
+        applyFinish(from, to, finish);
+        spent.effect += toc(start);
+    }
+    if (times)
+        *times = spent;
+}
+
+} // namespace
+
+QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTimes *times)
+{
+    static ImagePool pool;
+    const QImage source = withPixelWords(frame);
+    QImage result = pool.take(source);
+    if (result.isNull()) {
+        if (times)
+            *times = {};
+        return result;
+    }
+    render(pixelsOf(source), editablePixels(&result), settings, times);
+    pool.keep(result);
+    return result;
+}
+
+void processFrame(QImage *image, const FrameSettings &settings, FrameTimes *times)
+{
+    const Pixels pixels = editablePixels(image);
+    render(pixels, pixels, settings, times);
+}
+
+} // namespace kivra

@@ -1,0 +1,33 @@
+#include "processing/kernels/versions.h"
+
+namespace kivra {
+
+std::atomic<Isa> isaRun{Isa::Portable};
+
+const Kernels &kernelsFor(Isa isa)
+{
+#if defined(__x86_64__)
+    switch (isa) {
+    case Isa::Avx2:
+        return avx2Kernels;
+    case Isa::Sse41:
+        return sse41Kernels;
+    case Isa::Portable:
+        break;
+    }
+#endif
+    return portableKernels;
+}
+
+const Kernels &kernels()
+{
+    static const Kernels &chosen = kernelsFor(activeIsa());
+    return chosen;
+}
+
+Isa lastIsaRun()
+{
+    return isaRun.load(std::memory_order_relaxed);
+}
+
+} // namespace kivra
