@@ -2,6 +2,7 @@
 
 #include "app/camera.h"
 
+#include "processing/frame.h"
 #include "ui_camera.h"
 #include "video/videosurface.h"
 
@@ -32,15 +33,27 @@ void Camera::displayImage()
     busy = false;
 }
 
+// The processing writes into memory of its own as long as the last frame shares the pixels: that is
+// the one copy on the way to the screen.
 void Camera::updateDisplay()
 {
-    QImage picture = lastFrame.copy();
+    QImage picture = lastFrame;
     fProcessing(&picture, imageProcessing, displayMode);
     ui->displayWidget->setPixmap(QPixmap::fromImage(picture));
     update();
 }
 
-void Camera::fProcessing(QImage *, int, int) {}
+void Camera::fProcessing(QImage *pImg, int mode, int effect)
+{
+    kivra::FrameTimes seconds;
+    kivra::processFrame(pImg, {mode, effect, lumiere, contraste}, &seconds);
+
+    // Of an empty picture the times are no numbers; they are only ever shown.
+    lastPixelCount = pImg->width() * pImg->height();
+    constexpr double msPerMpInSecondsPerPixel = 1e9;
+    processingTimeMsPerMp = seconds.mode * msPerMpInSecondsPerPixel / lastPixelCount;
+    displayTimeMsPerMp = seconds.effect * msPerMpInSecondsPerPixel / lastPixelCount;
+}
 
 std::array<QAction *, 7> Camera::modeActions() const
 {

@@ -13,6 +13,7 @@ constexpr float largestZoom = 8.0F;
 constexpr double zoomPerDelta = 0.001;
 constexpr int doubleClickMs = 400;
 constexpr int menuMs = 3000;
+constexpr int heldButtonMs = 50;
 constexpr QSize startSize(640, 480);
 
 float limitedZoom(float factor)
@@ -63,10 +64,14 @@ PixmapWidget::PixmapWidget(QWidget *parent)
 
 PixmapWidget::~PixmapWidget() = default;
 
+// The widget under the mouse does not hear of a release that follows a blocked window, so that the
+// application's own knowledge of the buttons has to be asked.
 void PixmapWidget::forgetLostPress()
 {
     if (QGuiApplication::mouseButtons() == Qt::NoButton)
         busy = false;
+    else
+        QTimer::singleShot(heldButtonMs, this, &PixmapWidget::forgetLostPress);
 }
 
 void PixmapWidget::setZoomFactor(float factor)

@@ -23,7 +23,7 @@ public:
     bool busy = false;
 
     /// Lets live frames flow again when the release of a pressed button went elsewhere, as when a
-    /// modal box opened in between. Does nothing while a button is down.
+    /// modal box opened in between: at once, or as soon as no button is down any more.
     void forgetLostPress();
 
 signals:

@@ -105,6 +105,12 @@ QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTime
 
 void processFrame(QImage *image, const FrameSettings &settings, FrameTimes *times)
 {
+    // Pixels that others hold too have to be copied; rendering into other memory is that copy.
+    const bool shared = !image->isNull() && !image->isDetached();
+    if (shared && image->format() == QImage::Format_RGB32) {
+        *image = renderFrame(*image, settings, times);
+        return;
+    }
     const Pixels pixels = editablePixels(image);
     render(pixels, pixels, settings, times);
 }

@@ -218,7 +218,7 @@ private slots:
                 QStringLiteral(":/icones/%1.png").arg(QLatin1String(expected.icon));
             const QImage drawn = action->icon().pixmap(24, 24).toImage();
             QVERIFY(!drawn.isNull());
-            COMPARE_PICTURES(drawn, QPixmap(file).toImage());
+            KIVRA_COMPARE_PICTURES(drawn, QPixmap(file).toImage());
         }
         // Triggering it reaches its slot: the meta-object finds this very connection to remove.
         const QByteArray slot = QByteArray("1") + expected.slot;

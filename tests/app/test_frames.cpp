@@ -6,6 +6,7 @@
 #include "video/videosurface.h"
 
 #include <QAbstractVideoBuffer>
+#include <QDialog>
 
 using kivra::test::Boxes;
 using kivra::test::gradient;
@@ -87,13 +88,13 @@ private slots:
         open();
         const QImage picture = gradient({200, 100});
         QVERIFY(device().pushPicture(picture));
-        COMPARE_PICTURES(window->probe.lastFrame(), received(picture));
+        KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), received(picture));
         QCOMPARE(window->probe.framesDisplayed(), 1);
 
         const PixmapWidget *const view = window->probe.view();
         const QImage shown = window->probe.view()->grab().toImage();
         const QPoint at((view->width() - 200) / 2, (view->height() - 100) / 2);
-        COMPARE_PICTURES(
+        KIVRA_COMPARE_PICTURES(
             shown.copy(QRect(at, QSize(200, 100))).convertToFormat(QImage::Format_RGB32),
             received(picture));
     }
@@ -173,6 +174,8 @@ private slots:
         QTRY_COMPARE(boxes->answered(), 1);
         QCoreApplication::processEvents();
         QVERIFY(window->probe.view()->busy);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QVERIFY(window->probe.lastFrame().isNull());
         QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, {300, 300});
         QTRY_VERIFY(!window->probe.view()->busy);
     }
@@ -198,7 +201,7 @@ private slots:
         open();
         const QImage picture = gradient(frame);
         QVERIFY(device().pushPicture(picture));
-        COMPARE_PICTURES(window->probe.lastFrame(), received(picture).copy(field));
+        KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), received(picture).copy(field));
     }
 
     // Without a centre along one side nothing is left; without any centre the whole frame is.

@@ -209,7 +209,7 @@ private slots:
         QVERIFY(picture.save(path));
         _imgAOuvrir = path;
         const Window window;
-        COMPARE_PICTURES(window.probe.lastFrame(), picture);
+        KIVRA_COMPARE_PICTURES(window.probe.lastFrame(), picture);
         QCOMPARE(window.statusText(), path);
         QVERIFY(window.action("actionStartCamera")->isEnabled());
         QVERIFY(!window.probe.view()->busy);

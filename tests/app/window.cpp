@@ -8,8 +8,7 @@ namespace kivra::test {
 
 Window::Window()
 {
-    if (TestCamera::instance().isRunning()) // makes the linker keep the camera, too
-        qFatal("the camera of an earlier window still runs");
+    TestCamera::instance(); // a program that never names the camera would be linked without it
     show();
     if (!QTest::qWaitForWindowExposed(this))
         qFatal("the window did not come up");

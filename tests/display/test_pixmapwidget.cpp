@@ -132,7 +132,7 @@ private slots:
         painter.fillRect(79, 59, 642, 482, Qt::black);
         painter.drawImage(80, 60, picture);
         painter.end();
-        COMPARE_PICTURES(view.shown(), expected);
+        KIVRA_COMPARE_PICTURES(view.shown(), expected);
     }
 
     void smallPictureStaysCentredWhateverThePan()
@@ -141,7 +141,7 @@ private slots:
         view.setPixmap(QPixmap::fromImage(gradient({640, 480})));
         const QImage before = view.shown();
         view.drag({37, -21});
-        COMPARE_PICTURES(view.shown(), before);
+        KIVRA_COMPARE_PICTURES(view.shown(), before);
     }
 
     void zoomTwoShowsTheMiddleWithoutAFrame()
@@ -372,14 +372,19 @@ private slots:
         QVERIFY(!view.busy);
     }
 
-    void heldButtonIsNotForgotten()
+    void heldButtonIsForgottenAtItsRelease()
     {
         View view;
         QTest::mousePress(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
         QTRY_VERIFY(view.busy);
         view.forgetLostPress();
         QVERIFY(view.busy);
-        QTest::mouseRelease(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
+
+        QWidget elsewhere; // where the release goes
+        elsewhere.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&elsewhere));
+        view.hide();
+        QTest::mouseRelease(elsewhere.windowHandle(), Qt::LeftButton);
         QTRY_VERIFY(!view.busy);
     }
 
@@ -476,7 +481,7 @@ private slots:
             kivra::test::Sandbox::instance().home() + QStringLiteral("/seen.") + suffix;
         view.saveToFile(path);
         const QImage saved(path);
-        COMPARE_PICTURES(saved.convertToFormat(QImage::Format_RGB32), view.shown());
+        KIVRA_COMPARE_PICTURES(saved.convertToFormat(QImage::Format_RGB32), view.shown());
     }
 
     void saveToNowhereIsSilent()

@@ -110,34 +110,4 @@ QImage rowOf(const std::vector<unsigned int> &words)
                  [&](int x, int) { return words.at(static_cast<std::size_t>(x)); });
 }
 
-QString difference(const QImage &actual, const QImage &expected)
-{
-    if (actual.size() != expected.size()) {
-        return QStringLiteral("size is %1x%2 instead of %3x%4")
-            .arg(actual.width())
-            .arg(actual.height())
-            .arg(expected.width())
-            .arg(expected.height());
-    }
-    const auto rowBytes = sizeof(unsigned int) * static_cast<std::size_t>(actual.width());
-    for (int y = 0; y < actual.height(); ++y) {
-        if (std::memcmp(actual.constScanLine(y), expected.constScanLine(y), rowBytes) == 0)
-            continue;
-        for (int x = 0; x < actual.width(); ++x) {
-            const unsigned int is = wordAt(actual, x, y);
-            const unsigned int shouldBe = wordAt(expected, x, y);
-            if (is != shouldBe) {
-                return QStringLiteral("pixel (%1, %2) of %3x%4 is %5 instead of %6")
-                    .arg(x)
-                    .arg(y)
-                    .arg(actual.width())
-                    .arg(actual.height())
-                    .arg(is, 8, 16, QLatin1Char('0'))
-                    .arg(shouldBe, 8, 16, QLatin1Char('0'));
-            }
-        }
-    }
-    return {};
-}
-
 } // namespace kivra::test

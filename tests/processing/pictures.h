@@ -1,7 +1,8 @@
 #pragma once
 
+#include "tests/support/pictures.h"
+
 #include <QImage>
-#include <QString>
 #include <vector>
 
 namespace kivra::test {
@@ -32,14 +33,4 @@ unsigned int wordAt(const QImage &picture, int x = 0, int y = 0);
 /// A one-row picture of these words.
 QImage rowOf(const std::vector<unsigned int> &words);
 
-/// Empty when sizes and all words are equal; otherwise names the first difference and both values.
-QString difference(const QImage &actual, const QImage &expected);
-
 } // namespace kivra::test
-
-/// Fails the test function with the first difference of the pictures.
-#define KIVRA_COMPARE_PICTURES(actual, expected)                                                   \
-    do {                                                                                           \
-        const QString found = kivra::test::difference(actual, expected);                           \
-        QVERIFY2(found.isEmpty(), qPrintable(found));                                              \
-    } while (false)

@@ -10,14 +10,14 @@ namespace kivra::test {
 /// or a swap of channels shows. Null for an empty size.
 QImage gradient(const QSize &size);
 
-/// The first difference of two pictures, in words ("pixel (3, 4): ff102030 instead of ff000000", or
-/// their sizes); empty when they are equal, alpha included.
+/// Empty when sizes and all words of two pictures of 32 bits a pixel are equal, alpha as it is in
+/// memory; otherwise names the first difference and both values.
 QString difference(const QImage &actual, const QImage &expected);
 
 } // namespace kivra::test
 
 /// Fails the test with the first differing pixel.
-#define COMPARE_PICTURES(actual, expected)                                                         \
+#define KIVRA_COMPARE_PICTURES(actual, expected)                                                   \
     do {                                                                                           \
         const QString difference_ = kivra::test::difference(actual, expected);                     \
         QVERIFY2(difference_.isEmpty(), qPrintable(difference_));                                  \

@@ -139,7 +139,7 @@ private slots:
         QCOMPARE(available.count(), 1);
         QCOMPARE(iFrame, before + 1);
         QCOMPARE(surface.frame().format(), QImage::Format_RGB32);
-        COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
         QCOMPARE(surface.frame().pixel(31, 19), gradient(size).pixel(31, 19));
         QCOMPARE(surface.frame().pixel(32, 19), 0xff000000);
     }
@@ -161,9 +161,9 @@ private slots:
         QVERIFY(surface.present(frameOver(memory, size)));
         const QImage kept = surface.frame();
         QVERIFY(surface.present(frameOver(QByteArray(memory.size(), '\x55'), size)));
-        COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
         surface.stop();
-        COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
     }
 
     void invalidFrameIsDropped()
@@ -236,7 +236,7 @@ private slots:
         VideoSurface surface;
         QVERIFY(surface.present(QVideoFrame(new DriverBuffer(memory, memory.size(), 8 * 4, true),
                                             size, QVideoFrame::Format_RGB32)));
-        COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
     }
 
     void negativeLengthIsHarmless()
@@ -285,7 +285,7 @@ private slots:
         QVERIFY(!surface.isActive());
         QImage red(size, QImage::Format_RGB32);
         red.fill(0xffff0000);
-        COMPARE_PICTURES(surface.frame(), red);
+        KIVRA_COMPARE_PICTURES(surface.frame(), red);
     }
 };
 
