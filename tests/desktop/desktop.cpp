@@ -121,22 +121,10 @@ void Desktop::keepScreenshot(const QString &name) const
     screen().save(pictures.filePath(name + QStringLiteral(".png")));
 }
 
-QRect Desktop::window() const
+void Desktop::clickInWindow(const QPoint &at) const
 {
-    const QString shell = xdo(QStringLiteral("getwindowgeometry --shell ") + windowId);
-    QRect area;
-    for (const QString &line : shell.split(QLatin1Char('\n'))) {
-        const int value = line.section(QLatin1Char('='), 1).toInt();
-        if (line.startsWith(QLatin1String("X=")))
-            area.moveLeft(value);
-        else if (line.startsWith(QLatin1String("Y=")))
-            area.moveTop(value);
-        else if (line.startsWith(QLatin1String("WIDTH=")))
-            area.setWidth(value);
-        else if (line.startsWith(QLatin1String("HEIGHT=")))
-            area.setHeight(value);
-    }
-    return area;
+    xdo(QStringLiteral("mousemove --window %1 %2 %3").arg(windowId).arg(at.x()).arg(at.y()));
+    xdo(QStringLiteral("click 1"));
 }
 
 QRect extentOf(const QImage &picture, const QColor &colour)

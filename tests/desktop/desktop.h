@@ -35,13 +35,13 @@ public:
     void key(const QString &name) const { xdo(QStringLiteral("key ") + name); }
     void moveTo(const QPoint &at) const;
     void click(const QPoint &at, int button = 1) const;
+    /// A left click at a place counted from the corner of the window's content.
+    void clickInWindow(const QPoint &at) const;
 
     /// The content of the screen.
     QImage screen() const;
     /// Keeps the screen's content as a picture in the build folder.
     void keepScreenshot(const QString &name) const;
-    /// The window's content area on the screen.
-    QRect window() const;
 
 private:
     void placeProgram();

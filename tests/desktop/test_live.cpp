@@ -157,14 +157,13 @@ private slots:
 
     void menuStopsAndStartsTheCamera()
     {
-        const QRect window = desktop->window();
-        const QPoint cameraMenu = window.topLeft() + QPoint(85, 10);
-        desktop->click(cameraMenu);
+        const QPoint cameraMenu(85, 10);
+        desktop->clickInWindow(cameraMenu);
         desktop->key(QStringLiteral("Down"));
         desktop->keepScreenshot(QStringLiteral("menu"));
         desktop->key(QStringLiteral("Return")); // Start is disabled: the first entry is Stop
         QTRY_VERIFY(standsStill());
-        desktop->click(cameraMenu);
+        desktop->clickInWindow(cameraMenu);
         desktop->key(QStringLiteral("Down"));
         desktop->key(QStringLiteral("Return"));
         pictureMoves();
