@@ -21,15 +21,29 @@ public:
     int imageProcessing() const { return window.imageProcessing; }
     int displayMode() const { return window.displayMode; }
     int framesDisplayed() const { return window.framesDisplayed; }
+    int lastPixelCount() const { return window.lastPixelCount; }
+    double processingTimeMsPerMp() const { return window.processingTimeMsPerMp; }
+    double displayTimeMsPerMp() const { return window.displayTimeMsPerMp; }
     int lumiere() const { return window.lumiere; }
     int contraste() const { return window.contraste; }
     int reglage() const { return window.reglage; }
     int coefZoom() const { return window.coefZoom; }
     int coefCourant() const { return window.coefCourant; }
+    int modeTailleFenetre() const { return window.modeTailleFenetre; }
     bool smallField() const { return window.smallField; }
     bool closePending() const { return window.closePending; }
     bool captureInProgress() const { return window.captureInProgress; }
     void setCaptureInProgress(bool on) { window.captureInProgress = on; }
+    void setCoefficients(int lumiere, int contraste)
+    {
+        window.lumiere = lumiere;
+        window.contraste = contraste;
+    }
+    void setTimes(double processing, double display)
+    {
+        window.processingTimeMsPerMp = processing;
+        window.displayTimeMsPerMp = display;
+    }
     void setCoefCourant(int number) { window.coefCourant = number; }
     void displayFile(const QString &path) { window.displayFile(path); }
 

@@ -65,7 +65,7 @@ QImage wordsThenBlack(const QByteArray &memory, const QSize &size)
     for (int i = 0; i < size.width() * size.height(); ++i) {
         QRgb word = 0xff000000;
         if (i < words)
-            std::memcpy(&word, memory.constData() + 4 * i, 4);
+            std::memcpy(&word, memory.constData() + qsizetype(i) * 4, 4);
         picture.setPixel(i % size.width(), i / size.width(), word);
     }
     return picture;

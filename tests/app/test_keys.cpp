@@ -1,0 +1,277 @@
+// The keyboard, through the window system, wherever the focus is.
+
+#include "tests/app/window.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+
+#include <QLabel>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QToolBar>
+
+using kivra::test::Boxes;
+using kivra::test::gradient;
+using kivra::test::Sandbox;
+using kivra::test::storeSetting;
+using kivra::test::TestCamera;
+using kivra::test::Window;
+
+namespace {
+
+enum Focus { OnWindow, OnToolButton, AfterMenu };
+
+} // namespace
+
+Q_DECLARE_METATYPE(Focus)
+
+class TestKeys : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        TestCamera::instance().reset();
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        boxes = std::make_unique<Boxes>();
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(TestCamera::instance().isRunning());
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    }
+
+    void cleanup()
+    {
+        window.reset();
+        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
+    }
+
+    void selectionKeys_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<int>("coefficient");
+        QTest::addColumn<QString>("message");
+        const struct
+        {
+            Qt::Key key;
+            int coefficient;
+            const char *message;
+        } rows[] = {{Qt::Key_C, 0, "contraste "},
+                    {Qt::Key_L, 1, "lumière "},
+                    {Qt::Key_R, 2, "réglage "},
+                    {Qt::Key_Z, 3, "zoom "}};
+        for (const auto &row : rows) {
+            for (const auto modifier : {Qt::NoModifier, Qt::ShiftModifier})
+                QTest::addRow("%c%s", char(row.key),
+                              modifier == Qt::NoModifier ? "" : " with Shift")
+                    << int(row.key) << int(modifier) << row.coefficient
+                    << QString::fromUtf8(row.message);
+        }
+    }
+
+    void selectionKeys()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(int, coefficient);
+        QFETCH(QString, message);
+        window->probe.setCoefCourant(coefficient == 0 ? 3 : 0);
+        press(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(window->probe.coefCourant(), coefficient);
+        QCOMPARE(shownMessage(), message);
+    }
+
+    void stepKeys_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<Focus>("focus");
+        QTest::addColumn<int>("zoom");
+        const struct
+        {
+            const char *name;
+            Qt::Key key;
+            int modifiers;
+            int zoom;
+        } rows[] = {
+            {"plus with Shift", Qt::Key_Plus, Qt::ShiftModifier, 166},
+            {"plus", Qt::Key_Plus, Qt::NoModifier, 166},
+            {"plus on the pad", Qt::Key_Plus, Qt::KeypadModifier, 166},
+            {"up", Qt::Key_Up, Qt::NoModifier, 166},
+            {"up on the pad", Qt::Key_Up, Qt::KeypadModifier, 166},
+            {"up with Shift", Qt::Key_Up, Qt::ShiftModifier, 166},
+            {"minus", Qt::Key_Minus, Qt::NoModifier, 117},
+            {"minus on the pad", Qt::Key_Minus, Qt::KeypadModifier, 117},
+            {"down", Qt::Key_Down, Qt::NoModifier, 117},
+            {"down on the pad", Qt::Key_Down, Qt::KeypadModifier, 117},
+            {"left", Qt::Key_Left, Qt::NoModifier, 100},
+            {"left with Shift", Qt::Key_Left, Qt::ShiftModifier, 100},
+            {"right", Qt::Key_Right, Qt::NoModifier, 140},
+            {"right with Shift", Qt::Key_Right, Qt::ShiftModifier, 140},
+        };
+        const std::pair<Focus, const char *> places[] = {
+            {OnWindow, ""}, {OnToolButton, ", tool bar used"}, {AfterMenu, ", menu used"}};
+        for (const auto &row : rows) {
+            for (const auto &[focus, where] : places)
+                QTest::addRow("%s%s", row.name, where)
+                    << int(row.key) << row.modifiers << focus << row.zoom;
+        }
+    }
+
+    void stepKeys()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(Focus, focus);
+        QFETCH(int, zoom);
+        useFirst(focus);
+        window->call("on_changeCoef", Q_ARG(int, 3), Q_ARG(int, 140));
+        press(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(window->probe.coefZoom(), zoom);
+    }
+
+    void repeatedUpStopsAt800AndDownAt12()
+    {
+        for (int i = 0; i < 30; ++i)
+            press(Qt::Key_Up);
+        QCOMPARE(window->probe.coefZoom(), 800);
+        for (int i = 0; i < 60; ++i)
+            press(Qt::Key_Down);
+        QCOMPARE(window->probe.coefZoom(), 12);
+    }
+
+    void eachCoefficientStepsByKey()
+    {
+        press(Qt::Key_C);
+        press(Qt::Key_Plus);
+        QCOMPARE(window->probe.contraste(), 120);
+        press(Qt::Key_L);
+        press(Qt::Key_Minus);
+        QCOMPARE(window->probe.lumiere(), -20);
+        press(Qt::Key_R);
+        press(Qt::Key_Up);
+        QCOMPARE(window->probe.reglage(), 60);
+        press(Qt::Key_Left);
+        QCOMPARE(window->probe.reglage(), 50);
+    }
+
+    void focusKeyLocksWhileHeld()
+    {
+        QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus));
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
+    }
+
+    void cameraKeyTakesAPictureWithoutAMessage()
+    {
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_Camera));
+        QTRY_COMPARE(TestCamera::instance().record().stills.size(), 1);
+        QCOMPARE(shownMessage(), QString());
+    }
+
+    void unknownKeysArePassedOn()
+    {
+        QKeyEvent unknown(QEvent::KeyPress, Qt::Key_F24, Qt::NoModifier);
+        QCoreApplication::sendEvent(window.get(), &unknown);
+        QVERIFY(!unknown.isAccepted());
+        QKeyEvent released(QEvent::KeyRelease, Qt::Key_F24, Qt::NoModifier);
+        QCoreApplication::sendEvent(window.get(), &released);
+        QVERIFY(!released.isAccepted());
+    }
+
+    void shortcuts_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("action");
+        const struct
+        {
+            const char *action;
+            Qt::Key key;
+            int modifiers;
+        } rows[] = {
+            {"actionNegatif", Qt::Key_I, Qt::ControlModifier},
+            {"actionNoir_et_blanc", Qt::Key_C, Qt::ControlModifier},
+            {"actionBicolore", Qt::Key_B, Qt::ControlModifier},
+            {"actionEffet", Qt::Key_F7, Qt::NoModifier},
+            {"actionMode", Qt::Key_F6, Qt::NoModifier},
+            {"actionTailleFenetre", Qt::Key_F5, Qt::NoModifier},
+            {"actionReinit", Qt::Key_Z, Qt::ControlModifier},
+            {"actionMenu_graphique", Qt::Key_M, Qt::ControlModifier},
+            {"actionEnregistrer_image", Qt::Key_S, Qt::ControlModifier},
+            {"actionStopCamera", Qt::Key_K, Qt::ControlModifier},
+        };
+        for (const auto &row : rows)
+            QTest::newRow(row.action)
+                << int(row.key) << row.modifiers << QString::fromLatin1(row.action);
+    }
+
+    void shortcuts()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(QString, action);
+        QSignalSpy triggered(window->action(action.toLatin1().constData()), &QAction::triggered);
+        press(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(triggered.count(), 1);
+        QTRY_VERIFY(TestCamera::instance().record().stills.isEmpty() ||
+                    window->probe.imageCapture()->isReadyForCapture());
+    }
+
+    void stopAndStartShareAKey()
+    {
+        press(Qt::Key_K, Qt::ControlModifier);
+        QTRY_VERIFY(!TestCamera::instance().isRunning());
+        press(Qt::Key_K, Qt::ControlModifier);
+        QTRY_VERIFY(TestCamera::instance().isRunning());
+    }
+
+private:
+    // The test library knows no characters for these keys. True if the window accepted it.
+    bool sendCameraKey(QEvent::Type type, Qt::Key key)
+    {
+        QKeyEvent event(type, key, Qt::NoModifier);
+        event.ignore();
+        QCoreApplication::sendEvent(window.get(), &event);
+        return event.isAccepted();
+    }
+
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::keyClick(window->windowHandle(), key, modifiers);
+        QCoreApplication::processEvents();
+    }
+
+    // Gives another widget the chance to keep the keys to itself.
+    void useFirst(Focus focus)
+    {
+        if (focus == OnToolButton) {
+            auto *const toolBar = window->find<QToolBar>("toolBar");
+            toolBar->show();
+            auto *const button = toolBar->widgetForAction(window->action("actionZoom"));
+            QTest::mouseClick(button, Qt::LeftButton);
+        } else if (focus == AfterMenu) {
+            auto *const menu = window->find<QMenu>("menuReglages");
+            menu->popup(window->mapToGlobal({50, 50}));
+            menu->setActiveAction(window->action("actionZoom"));
+            QTest::keyClick(menu, Qt::Key_Return);
+            QTRY_VERIFY(!menu->isVisible());
+        }
+    }
+
+    QString shownMessage() const
+    {
+        const auto *const label = window->find<QLabel>("msgDisplay");
+        return label->isVisible() ? label->text() : QString();
+    }
+
+    std::unique_ptr<Boxes> boxes;
+    std::unique_ptr<Window> window;
+};
+
+KIVRA_TEST_MAIN(TestKeys)
+#include "test_keys.moc"

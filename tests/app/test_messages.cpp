@@ -1,0 +1,231 @@
+// The message on the picture and the status line.
+
+#include "tests/app/window.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStatusBar>
+
+using kivra::test::gradient;
+using kivra::test::Sandbox;
+using kivra::test::storeSetting;
+using kivra::test::TestCamera;
+using kivra::test::Window;
+
+namespace {
+
+const QString start = QStringLiteral("caméra active");
+const QString figures = QStringLiteral(
+    "^(\\d+) fps --- (\\S+) Mp --- traitement (\\S+) ms/Mp --- affichage (\\S+) ms/Mp$");
+
+} // namespace
+
+class TestMessages : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        TestCamera::instance().reset();
+    }
+
+    void cleanup() { window.reset(); }
+
+    void preferences_data()
+    {
+        QTest::addColumn<bool>("messages");
+        QTest::addColumn<bool>("status");
+        QTest::newRow("neither") << false << false;
+        QTest::newRow("messages") << true << false;
+        QTest::newRow("status") << false << true;
+        QTest::newRow("both") << true << true;
+    }
+
+    void preferences()
+    {
+        QFETCH(bool, messages);
+        QFETCH(bool, status);
+        storeSetting(QStringLiteral("preferences/displayMsg"), messages);
+        storeSetting(QStringLiteral("preferences/displayStatus"), status);
+        open();
+        window->trigger("actionContraste");
+        QCOMPARE(label()->isVisible(), messages);
+        QCOMPARE(label()->text(), messages ? QStringLiteral("contraste ") : QString());
+        window->call("aTimerSlot");
+        QCOMPARE(QRegularExpression(figures).match(window->statusText()).hasMatch(), status);
+        if (!status)
+            QCOMPARE(window->statusText(), start);
+        if (messages)
+            QTRY_VERIFY(!label()->isVisible());
+    }
+
+    void absentPreferencesMeanNeither()
+    {
+        open();
+        window->trigger("actionContraste");
+        window->call("aTimerSlot");
+        QVERIFY(!label()->isVisible());
+        QCOMPARE(window->statusText(), start);
+    }
+
+    void preferencesActFromTheNextMessage()
+    {
+        open();
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        window->trigger("actionLumiere");
+        QVERIFY(label()->isVisible());
+    }
+
+    void labelLiesOverThePicture()
+    {
+        open();
+        window->trigger("actionZoom"); // even when no message is wanted
+        QCOMPARE(label()->parentWidget(), window->centralWidget());
+        QVERIFY(!label()->isVisible());
+    }
+
+    void messageLooks()
+    {
+        openWithMessages();
+        window->call("displayMsg", Q_ARG(QString, QStringLiteral("lumière ")));
+        QCOMPARE(label()->font().pointSize(), 32);
+        for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+            QCOMPARE(label()->palette().brush(group, QPalette::WindowText), QBrush(Qt::black));
+    }
+
+    void messageGoesTwoSecondsAfterTheLastOne()
+    {
+        openWithMessages();
+        window->trigger("actionContraste");
+        QElapsedTimer sinceFirst;
+        sinceFirst.start();
+        QTRY_VERIFY(sinceFirst.elapsed() >= 1200);
+        window->trigger("actionLumiere");
+        QTRY_VERIFY(sinceFirst.elapsed() >= 2500); // the first one's time is over
+        QVERIFY(label()->isVisible());
+        QCOMPARE(label()->text(), QStringLiteral("lumière "));
+        QTRY_VERIFY(!label()->isVisible());
+    }
+
+    void longMessageIsWhole_data()
+    {
+        QTest::addColumn<QString>("before");
+        QTest::newRow("first") << QString();
+        QTest::newRow("after a short one") << QStringLiteral("zoom 1");
+    }
+
+    void longMessageIsWhole()
+    {
+        QFETCH(QString, before);
+        openWithMessages();
+        if (!before.isEmpty())
+            window->call("displayMsg", Q_ARG(QString, before));
+        for (const char *text :
+             {"enregistrement image", "Eclairage difficile",
+              "un texte bien plus long que la fenêtre n'est large, et qui passe à la ligne"}) {
+            window->call("displayMsg", Q_ARG(QString, QString::fromUtf8(text)));
+            const QSize needed = label()->wordWrap()
+                                     ? QSize(label()->minimumSizeHint().width(),
+                                             label()->heightForWidth(label()->width()))
+                                     : label()->sizeHint();
+            QVERIFY(label()->width() >= needed.width());
+            QVERIFY(label()->height() >= needed.height());
+            QVERIFY(label()->width() <= window->centralWidget()->width());
+        }
+    }
+
+    void messageLetsTheMouseThrough()
+    {
+        openWithMessages();
+        window->call("displayMsg", Q_ARG(QString, QStringLiteral("enregistrement image")));
+        QVERIFY(label()->isVisible());
+        const QPoint at = label()->mapTo(window.get(), label()->rect().center());
+        QVERIFY(label()->rect().contains(label()->mapFrom(window.get(), at)));
+        QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, at);
+        QTRY_VERIFY(window->probe.view()->busy);
+        QTest::mouseRelease(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, at);
+        QTRY_VERIFY(!window->probe.view()->busy);
+    }
+
+    void lineOfFigures()
+    {
+        openWithStatus();
+        QVERIFY(TestCamera::instance().pushPicture(gradient({1280, 720})));
+        window->probe.setTimes(1.23456, 0.0004321);
+        window->call("aTimerSlot");
+        QCOMPARE(window->statusText(),
+                 QStringLiteral("1 fps --- 0.922 Mp --- traitement 1.23 ms/Mp --- affichage "
+                                "0.000432 ms/Mp"));
+    }
+
+    void lineCountsTheFrames()
+    {
+        openWithStatus();
+        QSignalSpy shown(window->statusBar(), &QStatusBar::messageChanged);
+        QVERIFY(shown.wait()); // the second begins
+        for (int i = 0; i < 17; ++i)
+            QVERIFY(TestCamera::instance().pushPicture(gradient({64, 48})));
+        shown.clear();
+        QVERIFY(shown.wait());
+        QVERIFY(window->statusText().startsWith(QLatin1String("17 fps ")));
+        shown.clear();
+        QVERIFY(shown.wait());
+        QVERIFY(window->statusText().startsWith(QLatin1String("0 fps ")));
+    }
+
+    void droppedFramesDoNotCount()
+    {
+        openWithStatus();
+        QSignalSpy shown(window->statusBar(), &QStatusBar::messageChanged);
+        QVERIFY(shown.wait());
+        QVERIFY(TestCamera::instance().pushPicture(gradient({64, 48})));
+        window->probe.view()->busy = true;
+        QVERIFY(TestCamera::instance().pushPicture(gradient({64, 48})));
+        window->probe.view()->busy = false;
+        shown.clear();
+        QVERIFY(shown.wait());
+        QVERIFY(window->statusText().startsWith(QLatin1String("1 fps ")));
+    }
+
+    void statusLineLastsTwoSeconds()
+    {
+        open();
+        storeSetting(QStringLiteral("preferences/displayStatus"), true);
+        window->call("displayOnStatusBar", Q_ARG(QString, QStringLiteral("bonjour")));
+        QCOMPARE(window->statusText(), QStringLiteral("bonjour"));
+        storeSetting(QStringLiteral("preferences/displayStatus"), false);
+        QTRY_COMPARE(window->statusText(), QString());
+    }
+
+private:
+    void open()
+    {
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(TestCamera::instance().isRunning());
+    }
+
+    void openWithMessages()
+    {
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        open();
+    }
+
+    void openWithStatus()
+    {
+        storeSetting(QStringLiteral("preferences/displayStatus"), true);
+        open();
+    }
+
+    QLabel *label() const { return window->find<QLabel>("msgDisplay"); }
+
+    std::unique_ptr<Window> window;
+};
+
+KIVRA_TEST_MAIN(TestMessages)
+#include "test_messages.moc"

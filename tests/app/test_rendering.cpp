@@ -1,0 +1,227 @@
+// Selection of mode and effect, and what the window makes of a frame.
+
+#include "tests/app/window.h"
+#include "tests/reference/reference.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+
+#include <QLabel>
+#include <QPixmap>
+#include <cmath>
+
+using kivra::test::gradient;
+using kivra::test::Sandbox;
+using kivra::test::storeSetting;
+using kivra::test::TestCamera;
+using kivra::test::Window;
+namespace reference = kivra::reference;
+
+namespace {
+
+constexpr const char *modeNames[] = {
+    "actionTrNormal",        "actionAutomatique",  "actionEclairage_difficile", "actionTexte",
+    "actionTexte_manuscrit", "actionTableau_vert", "actionEffet_artistique",
+};
+constexpr const char *effectNames[] = {"actionNormal", "actionNoir_et_blanc", "actionNegatif",
+                                       "actionBicolore"};
+
+constexpr QSize frameSize(120, 80);
+
+// The picture in the middle of the view, at its own size.
+QImage shownPicture(const Window &window)
+{
+    const QImage view = window.probe.view()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    const QPoint at((view.width() - frameSize.width()) / 2,
+                    (view.height() - frameSize.height()) / 2);
+    return view.copy(QRect(at, frameSize));
+}
+
+QString message(const Window &window)
+{
+    const auto *const label = window.find<QLabel>("msgDisplay");
+    return label->isVisible() ? label->text() : QString();
+}
+
+} // namespace
+
+class TestRendering : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        TestCamera::instance().reset();
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(TestCamera::instance().isRunning());
+        QVERIFY(TestCamera::instance().pushPicture(gradient(frameSize)));
+        frame = window->probe.lastFrame();
+    }
+
+    void cleanup() { window.reset(); }
+
+    void everyCombinationIsShown()
+    {
+        window->probe.setCoefficients(20, 144);
+        for (int mode = 0; mode <= 6; ++mode) {
+            window->action(modeNames[mode])->setEnabled(true);
+            window->trigger(modeNames[mode]);
+            for (int effect = 0; effect <= 3; ++effect) {
+                window->trigger(effectNames[0]);
+                if (effect > 0)
+                    window->trigger(effectNames[effect]);
+                window->call("updateDisplay");
+                const QImage expected =
+                    reference::tableAndEffect(reference::mode(frame, mode), 20, 144, effect);
+                KIVRA_COMPARE_PICTURES(shownPicture(*window), expected);
+                KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), frame);
+            }
+        }
+    }
+
+    void slotTransformsInPlace()
+    {
+        QImage picture = gradient(frameSize);
+        window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 5), Q_ARG(int, 3));
+        KIVRA_COMPARE_PICTURES(
+            picture, reference::tableAndEffect(reference::mode(gradient(frameSize), 5), 0, 100, 3));
+    }
+
+    void figuresOfAFrame()
+    {
+        window->trigger("actionTexte_manuscrit");
+        window->call("updateDisplay");
+        QCOMPARE(window->probe.lastPixelCount(), frameSize.width() * frameSize.height());
+        QVERIFY(window->probe.processingTimeMsPerMp() > 0);
+        QVERIFY(window->probe.displayTimeMsPerMp() > 0);
+    }
+
+    void figuresOfNoFrame()
+    {
+        QImage nothing;
+        window->call("fProcessing", Q_ARG(QImage *, &nothing), Q_ARG(int, 4), Q_ARG(int, 1));
+        QVERIFY(nothing.isNull());
+        QCOMPARE(window->probe.lastPixelCount(), 0);
+        QVERIFY(!std::isfinite(window->probe.processingTimeMsPerMp()) ||
+                window->probe.processingTimeMsPerMp() == 0);
+    }
+
+    void modeActionsSelect()
+    {
+        for (int mode : {3, 1, 6, 2, 5, 4, 0}) {
+            window->action(modeNames[mode])->setEnabled(true);
+            const QImage before = shownPicture(*window);
+            window->trigger(modeNames[mode]);
+            QCOMPARE(window->probe.imageProcessing(), mode);
+            QVERIFY(window->action(modeNames[mode])->isChecked());
+            // Neither refreshed nor announced: the next frame shows it.
+            KIVRA_COMPARE_PICTURES(shownPicture(*window), before);
+            QCOMPARE(message(*window), QString());
+        }
+    }
+
+    void nextFrameShowsTheChosenMode()
+    {
+        window->trigger("actionTexte");
+        QVERIFY(TestCamera::instance().pushPicture(gradient(frameSize)));
+        KIVRA_COMPARE_PICTURES(shownPicture(*window), reference::mode(frame, 3));
+    }
+
+    void effectActionsToggle_data()
+    {
+        QTest::addColumn<QList<int>>("chosen");
+        QTest::addColumn<int>("effect");
+        QTest::newRow("grey") << QList<int>{1} << 1;
+        QTest::newRow("negative") << QList<int>{2} << 2;
+        QTest::newRow("two colours") << QList<int>{3} << 3;
+        QTest::newRow("grey twice") << QList<int>{1, 1} << 0;
+        QTest::newRow("negative twice") << QList<int>{2, 2} << 0;
+        QTest::newRow("two colours twice") << QList<int>{3, 3} << 0;
+        QTest::newRow("grey after negative") << QList<int>{2, 1} << 1;
+        QTest::newRow("normal after two colours") << QList<int>{3, 0} << 0;
+        QTest::newRow("normal twice") << QList<int>{0, 0} << 0;
+        QTest::newRow("three times") << QList<int>{2, 2, 2} << 2;
+    }
+
+    void effectActionsToggle()
+    {
+        QFETCH(QList<int>, chosen);
+        QFETCH(int, effect);
+        const QImage before = shownPicture(*window);
+        for (const int choice : chosen)
+            window->trigger(effectNames[choice]);
+        QCOMPARE(window->probe.displayMode(), effect);
+        KIVRA_COMPARE_PICTURES(shownPicture(*window), before);
+        QCOMPARE(message(*window), QString());
+    }
+
+    void modeCycleLeavesTheArtisticOneOut()
+    {
+        for (int step = 1; step <= 6; ++step) {
+            const int mode = step % 6;
+            window->trigger("actionEffet");
+            QCOMPARE(window->probe.imageProcessing(), mode);
+            QVERIFY(window->action(modeNames[mode])->isChecked());
+            QCOMPARE(message(*window), window->action(modeNames[mode])->text());
+            KIVRA_COMPARE_PICTURES(shownPicture(*window), reference::mode(frame, mode));
+        }
+    }
+
+    void modeCycleFromTheArtisticOneGoesToNormal()
+    {
+        window->action("actionEffet_artistique")->setEnabled(true);
+        window->trigger("actionEffet_artistique");
+        QCOMPARE(window->probe.imageProcessing(), 6);
+        window->trigger("actionEffet");
+        QCOMPARE(window->probe.imageProcessing(), 0);
+        QVERIFY(window->action("actionTrNormal")->isChecked());
+    }
+
+    void effectCycle()
+    {
+        for (int step = 1; step <= 4; ++step) {
+            const int effect = step % 4;
+            window->trigger("actionMode");
+            QCOMPARE(window->probe.displayMode(), effect);
+            QVERIFY(window->action(effectNames[effect])->isChecked());
+            QCOMPARE(message(*window), window->action(effectNames[effect])->text());
+            KIVRA_COMPARE_PICTURES(shownPicture(*window),
+                                   reference::tableAndEffect(frame, 0, 100, effect));
+        }
+    }
+
+    void boardInTwoColours()
+    {
+        window->trigger("actionTableau_vert");
+        window->trigger("actionBicolore");
+        window->call("updateDisplay");
+        const QImage shown = shownPicture(*window);
+        for (const QPoint &at : {QPoint(3, 3), QPoint(60, 40), QPoint(100, 70)}) {
+            const QRgb word = shown.pixel(at);
+            // White ink is light: yellow. The board, dark green: a mixture towards blue.
+            QVERIFY(word ==
+                    reference::tableAndEffect(reference::mode(frame, 5), 0, 100, 3).pixel(at));
+            QVERIFY(word != 0xffffffff && word != 0xff006400);
+        }
+    }
+
+    void shownPictureSharesThePixels()
+    {
+        // From the processing to the view without another copy: what the pixmap holds is the
+        // picture itself.
+        QImage picture = window->probe.lastFrame();
+        window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 0), Q_ARG(int, 0));
+        QVERIFY(picture.constBits() != window->probe.lastFrame().constBits());
+        const QPixmap pixmap = QPixmap::fromImage(picture);
+        QCOMPARE(pixmap.toImage().constBits(), picture.constBits());
+    }
+
+private:
+    std::unique_ptr<Window> window;
+    QImage frame;
+};
+
+KIVRA_TEST_MAIN(TestRendering)
+#include "test_rendering.moc"
