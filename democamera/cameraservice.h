@@ -22,6 +22,7 @@ public:
     /// \a catalogue must outlive the service.
     explicit CameraService(DeviceCatalogue &catalogue);
 
+    using QMediaService::requestControl;
     /// One of the controls, owned by the service; null for what the camera does not have.
     QMediaControl *requestControl(const char *name) override;
     void releaseControl(QMediaControl *control) override;

@@ -71,7 +71,7 @@ QString folder()
     const QString value = qEnvironmentVariable("KIVRA_DEMO_FOLDER");
     if (value.isEmpty())
         return {};
-    const QString path = QFileInfo(value).absoluteFilePath();
+    QString path = QFileInfo(value).absoluteFilePath();
     if (!FolderPictures::picturesIn(path).isEmpty())
         return path;
     warnOnce("KIVRA_DEMO_FOLDER", value,

@@ -36,7 +36,7 @@ int toLevel(double value)
 
 /// Replaces each of \a count values, \a stride bytes apart, by the mean of the five around it; what
 /// lies outside counts as nothing.
-void blurLine(uchar *first, int count, int stride, std::vector<uchar> &copy)
+void blurLine(uchar *first, int count, qptrdiff stride, std::vector<uchar> &copy)
 {
     copy.assign(static_cast<size_t>(count) + 5, 0);
     for (int i = 0; i < count; ++i)

@@ -8,9 +8,9 @@ namespace kivra::democamera {
 
 namespace {
 
-constexpr int bytesPerPixel = 4;
+constexpr size_t bytesPerPixel = 4;
 // Longer than the widest row by enough places to begin at.
-constexpr int grainPixels = 3840 + 16384;
+constexpr size_t grainPixels = 3840 + 16384;
 
 } // namespace
 
@@ -30,15 +30,15 @@ Grain::Grain(double sigma)
 void Grain::addTo(QImage &picture, unsigned seed) const
 {
     std::minstd_rand random(seed + 1);
-    const int rowBytes = picture.width() * bytesPerPixel;
-    const int places = grainPixels - picture.width();
-    if (places <= 0)
+    const size_t rowBytes = static_cast<size_t>(picture.width()) * bytesPerPixel;
+    const auto width = static_cast<size_t>(picture.width());
+    if (width >= grainPixels)
         return;
     for (int y = 0; y < picture.height(); ++y) {
         uchar *row = picture.scanLine(y);
-        const auto place = random() % static_cast<unsigned>(places);
+        const size_t place = random() % (grainPixels - width);
         const uchar *grain = values.data() + place * bytesPerPixel;
-        for (int i = 0; i < rowBytes; ++i)
+        for (size_t i = 0; i < rowBytes; ++i)
             row[i] = static_cast<uchar>(row[i] + grain[i]);
     }
 }
@@ -49,10 +49,10 @@ void expose(QImage &picture, double ev, int margin)
     const auto factor = static_cast<quint16>(std::lround(64 * std::exp2(ev / 2.2)));
     const auto low = static_cast<quint16>(margin);
     const auto high = static_cast<quint16>(255 - margin);
-    const int rowBytes = picture.width() * bytesPerPixel;
+    const size_t rowBytes = static_cast<size_t>(picture.width()) * bytesPerPixel;
     for (int y = 0; y < picture.height(); ++y) {
         uchar *row = picture.scanLine(y);
-        for (int i = 0; i < rowBytes; ++i) {
+        for (size_t i = 0; i < rowBytes; ++i) {
             const auto level = static_cast<quint16>(static_cast<quint16>(row[i] * factor) >> 6);
             row[i] = static_cast<uchar>(std::clamp(level, low, high));
         }

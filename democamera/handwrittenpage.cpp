@@ -31,8 +31,8 @@ void drawRuling(QPainter &painter)
         painter.drawLine(QPointF(0, i * line / 4), QPointF(sheet.width(), i * line / 4));
     }
     painter.setPen(strong);
-    for (double x = margin + line; x < sheet.width(); x += line)
-        painter.drawLine(QPointF(x, 0), QPointF(x, sheet.height()));
+    for (int i = 1; margin + i * line < sheet.width(); ++i)
+        painter.drawLine(QPointF(margin + i * line, 0), QPointF(margin + i * line, sheet.height()));
     painter.setPen(QPen(QColor(222, 128, 140), 3));
     painter.drawLine(QPointF(margin, 0), QPointF(margin, sheet.height()));
 }

@@ -34,7 +34,7 @@ StillControl::StillControl(CameraSession &owner, StillSettings &chosen)
     , settings(chosen)
 {
     connect(&session, &CameraSession::statusChanged, this, &StillControl::onStatusChanged);
-    connect(&session, &CameraSession::sourceChanged, this, &StillControl::onSourceChanged);
+    connect(&session, &CameraSession::sourceChanged, this, &StillControl::connectSource);
     connect(&writer, &StillWriter::written, this, &StillControl::onWritten);
     connect(&writer, &StillWriter::failed, this, &StillControl::onFailed);
     connectSource();
@@ -49,11 +49,6 @@ void StillControl::connectSource()
     connect(source, &FrameSource::stillTaken, this, &StillControl::onTaken);
     connect(source, &FrameSource::stillFailed, this, &StillControl::onFailed);
     connect(source, &FrameSource::stillSaved, this, &StillControl::onWritten);
-}
-
-void StillControl::onSourceChanged()
-{
-    connectSource();
 }
 
 bool StillControl::isReadyForCapture() const
@@ -115,9 +110,10 @@ void StillControl::cancelCapture()
 
 void StillControl::onStatusChanged()
 {
-    if (session.status() == QCamera::UnloadedStatus)
+    if (session.status() == QCamera::UnloadedStatus && !requests.isEmpty())
         dropAll(tr("La caméra a été fermée avant que l'image soit prise."));
-    updateReadiness();
+    else
+        updateReadiness();
 }
 
 /// Hands the first request to the source, unless one is there already.
@@ -139,10 +135,9 @@ void StillControl::finish()
 
 void StillControl::dropAll(const QString &reason)
 {
-    const QList<StillRequest> dropped = requests;
-    cancelCapture();
-    for (const StillRequest &request : dropped)
+    for (const StillRequest &request : qAsConst(requests))
         refuse(request.id, QCameraImageCapture::ResourceError, reason);
+    cancelCapture();
 }
 
 // Queued, so that the caller of capture() knows the number before it hears of it.
@@ -162,10 +157,10 @@ void StillControl::updateReadiness()
 
 QString StillControl::codecFor(const QString &fileName) const
 {
-    const QString chosen = settings.imageSettings().codec().toLower();
+    QString chosen = settings.imageSettings().codec().toLower();
     if (!chosen.isEmpty())
         return chosen;
-    const QString suffix = QFileInfo(fileName).suffix().toLower();
+    QString suffix = QFileInfo(fileName).suffix().toLower();
     const QStringList offered = session.source()->stillCodecs();
     if (offered.contains(suffix))
         return suffix;

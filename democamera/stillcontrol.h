@@ -37,7 +37,6 @@ public:
 
 private:
     void connectSource();
-    void onSourceChanged();
     void onStatusChanged();
     void next();
     void finish();

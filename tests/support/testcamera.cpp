@@ -113,8 +113,15 @@ public:
         camera.told.locks |= locks;
         if (camera.lockAnswer != Answer::OnCall) {
             const bool found = camera.lockAnswer != Answer::Refuse;
-            later([this, locks, found] { emit locksFound(locks, found); });
+            later([this, locks, found] { answerLocks(locks, found); });
         }
+    }
+
+    void answerLocks(QCamera::LockTypes locks, bool found)
+    {
+        if (!found)
+            camera.told.locks &= ~locks;
+        emit locksFound(locks, found);
     }
 
     void releaseLocks(QCamera::LockTypes locks) override { camera.told.locks &= ~locks; }
@@ -255,7 +262,7 @@ void TestCamera::raiseStillError(int id, QCameraImageCapture::Error error, const
 void TestCamera::answerLocks(bool found)
 {
     if (source)
-        emit source->locksFound(told.locks, found);
+        source->answerLocks(told.locks, found);
 }
 
 void TestCamera::raiseError(QCamera::Error error, const QString &text, QCamera::State state)

@@ -35,7 +35,7 @@ public:
         int stopped = 0;
         QByteArray device;        ///< the last one opened
         double exposure = 0;      ///< in EV
-        QCamera::LockTypes locks; ///< searched for and not released
+        QCamera::LockTypes locks; ///< searched for or found, and not released
         int cancelled = 0;        ///< stills
         QList<democamera::StillRequest> stills;
     };
@@ -43,8 +43,9 @@ public:
     /// The one of this process, as Qt's plug-in uses it.
     static TestCamera &instance();
 
-    /// Back to how a test begins: one device "essai" of 64 x 48, everything answered at once,
-    /// codecs jpeg and png, the sizes of stills 64x48 and 32x24, nothing recorded.
+    /// Back to how a test begins, with no camera open: one device "essai" of 64 x 48, everything
+    /// answered at once, codecs jpeg and png, the sizes of stills 64x48 and 32x24, nothing
+    /// recorded.
     void reset();
 
     /// \name What the camera is. Devices may come and go at any time; the rest is asked for when it
