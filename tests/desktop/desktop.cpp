@@ -114,6 +114,14 @@ QImage Desktop::screen() const
         QImage::Format_RGB32);
 }
 
+QImage Desktop::windowContent() const
+{
+    return QGuiApplication::primaryScreen()
+        ->grabWindow(windowId.toULongLong())
+        .toImage()
+        .convertToFormat(QImage::Format_RGB32);
+}
+
 void Desktop::keepScreenshot(const QString &name) const
 {
     const QDir pictures(QStringLiteral(KIVRA_SCREENSHOT_FOLDER));

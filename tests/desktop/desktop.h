@@ -40,6 +40,8 @@ public:
 
     /// The content of the screen.
     QImage screen() const;
+    /// The content of the program's window, without what the window manager adds around it.
+    QImage windowContent() const;
     /// Keeps the screen's content as a picture in the build folder.
     void keepScreenshot(const QString &name) const;
 

@@ -1,0 +1,167 @@
+// Keys sent to a freshly started program, and what the screen then shows; window size presets.
+
+#include "tests/desktop/desktop.h"
+#include "tests/support/testmain.h"
+
+#include <QDir>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QScreen>
+
+using kivra::test::Desktop;
+using kivra::test::extentOf;
+using kivra::test::Sandbox;
+
+namespace {
+
+constexpr QSize frameSize(320, 240);
+const QColor light(200, 200, 200);
+const QColor dark(60, 60, 60);
+constexpr QSize largestView(1200, 840); // with menu and status bar
+
+// A light page with one dark square.
+QImage frame()
+{
+    QImage picture(frameSize, QImage::Format_RGB32);
+    picture.fill(light);
+    QPainter painter(&picture);
+    painter.fillRect(110, 70, 100, 100, dark);
+    return picture;
+}
+
+} // namespace
+
+class TestKeyboard : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        const QDir folder(Sandbox::instance().home() + QStringLiteral("/frames"));
+        folder.mkpath(QStringLiteral("."));
+        QVERIFY(frame().save(folder.filePath(QStringLiteral("page.png"))));
+        qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(folder.path()));
+        qputenv("KIVRA_DEMO_SIZE", "320x240");
+        desktop = std::make_unique<Desktop>();
+    }
+
+    void init()
+    {
+        Sandbox::instance().reset();
+        QVERIFY(desktop->start());
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), 15000);
+    }
+
+    void cleanup()
+    {
+        desktop->keepScreenshot(QStringLiteral("key_") +
+                                QString::fromLatin1(QTest::currentTestFunction()));
+        QCOMPARE(desktop->close(), 0);
+    }
+
+    void cleanupTestCase() { desktop.reset(); }
+
+    void zoomKeys()
+    {
+        for (const char *up : {"plus", "KP_Add", "Up", "KP_Up"}) {
+            desktop->key(QLatin1String(up));
+            QTRY_COMPARE(square(dark), QSize(118, 118));
+            desktop->key(QStringLiteral("Left"));
+            QTRY_COMPARE(square(dark), QSize(100, 100));
+        }
+        for (const char *down : {"minus", "KP_Subtract", "Down", "KP_Down"}) {
+            desktop->key(QLatin1String(down));
+            QTRY_COMPARE(square(dark), QSize(84, 84));
+            desktop->key(QStringLiteral("Left"));
+            QTRY_COMPARE(square(dark), QSize(100, 100));
+        }
+    }
+
+    void brightnessKeys_data()
+    {
+        QTest::addColumn<QString>("letter");
+        QTest::newRow("l") << QStringLiteral("l");
+        QTest::newRow("with Shift") << QStringLiteral("shift+l");
+    }
+
+    void brightnessKeys()
+    {
+        QFETCH(QString, letter);
+        desktop->key(letter);
+        desktop->key(QStringLiteral("Up"));
+        QTRY_COMPARE(square(QColor(80, 80, 80)), QSize(100, 100)); // 60 + 20
+        desktop->key(QStringLiteral("Down"));
+        desktop->key(QStringLiteral("Down"));
+        QTRY_COMPARE(square(QColor(40, 40, 40)), QSize(100, 100));
+        desktop->key(QStringLiteral("Left"));
+        QTRY_COMPARE(square(dark), QSize(100, 100));
+    }
+
+    void contrastKeys()
+    {
+        desktop->key(QStringLiteral("c"));
+        desktop->key(QStringLiteral("Up"));
+        // (60 - 128) x 1.2 + 128 = 46.4
+        QTRY_COMPARE(square(QColor(46, 46, 46)), QSize(100, 100));
+    }
+
+    void textModeAndNegative()
+    {
+        for (int step = 0; step < 3; ++step)
+            desktop->key(QStringLiteral("F7"));
+        QTRY_COMPARE(square(QColor(Qt::black)), QSize(100, 100)); // text: pure black
+        desktop->key(QStringLiteral("F6"));
+        desktop->key(QStringLiteral("F6"));
+        QTRY_COMPARE(square(QColor(Qt::white)), QSize(100, 100)); // in negative
+        desktop->key(QStringLiteral("ctrl+z"));
+        QTRY_COMPARE(square(dark), QSize(100, 100));
+    }
+
+    void keysAfterTheToolBar()
+    {
+        desktop->key(QStringLiteral("ctrl+m"));
+        // The tool bar's fifth button is the zoom.
+        desktop->clickInWindow({162, 40});
+        desktop->key(QStringLiteral("Up"));
+        QTRY_VERIFY(square(dark) != QSize(100, 100));
+        desktop->key(QStringLiteral("Left"));
+        QTRY_COMPARE(square(dark), QSize(100, 100));
+    }
+
+    void keysAfterAMenu()
+    {
+        desktop->clickInWindow({30, 10});
+        desktop->key(QStringLiteral("Escape"));
+        desktop->key(QStringLiteral("Escape"));
+        desktop->key(QStringLiteral("Up"));
+        QTRY_COMPARE(square(dark), QSize(118, 118));
+    }
+
+    void sizePresets()
+    {
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        const QSize largest(4096, 4096);
+        const QSize presets[] = {
+            QSize(screen.width(), screen.height() * 65 / 100).boundedTo(largest),
+            screen.boundedTo(largest), QSize(screen.width() * 7 / 10, screen.height() * 7 / 10)};
+        for (const QSize &preset : presets) {
+            desktop->key(QStringLiteral("F5"));
+            QTRY_COMPARE(desktop->windowContent().size(), preset);
+        }
+    }
+
+private:
+    QSize square(const QColor &colour) const
+    {
+        const QImage content = desktop->windowContent();
+        QRect middle(0, 0, 240, 180); // inside the picture's frame, at every zoom used here
+        middle.moveCenter(QRect(QPoint(0, 0), content.size().boundedTo(largestView)).center());
+        return extentOf(content.copy(middle), colour).size();
+    }
+
+    std::unique_ptr<Desktop> desktop;
+};
+
+KIVRA_TEST_MAIN(TestKeyboard)
+#include "test_keyboard.moc"
