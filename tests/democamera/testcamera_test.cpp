@@ -124,6 +124,7 @@ private slots:
     void deviceMaySaveByItself();
     void raisedStillErrorReachesTheCapture();
     void cancelReachesTheDevice();
+    void cancelDuringTheWriting();
     void cameraWithoutCodecsOrSizes();
     void endDuringAStill();
 
@@ -583,6 +584,25 @@ void TestCameraTest::cancelReachesTheDevice()
     // The answer that comes all the same is nobody's.
     device().answerStill();
     QCOMPARE(captured.size(), 0);
+}
+
+void TestCameraTest::cancelDuringTheWriting()
+{
+    device().setStillAnswer(Answer::OnCall);
+    Rig rig;
+    QVERIFY(rig.start());
+    QSignalSpy saved(rig.capture.get(), &QCameraImageCapture::imageSaved);
+    rig.capture->capture(inDocuments("1.jpg"));
+    QTRY_COMPARE(device().record().stills.size(), 1);
+    device().answerStill();
+    rig.capture->cancelCapture();
+    // The writer takes one after the other: the first is over when the second is saved.
+    const int second = rig.capture->capture(inDocuments("2.jpg"));
+    QTRY_COMPARE(device().record().stills.size(), 2);
+    device().answerStill();
+    QVERIFY(saved.wait());
+    QCOMPARE(saved.size(), 1);
+    QCOMPARE(saved.first().first().toInt(), second);
 }
 
 void TestCameraTest::cameraWithoutCodecsOrSizes()
