@@ -79,9 +79,12 @@ bool Desktop::start(const QStringList &arguments)
 int Desktop::close()
 {
     xdo(QStringLiteral("key alt+F4"));
-    if (!program.waitForFinished(patienceMs))
-        return -1;
-    return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
+    const bool ended =
+        program.waitForFinished(patienceMs) && program.exitStatus() == QProcess::NormalExit;
+    const int code = ended ? program.exitCode() : -1;
+    if (code != 0)
+        qWarning().noquote() << "the program wrote:\n" + log();
+    return code;
 }
 
 QString Desktop::log()
