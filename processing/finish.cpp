@@ -133,6 +133,12 @@ void Finish::row(const Pixel *from, Pixel *to, int n) const
         effectRow(to, to, n);
 }
 
+void Finish::opaqueRow(Pixel *pixels, int n) const
+{
+    if (!tones.empty() || lastEffect != Effect::None)
+        row(pixels, pixels, n);
+}
+
 void Finish::effectRow(const Pixel *from, Pixel *to, int n) const
 {
     switch (lastEffect) {

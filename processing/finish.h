@@ -48,6 +48,8 @@ public:
     Pixel word(Pixel pixel) const;
     /// What becomes of \a n pixels of a row; \a to may be \a from.
     void row(const Pixel *from, Pixel *to, int n) const;
+    /// The same in place, for pixels whose alpha is 255 already.
+    void opaqueRow(Pixel *pixels, int n) const;
 
 private:
     Finish(std::vector<Tone> tones, Effect effect, const LevelWords &colours);

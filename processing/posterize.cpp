@@ -100,7 +100,7 @@ void posterize(ConstPixels from, Pixels to, const Finish &finish)
             posterizeRest(from, to, begin, end, inVectors);
         for (int y = begin; y < end; ++y) {
             posterizeRow(from.row(y), to.row(y), inVectors, colours);
-            finish.row(to.row(y), to.row(y), to.width());
+            finish.opaqueRow(to.row(y), to.width());
         }
     });
 }

@@ -3,7 +3,10 @@
 
 #if defined(__x86_64__)
 
-#define KIVRA_TARGET [[gnu::target("avx2,fma")]]
+#include <immintrin.h>
+
+#define KIVRA_TARGET __attribute__((target("avx2,fma")))
+#define KIVRA_OWN_COLOUR_KERNELS
 
 namespace kivra {
 
@@ -11,6 +14,7 @@ namespace {
 
 constexpr Isa version = Isa::Avx2;
 
+#include "processing/kernels/avx2own.inc"
 #include "processing/kernels/bodies.inc"
 
 } // namespace

@@ -7,6 +7,14 @@
 
 #define KIVRA_LOOP [[gnu::always_inline]] static inline
 
+// Before a loop whose source and destination may be the same row: no pass reads what another one
+// wrote. Without it the compiler checks for overlap and goes pixel by pixel.
+#if defined(__clang__)
+#define KIVRA_SAME_ROW _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define KIVRA_SAME_ROW _Pragma("GCC ivdep")
+#endif
+
 namespace kivra::loops {
 
 constexpr Pixel opaqueAlpha = 0xFF000000U;
@@ -28,12 +36,14 @@ KIVRA_LOOP int redOf(Pixel pixel)
 
 KIVRA_LOOP void opaque(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = from[i] | opaqueAlpha;
 }
 
 KIVRA_LOOP void negative(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = (from[i] | opaqueAlpha) ^ 0x00FFFFFFU;
 }
@@ -46,12 +56,14 @@ KIVRA_LOOP Pixel level(Pixel pixel)
 
 KIVRA_LOOP void levelsOf(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = level(from[i]);
 }
 
 KIVRA_LOOP void grey(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = opaqueAlpha | level(from[i]) * 0x010101U;
 }
@@ -82,6 +94,7 @@ KIVRA_LOOP void tone(const Pixel *from, Pixel *to, int n, const ToneWords &words
 // OpenCV's 8-bit grey: .299, .587 and .114 in 15-bit fixed point.
 KIVRA_LOOP void gray(const Pixel *from, std::uint8_t *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
         const int sum = 9798 * redOf(from[i]) + 19235 * greenOf(from[i]) + 3735 * blueOf(from[i]);
         to[i] = static_cast<std::uint8_t>((sum + (1 << 14)) >> 15);
@@ -91,6 +104,7 @@ KIVRA_LOOP void gray(const Pixel *from, std::uint8_t *to, int n)
 KIVRA_LOOP void choose(const std::uint8_t *from, Pixel *to, int n, int threshold, Pixel dark,
                        Pixel light)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = from[i] > threshold ? light : dark;
 }
@@ -107,6 +121,7 @@ KIVRA_LOOP int lumaOf(Pixel pixel)
 
 KIVRA_LOOP void luma(const Pixel *from, std::uint8_t *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = static_cast<std::uint8_t>(lumaOf(from[i]));
 }
@@ -132,6 +147,7 @@ KIVRA_LOOP int chroma(int difference, int scale)
 KIVRA_LOOP void relight(const Pixel *from, const std::uint8_t *was, const std::uint8_t *becomes,
                         Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
         const int cr = chroma(redOf(from[i]) - was[i], 11682);
         const int cb = chroma(blueOf(from[i]) - was[i], 9241);
@@ -150,6 +166,7 @@ KIVRA_LOOP int onLine(int level, const ToneLine &line)
 KIVRA_LOOP void line(const Pixel *from, Pixel *to, int n, const ToneLine &given)
 {
     const ToneLine line = given; // a copy that the stores cannot touch
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = wordOf(onLine(redOf(from[i]), line), onLine(greenOf(from[i]), line),
                        onLine(blueOf(from[i]), line));
@@ -186,6 +203,7 @@ KIVRA_LOOP std::uint32_t hsvPlaceOf(Pixel pixel)
 
 KIVRA_LOOP void hsvPlace(const Pixel *from, std::uint32_t *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = hsvPlaceOf(from[i]);
 }
@@ -246,6 +264,7 @@ template<bool fused>
 KIVRA_LOOP void across(const float *from, float *to, int n, const MeanWeights &given)
 {
     const MeanWeights weights = given;
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
         float sum = from[i - meanReach] * weights[0];
         for (int tap = 1; tap < meanTaps; ++tap)
@@ -264,6 +283,7 @@ KIVRA_LOOP void decide(const float *const *rows, const std::uint8_t *values, Pix
     std::array<const float *, meanTaps> row;
     for (std::size_t tap = 0; tap < meanTaps; ++tap)
         row[tap] = rows[tap];
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
         float sum = row[meanReach][i] * weights[meanReach];
         for (std::size_t out = 1; out <= meanReach; ++out)

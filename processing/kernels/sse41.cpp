@@ -3,7 +3,7 @@
 
 #if defined(__x86_64__)
 
-#define KIVRA_TARGET [[gnu::target("sse4.1")]]
+#define KIVRA_TARGET __attribute__((target("sse4.1")))
 
 namespace kivra {
 
