@@ -68,7 +68,8 @@ struct Kernels
                    Pixel light);
     /// OpenCV's luma (Y of YCrCb).
     void (*luma)(const Pixel *from, std::uint8_t *to, int n);
-    /// Through YCrCb and back; on the way, luma \a was becomes \a becomes. Alpha 255.
+    /// Through YCrCb and back, alpha 255. On the way the pixels' luma \a was, as luma() gives it,
+    /// is replaced by \a becomes.
     void (*relight)(const Pixel *from, const std::uint8_t *was, const std::uint8_t *becomes,
                     Pixel *to, int n);
     /// The place of the pixel's OpenCV hue (0..179), saturation and value eighth (0..7) in a table:
