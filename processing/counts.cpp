@@ -63,16 +63,11 @@ Histogram blueHistogram(ConstPixels pixels)
     });
 }
 
-Histogram lumaHistogram(ConstPixels pixels)
+Histogram lumaWithHistogram(ConstPixels pixels, cv::Mat &plane)
 {
     return histogramOf(pixels, [&](int y, Counter &counter) {
-        constexpr int piece = 1024;
-        std::array<std::uint8_t, piece> luma;
-        for (int x = 0; x < pixels.width(); x += piece) {
-            const int n = std::min(piece, pixels.width() - x);
-            kernels().luma(pixels.row(y) + x, luma.data(), n);
-            counter.add(luma.data(), n, 1);
-        }
+        kernels().luma(pixels.row(y), plane.ptr(y), pixels.width());
+        counter.add(plane.ptr(y), pixels.width(), 1);
     });
 }
 

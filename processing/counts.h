@@ -14,14 +14,14 @@ using Histogram = std::array<std::uint32_t, 256>;
 /// The histogram of the blue channel.
 Histogram blueHistogram(ConstPixels pixels);
 
-/// The histogram of the luma (Y of YCrCb).
-Histogram lumaHistogram(ConstPixels pixels);
+/// Fills \a plane, a CV_8UC1 matrix of the picture's size, with OpenCV's luma (Y of YCrCb) and
+/// returns its histogram.
+Histogram lumaWithHistogram(ConstPixels pixels, cv::Mat &plane);
 
-/// Fills \a plane, a CV_8UC1 matrix of the picture's size, with OpenCV's grey and returns its
-/// histogram.
+/// The same with OpenCV's grey.
 Histogram grayWithHistogram(ConstPixels pixels, cv::Mat &plane);
 
-/// Fills \a plane likewise, without counting.
+/// The grey alone.
 void gray(ConstPixels pixels, cv::Mat &plane);
 
 } // namespace kivra

@@ -3,14 +3,67 @@
 #include "processing/parallel.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace kivra {
 
-Finish::Tone identityTone()
+namespace {
+
+int onLine(int level, const ToneLine &line)
 {
-    Finish::Tone tone;
-    std::iota(tone.begin(), tone.end(), std::uint8_t{0});
+    return std::clamp((level * line.scale + line.offset) >> line.shift, 0, 255);
+}
+
+// The line in fixed point, if that gives every entry exactly.
+std::optional<ToneLine> lineOf(const Tone &tone, double slope, double intercept)
+{
+    // Entries that are whole numbers in exact arithmetic must not fall short of them; no fraction
+    // of a table of percents or of up to 255 steps comes this close below a whole number.
+    constexpr double slack = 1.0 / 1024;
+    constexpr double room = 1 << 30; // in an int, with the sum of both terms
+    const double reach = 255 * std::abs(slope) + std::abs(intercept) + 1;
+    int shift = 20;
+    while (shift > 0 && std::ldexp(reach, shift) > room)
+        --shift;
+    if (!(std::ldexp(reach, shift) <= room))
+        return {};
+    const ToneLine line{static_cast<int>(std::lround(std::ldexp(slope, shift))),
+                        static_cast<int>(std::lround(std::ldexp(intercept + slack, shift))), shift};
+    for (int level = 0; level < 256; ++level) {
+        if (onLine(level, line) != tone.table[static_cast<std::size_t>(level)])
+            return {};
+    }
+    return line;
+}
+
+bool isIdentity(const Tone &tone)
+{
+    return tone.table == identityTone().table;
+}
+
+} // namespace
+
+Tone identityTone()
+{
+    Tone tone{{}, ToneLine{1, 0, 0}};
+    std::iota(tone.table.begin(), tone.table.end(), std::uint8_t{0});
+    return tone;
+}
+
+Tone toneOf(const int *lut)
+{
+    Tone tone{};
+    std::transform(lut, lut + tone.table.size(), tone.table.begin(),
+                   [](int level) { return static_cast<std::uint8_t>(level); });
+    return tone;
+}
+
+Tone toneOf(const int *lut, double slope, double intercept)
+{
+    Tone tone = toneOf(lut);
+    tone.line = lineOf(tone, slope, intercept);
     return tone;
 }
 
@@ -20,25 +73,29 @@ Finish::Finish()
 }
 
 Finish::Finish(const Tone &tone, Effect effect)
-    : Finish(tone, effect, LevelWords{})
+    : Finish({tone}, effect, LevelWords{})
 {
 }
 
 Finish::Finish(const Tone &tone, const LevelWords &colours)
-    : Finish(tone, Effect::Colours, colours)
+    : Finish({tone}, Effect::Colours, colours)
 {
 }
 
-Finish::Finish(const Tone &tone, Effect effect, const LevelWords &colours)
-    : channelTone(tone)
-    , toneIsIdentity(tone == identityTone())
+Finish::Finish(std::vector<Tone> given, Effect effect, const LevelWords &colours)
+    : tones(std::move(given))
     , lastEffect(effect)
     , levelWords(colours)
 {
-    // The negative costs nothing inside the tables.
+    tones.erase(std::remove_if(tones.begin(), tones.end(), isIdentity), tones.end());
+    byLines = std::all_of(tones.begin(), tones.end(),
+                          [](const Tone &tone) { return tone.line.has_value(); });
     const Pixel inverted = effect == Effect::Negative ? 0xFFU : 0U;
-    for (std::size_t i = 0; i < tone.size(); ++i) {
-        const Pixel level = tone[i] ^ inverted;
+    for (std::size_t i = 0; i < toneWords.blue.size(); ++i) {
+        std::size_t through = i;
+        for (const Tone &tone : tones)
+            through = tone.table[through];
+        const Pixel level = static_cast<Pixel>(through) ^ inverted;
         toneWords.red[i] = 0xFF000000U | level << 16;
         toneWords.green[i] = level << 8;
         toneWords.blue[i] = level;
@@ -47,10 +104,9 @@ Finish::Finish(const Tone &tone, Effect effect, const LevelWords &colours)
 
 Finish Finish::after(const Tone &first) const
 {
-    Tone both;
-    std::transform(first.begin(), first.end(), both.begin(),
-                   [this](std::uint8_t level) { return channelTone[level]; });
-    return {both, lastEffect, levelWords};
+    std::vector<Tone> all{first};
+    all.insert(all.end(), tones.begin(), tones.end());
+    return {std::move(all), lastEffect, levelWords};
 }
 
 Pixel Finish::word(Pixel pixel) const
@@ -60,16 +116,27 @@ Pixel Finish::word(Pixel pixel) const
     return result;
 }
 
+// Each step after the first finds the row in the first-level cache.
 void Finish::row(const Pixel *from, Pixel *to, int n) const
 {
-    if (toneIsIdentity) {
-        effectRow(from, to, n);
+    if (byLines) {
+        for (const Tone &tone : tones) {
+            kernels().line(from, to, n, *tone.line);
+            from = to;
+        }
+        if (tones.empty() || lastEffect != Effect::None)
+            effectRow(from, to, n);
         return;
     }
     kernels().tone(from, to, n, toneWords);
-    // The row is still in the first-level cache.
     if (lastEffect == Effect::Grey || lastEffect == Effect::Colours)
         effectRow(to, to, n);
+}
+
+void Finish::opaqueRow(Pixel *pixels, int n) const
+{
+    if (!tones.empty() || lastEffect != Effect::None)
+        row(pixels, pixels, n);
 }
 
 void Finish::effectRow(const Pixel *from, Pixel *to, int n) const
@@ -88,14 +155,6 @@ void Finish::effectRow(const Pixel *from, Pixel *to, int n) const
         kernels().levels(from, to, n, levelWords);
         break;
     }
-}
-
-Finish::Tone toneOf(const int *lut)
-{
-    Finish::Tone tone;
-    std::transform(lut, lut + tone.size(), tone.begin(),
-                   [](int level) { return static_cast<std::uint8_t>(level); });
-    return tone;
 }
 
 void applyFinish(ConstPixels from, Pixels to, const Finish &finish)

@@ -5,15 +5,34 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <vector>
 
 namespace kivra {
+
+/// A look-up table for the three channels alike.
+struct Tone
+{
+    std::array<std::uint8_t, 256> table;
+    /// The same as a line, if it is one.
+    std::optional<ToneLine> line;
+};
+
+/// The table that changes nothing.
+Tone identityTone();
+
+/// The table that CalculerLut() and its like made.
+Tone toneOf(const int *lut);
+
+/// The same for a table that is, but for its limits, entry i = slope * i + intercept, truncated:
+/// then it can be computed instead of looked up.
+Tone toneOf(const int *lut, double slope, double intercept);
 
 /// The last steps of every picture, as one: a look-up table for the three channels, then an effect.
 class Finish
 {
 public:
     enum class Effect { None, Grey, Negative, Colours };
-    using Tone = std::array<std::uint8_t, 256>;
 
     /// Sets alpha to 255 and changes nothing else.
     Finish();
@@ -29,23 +48,21 @@ public:
     Pixel word(Pixel pixel) const;
     /// What becomes of \a n pixels of a row; \a to may be \a from.
     void row(const Pixel *from, Pixel *to, int n) const;
+    /// The same in place, for pixels whose alpha is 255 already.
+    void opaqueRow(Pixel *pixels, int n) const;
 
 private:
-    Finish(const Tone &tone, Effect effect, const LevelWords &colours);
+    Finish(std::vector<Tone> tones, Effect effect, const LevelWords &colours);
     void effectRow(const Pixel *from, Pixel *to, int n) const;
 
-    Tone channelTone;
-    bool toneIsIdentity;
+    /// In the order of their application, without identities.
+    std::vector<Tone> tones;
+    /// All tones, and a negative after them, in one look-up; unless each is a line.
+    ToneWords toneWords;
+    bool byLines;
     Effect lastEffect;
     LevelWords levelWords;
-    ToneWords toneWords;
 };
-
-/// The table that changes nothing.
-Finish::Tone identityTone();
-
-/// The table that CalculerLut() and its like made.
-Finish::Tone toneOf(const int *lut);
 
 /// Finishes all pixels of \a from into \a to, a grid of the same size, perhaps the same one.
 void applyFinish(ConstPixels from, Pixels to, const Finish &finish);

@@ -23,7 +23,8 @@ Finish finishOf(const FrameSettings &settings)
 {
     std::array<int, 256> lut{};
     CalculerLut(lut.data(), settings.lumiere, settings.contraste);
-    const Finish::Tone tone = toneOf(lut.data());
+    const double gain = settings.contraste / 100.0;
+    const Tone tone = toneOf(lut.data(), gain, (settings.lumiere - 128.0) * gain + 128);
     switch (settings.effect) {
     case 1:
         return {tone, Finish::Effect::Grey};

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
@@ -17,27 +18,29 @@ namespace kivra {
 namespace {
 
 // The table from the first to the last level that more than 0.1 % of the pixels have.
-Finish::Tone stretchTable(const Histogram &histogram, int width, int height)
+Tone stretchTable(const Histogram &histogram, int width, int height)
 {
     const auto threshold = static_cast<float>(width * height * 0.001);
     const auto exceeds = [&](std::uint32_t count) { return static_cast<float>(count) > threshold; };
     const auto low = std::find_if(histogram.begin(), histogram.end(), exceeds);
     const auto high = std::find_if(histogram.rbegin(), histogram.rend(), exceeds);
+    const auto first = static_cast<int>(low - histogram.begin());
+    const auto last = static_cast<int>(histogram.rend() - high) - 1;
     std::array<int, 256> lut{};
-    CreerLut(lut.data(), 2, static_cast<int>(low - histogram.begin()),
-             static_cast<int>(histogram.rend() - high) - 1);
-    return toneOf(lut.data());
+    CreerLut(lut.data(), 2, first, last);
+    const double slope = first == last ? 0 : 255.0 / (last - first);
+    return toneOf(lut.data(), slope, -first * slope);
 }
 
 // OpenCV's equalisation: the levels below and at the darkest one become 0, each other one its share
 // of 255, by the number of pixels above the darkest level that are not brighter. A picture of one
 // level keeps it.
-Finish::Tone equalizationTable(const Histogram &histogram)
+std::array<std::uint8_t, 256> equalizationTable(const Histogram &histogram)
 {
     std::uint32_t total = 0;
     for (std::uint32_t count : histogram)
         total += count;
-    Finish::Tone table{};
+    std::array<std::uint8_t, 256> table{};
     std::size_t level = 0;
     while (histogram[level] == 0)
         ++level;
@@ -55,6 +58,21 @@ Finish::Tone equalizationTable(const Histogram &histogram)
     return table;
 }
 
+// Eight at a time, from one load.
+void lookUp(const std::uint8_t *from, std::uint8_t *to, int n,
+            const std::array<std::uint8_t, 256> &table)
+{
+    int i = 0;
+    for (; i + 8 <= n; i += 8) {
+        std::uint64_t levels = 0;
+        std::memcpy(&levels, from + i, sizeof levels);
+        for (int place = 0; place < 8; ++place)
+            to[i + place] = table[levels >> (8 * place) & 0xFFU];
+    }
+    for (; i < n; ++i)
+        to[i] = table[from[i]];
+}
+
 } // namespace
 
 void stretch(ConstPixels from, Pixels to, const Finish &finish)
@@ -62,7 +80,7 @@ void stretch(ConstPixels from, Pixels to, const Finish &finish)
     if (from.isEmpty())
         return;
     checkBuffers(from.width(), from.height());
-    const Finish::Tone table = stretchTable(blueHistogram(from), from.width(), from.height());
+    const Tone table = stretchTable(blueHistogram(from), from.width(), from.height());
     applyFinish(from, to, finish.after(table));
 }
 
@@ -71,11 +89,15 @@ void equalize(ConstPixels from, Pixels to, const Finish &finish)
     if (from.isEmpty())
         return;
     checkBuffers(from.width(), from.height());
-    const Finish::Tone table = equalizationTable(lumaHistogram(from));
+    const auto table = equalizationTable(lumaWithHistogram(from, _src_gray));
     forBands(from.width(), from.height(), [&](int begin, int end) {
+        const Kernels &kernel = kernels();
+        std::vector<std::uint8_t> lit(static_cast<std::size_t>(from.width()));
         for (int y = begin; y < end; ++y) {
-            kernels().relight(from.row(y), to.row(y), from.width(), table);
-            finish.row(to.row(y), to.row(y), from.width());
+            const std::uint8_t *luma = _src_gray.ptr(y);
+            lookUp(luma, lit.data(), from.width(), table);
+            kernel.relight(from.row(y), luma, lit.data(), to.row(y), from.width());
+            finish.opaqueRow(to.row(y), to.width());
         }
     });
 }

@@ -1,5 +1,6 @@
 #include "processing/threshold.h"
 
+#include "processing/adaptive.h"
 #include "processing/buffers.h"
 #include "processing/colourcopy.h"
 #include "processing/counts.h"
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <opencv2/imgproc.hpp>
 
 namespace kivra {
 
@@ -61,19 +61,6 @@ int otsuLevel(const Histogram &histogram, int width, int height)
     return level;
 }
 
-// The decision of the adaptive threshold for rows begin to end of _src_gray, as 0 and 255.
-cv::Mat decideBand(int begin, int end)
-{
-    constexpr int halo = 8; // one row of the median, five of the mean; more keeps OpenCV's grouping
-    const int top = std::max(begin - halo, 0);
-    const int bottom = std::min(end + halo, _src_gray.rows);
-    cv::Mat band;
-    cv::medianBlur(_src_gray.rowRange(top, bottom), band, 3);
-    cv::adaptiveThreshold(band, band, 255.0, cv::ADAPTIVE_THRESH_GAUSSIAN_C, cv::THRESH_BINARY, 11,
-                          2.0);
-    return band.rowRange(begin - top, end - top);
-}
-
 } // namespace
 
 void thresholdAt(ConstPixels from, Pixels to, double level, TwoColours colours)
@@ -101,12 +88,7 @@ void thresholdByNeighbours(ConstPixels from, Pixels to, TwoColours colours)
         return;
     checkBuffers(from.width(), from.height());
     gray(from, _src_gray);
-    forBands(from.width(), from.height(), [&](int begin, int end) {
-        const cv::Mat decision = decideBand(begin, end);
-        for (int y = begin; y < end; ++y)
-            kernels().choose(decision.ptr(y - begin), to.row(y), to.width(), 127, colours.dark,
-                             colours.light);
-    });
+    decideByNeighbours(_src_gray, to, colours);
 }
 
 } // namespace kivra

@@ -1,8 +1,19 @@
 #include "processing/kernels/versions.h"
 
+#include <atomic>
+
 namespace kivra {
 
+namespace {
+
 std::atomic<Isa> isaRun{Isa::Portable};
+
+} // namespace
+
+void noteRun(Isa isa)
+{
+    isaRun.store(isa, std::memory_order_relaxed);
+}
 
 const Kernels &kernelsFor(Isa isa)
 {

@@ -19,6 +19,31 @@ struct ToneWords
 /// The table that gives the pixel word of each grey level.
 using LevelWords = std::array<Pixel, 256>;
 
+/// A table that is a line: entry i = (i * scale + offset) >> shift, limited to 0..255.
+struct ToneLine
+{
+    std::int32_t scale;
+    std::int32_t offset;
+    std::int32_t shift;
+};
+
+/// The neighbourhood of the adaptive threshold's mean and its symmetric weights.
+constexpr int meanReach = 5;
+constexpr int meanTaps = 2 * meanReach + 1;
+using MeanWeights = std::array<float, meanTaps>;
+
+/// The neighbourhood mean of the adaptive threshold, in OpenCV's order of operations.
+struct MeanKernels
+{
+    /// Sums along a row, from left to right, around \c n elements; \a from has
+    /// meanReach more of them on either side.
+    void (*across)(const float *from, float *to, int n, const MeanWeights &weights);
+    /// Sums across the \a rows, from the middle outwards, and compares: where \a values exceeds the
+    /// mean, rounded to an integer, less 2: \a light, otherwise \a dark.
+    void (*decide)(const float *const *rows, const std::uint8_t *values, Pixel *to, int n,
+                   const MeanWeights &weights, Pixel dark, Pixel light);
+};
+
 /// What takes the time: operations on \c n pixels of one row. Source and destination are the same
 /// row or do not overlap. Every version gives the same bits.
 struct Kernels
@@ -34,6 +59,8 @@ struct Kernels
     void (*levels)(const Pixel *from, Pixel *to, int n, const LevelWords &words);
     /// Every channel through its table, alpha 255.
     void (*tone)(const Pixel *from, Pixel *to, int n, const ToneWords &words);
+    /// Every channel through the line, alpha 255.
+    void (*line)(const Pixel *from, Pixel *to, int n, const ToneLine &line);
     /// OpenCV's grey of blue-green-red.
     void (*gray)(const Pixel *from, std::uint8_t *to, int n);
     /// Where the grey exceeds \a threshold, \a light, otherwise \a dark.
@@ -41,9 +68,19 @@ struct Kernels
                    Pixel light);
     /// OpenCV's luma (Y of YCrCb).
     void (*luma)(const Pixel *from, std::uint8_t *to, int n);
-    /// Through YCrCb and back, the luma through \a table on the way; alpha 255.
-    void (*relight)(const Pixel *from, Pixel *to, int n,
-                    const std::array<std::uint8_t, 256> &table);
+    /// Through YCrCb and back, alpha 255. On the way the pixels' luma \a was, as luma() gives it,
+    /// is replaced by \a becomes.
+    void (*relight)(const Pixel *from, const std::uint8_t *was, const std::uint8_t *becomes,
+                    Pixel *to, int n);
+    /// The place of the pixel's OpenCV hue (0..179), saturation and value eighth (0..7) in a table:
+    /// (eighth * 180 + hue) * 256 + saturation.
+    void (*hsvPlace)(const Pixel *from, std::uint32_t *to, int n);
+    /// 3x3 median around \c n bytes of the middle row; the rows have one more on either side.
+    void (*median)(const std::uint8_t *above, const std::uint8_t *middle, const std::uint8_t *below,
+                   std::uint8_t *to, int n);
+    /// With fused multiply-add, null in versions without; and with a rounding after each operation.
+    MeanKernels meanFused;
+    MeanKernels meanUnfused;
 };
 
 /// The version for activeIsa().

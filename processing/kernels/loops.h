@@ -7,6 +7,15 @@
 
 #define KIVRA_LOOP [[gnu::always_inline]] static inline
 
+// Before a loop whose source and destination may be the same row: no pass reads what another one
+// wrote. Without it the compiler checks for overlap and goes pixel by pixel.
+#if defined(__clang__)
+#pragma clang diagnostic ignored "-Wpass-failed" // not in instrumented builds
+#define KIVRA_SAME_ROW _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define KIVRA_SAME_ROW _Pragma("GCC ivdep")
+#endif
+
 namespace kivra::loops {
 
 constexpr Pixel opaqueAlpha = 0xFF000000U;
@@ -28,12 +37,14 @@ KIVRA_LOOP int redOf(Pixel pixel)
 
 KIVRA_LOOP void opaque(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = from[i] | opaqueAlpha;
 }
 
 KIVRA_LOOP void negative(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = (from[i] | opaqueAlpha) ^ 0x00FFFFFFU;
 }
@@ -44,16 +55,32 @@ KIVRA_LOOP Pixel level(Pixel pixel)
     return static_cast<Pixel>(11 * redOf(pixel) + 16 * greenOf(pixel) + 5 * blueOf(pixel)) >> 5;
 }
 
+KIVRA_LOOP void levelsOf(const Pixel *from, Pixel *to, int n)
+{
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i)
+        to[i] = level(from[i]);
+}
+
 KIVRA_LOOP void grey(const Pixel *from, Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = opaqueAlpha | level(from[i]) * 0x010101U;
 }
 
+// Look-ups are scalar, so they come after the arithmetic, not between its vectors.
+constexpr int piece = 256;
+
 KIVRA_LOOP void levels(const Pixel *from, Pixel *to, int n, const LevelWords &words)
 {
-    for (int i = 0; i < n; ++i)
-        to[i] = words[level(from[i])];
+    std::array<Pixel, piece> level;
+    for (int done = 0; done < n; done += piece) {
+        const int count = n - done < piece ? n - done : piece;
+        levelsOf(from + done, level.data(), count);
+        for (int i = 0; i < count; ++i)
+            to[done + i] = words[level[static_cast<std::size_t>(i)]];
+    }
 }
 
 KIVRA_LOOP void tone(const Pixel *from, Pixel *to, int n, const ToneWords &words)
@@ -68,6 +95,7 @@ KIVRA_LOOP void tone(const Pixel *from, Pixel *to, int n, const ToneWords &words
 // OpenCV's 8-bit grey: .299, .587 and .114 in 15-bit fixed point.
 KIVRA_LOOP void gray(const Pixel *from, std::uint8_t *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
         const int sum = 9798 * redOf(from[i]) + 19235 * greenOf(from[i]) + 3735 * blueOf(from[i]);
         to[i] = static_cast<std::uint8_t>((sum + (1 << 14)) >> 15);
@@ -77,6 +105,7 @@ KIVRA_LOOP void gray(const Pixel *from, std::uint8_t *to, int n)
 KIVRA_LOOP void choose(const std::uint8_t *from, Pixel *to, int n, int threshold, Pixel dark,
                        Pixel light)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = from[i] > threshold ? light : dark;
 }
@@ -93,34 +122,176 @@ KIVRA_LOOP int lumaOf(Pixel pixel)
 
 KIVRA_LOOP void luma(const Pixel *from, std::uint8_t *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = static_cast<std::uint8_t>(lumaOf(from[i]));
 }
 
-KIVRA_LOOP Pixel saturated(int value)
+KIVRA_LOOP int saturated(int value)
 {
-    return static_cast<Pixel>(value < 0 ? 0 : value > 255 ? 255 : value);
+    const int atLeast0 = value < 0 ? 0 : value;
+    return atLeast0 > 255 ? 255 : atLeast0;
+}
+
+KIVRA_LOOP Pixel wordOf(int red, int green, int blue)
+{
+    return opaqueAlpha | static_cast<Pixel>(red << 16 | green << 8 | blue);
 }
 
 // A colour difference in steps of 1 / scale, as 8 bits with its zero at 128, then without the zero.
 KIVRA_LOOP int chroma(int difference, int scale)
 {
     const int value = (difference * scale + (128 << lumaShift) + lumaHalf) >> lumaShift;
-    return static_cast<int>(saturated(value)) - 128;
+    return saturated(value) - 128;
 }
 
-KIVRA_LOOP void relight(const Pixel *from, Pixel *to, int n,
-                        const std::array<std::uint8_t, 256> &table)
+KIVRA_LOOP void relight(const Pixel *from, const std::uint8_t *was, const std::uint8_t *becomes,
+                        Pixel *to, int n)
 {
+    KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
-        const int y = lumaOf(from[i]);
-        const int cr = chroma(redOf(from[i]) - y, 11682);
-        const int cb = chroma(blueOf(from[i]) - y, 9241);
-        const int lit = table[static_cast<std::size_t>(y)];
-        const Pixel red = saturated(lit + ((cr * 22987 + lumaHalf) >> lumaShift));
-        const Pixel green = saturated(lit + ((cr * -11698 + cb * -5636 + lumaHalf) >> lumaShift));
-        const Pixel blue = saturated(lit + ((cb * 29049 + lumaHalf) >> lumaShift));
-        to[i] = opaqueAlpha | red << 16 | green << 8 | blue;
+        const int cr = chroma(redOf(from[i]) - was[i], 11682);
+        const int cb = chroma(blueOf(from[i]) - was[i], 9241);
+        const int red = becomes[i] + ((cr * 22987 + lumaHalf) >> lumaShift);
+        const int green = becomes[i] + ((cr * -11698 + cb * -5636 + lumaHalf) >> lumaShift);
+        const int blue = becomes[i] + ((cb * 29049 + lumaHalf) >> lumaShift);
+        to[i] = wordOf(saturated(red), saturated(green), saturated(blue));
+    }
+}
+
+KIVRA_LOOP int onLine(int level, const ToneLine &line)
+{
+    return saturated((level * line.scale + line.offset) >> line.shift);
+}
+
+KIVRA_LOOP void line(const Pixel *from, Pixel *to, int n, const ToneLine &given)
+{
+    const ToneLine line = given; // a copy that the stores cannot touch
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i)
+        to[i] = wordOf(onLine(redOf(from[i]), line), onLine(greenOf(from[i]), line),
+                       onLine(blueOf(from[i]), line));
+}
+
+// OpenCV's 8-bit hue and saturation divide by multiplying with a 12-bit fixed-point quotient, which
+// is the nearest integer; a float is exact enough to find it. Where the divisor is 0, so is what
+// the quotient multiplies.
+KIVRA_LOOP int quotient(float dividend, int divisor)
+{
+    constexpr float toInteger = 12582912.0F; // 1.5 * 2^23: the sum has no fraction bits left
+    const float exact = dividend / static_cast<float>(divisor == 0 ? 1 : divisor);
+    return static_cast<int>((exact + toInteger) - toInteger);
+}
+
+KIVRA_LOOP std::uint32_t hsvPlaceOf(Pixel pixel)
+{
+    constexpr int shift = 12;
+    constexpr int half = 1 << (shift - 1);
+    const int red = redOf(pixel);
+    const int green = greenOf(pixel);
+    const int blue = blueOf(pixel);
+    const int highest = red > green ? red : green;
+    const int value = highest > blue ? highest : blue;
+    const int lowest = red < green ? red : green;
+    const int range = value - (lowest < blue ? lowest : blue);
+    const int saturation = (range * quotient(255 << shift, value) + half) >> shift;
+    const int fromGreen = value == green ? blue - red + 2 * range : red - green + 4 * range;
+    const int sixths = value == red ? green - blue : fromGreen;
+    const int turn = (sixths * quotient(30 << shift, range) + half) >> shift;
+    const int hue = turn < 0 ? turn + 180 : turn;
+    return static_cast<std::uint32_t>(((value >> 5) * 180 + hue) * 256 + saturation);
+}
+
+KIVRA_LOOP void hsvPlace(const Pixel *from, std::uint32_t *to, int n)
+{
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i)
+        to[i] = hsvPlaceOf(from[i]);
+}
+
+KIVRA_LOOP std::uint8_t lower(std::uint8_t one, std::uint8_t other)
+{
+    return one < other ? one : other;
+}
+
+KIVRA_LOOP std::uint8_t higher(std::uint8_t one, std::uint8_t other)
+{
+    return one > other ? one : other;
+}
+
+KIVRA_LOOP std::uint8_t medianOf(std::uint8_t a, std::uint8_t b, std::uint8_t c)
+{
+    return higher(lower(a, b), lower(higher(a, b), c));
+}
+
+// The median of nine is the median of: the highest of the columns' lowest, the median of their
+// medians, the lowest of their highest.
+KIVRA_LOOP void median(const std::uint8_t *above, const std::uint8_t *middle,
+                       const std::uint8_t *below, std::uint8_t *to, int n)
+{
+    std::array<std::uint8_t, piece + 2> low;
+    std::array<std::uint8_t, piece + 2> mid;
+    std::array<std::uint8_t, piece + 2> high;
+    for (int done = 0; done < n; done += piece) {
+        const int count = n - done < piece ? n - done : piece;
+        for (int i = 0; i < count + 2; ++i) {
+            const int column = done + i - 1;
+            const std::uint8_t a = above[column];
+            const std::uint8_t b = middle[column];
+            const std::uint8_t c = below[column];
+            const auto place = static_cast<std::size_t>(i);
+            low[place] = lower(lower(a, b), c);
+            mid[place] = medianOf(a, b, c);
+            high[place] = higher(higher(a, b), c);
+        }
+        for (int i = 0; i < count; ++i) {
+            const auto place = static_cast<std::size_t>(i);
+            to[done + i] = medianOf(higher(higher(low[place], low[place + 1]), low[place + 2]),
+                                    medianOf(mid[place], mid[place + 1], mid[place + 2]),
+                                    lower(lower(high[place], high[place + 1]), high[place + 2]));
+        }
+    }
+}
+
+template<bool fused>
+KIVRA_LOOP float multiplyAdd(float a, float b, float c)
+{
+    if constexpr (fused)
+        return __builtin_fmaf(a, b, c);
+    return a * b + c;
+}
+
+template<bool fused>
+KIVRA_LOOP void across(const float *from, float *to, int n, const MeanWeights &given)
+{
+    const MeanWeights weights = given;
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i) {
+        float sum = from[i - meanReach] * weights[0];
+        for (int tap = 1; tap < meanTaps; ++tap)
+            sum = multiplyAdd<fused>(from[i - meanReach + tap],
+                                     weights[static_cast<std::size_t>(tap)], sum);
+        to[i] = sum;
+    }
+}
+
+template<bool fused>
+KIVRA_LOOP void decide(const float *const *rows, const std::uint8_t *values, Pixel *to, int n,
+                       const MeanWeights &given, Pixel dark, Pixel light)
+{
+    constexpr float toInteger = 12582912.0F; // 1.5 * 2^23: rounds to nearest, ties to even
+    const MeanWeights weights = given;
+    std::array<const float *, meanTaps> row;
+    for (std::size_t tap = 0; tap < meanTaps; ++tap)
+        row[tap] = rows[tap];
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i) {
+        float sum = row[meanReach][i] * weights[meanReach];
+        for (std::size_t out = 1; out <= meanReach; ++out)
+            sum = multiplyAdd<fused>(row[meanReach + out][i] + row[meanReach - out][i],
+                                     weights[meanReach + out], sum);
+        const float mean = (sum + toInteger) - toInteger;
+        to[i] = static_cast<float>(values[i]) > mean - 2.0F ? light : dark;
     }
 }
 

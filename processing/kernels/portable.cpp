@@ -1,34 +1,32 @@
 #include "processing/kernels/loops.h"
 #include "processing/kernels/versions.h"
 
+#define KIVRA_TARGET
+
 namespace kivra {
 
 namespace {
 
 constexpr Isa version = Isa::Portable;
 
-KIVRA_PLAIN_KERNEL(, version, opaque, (const Pixel *from, Pixel *to, int n), (from, to, n))
-KIVRA_PLAIN_KERNEL(, version, negative, (const Pixel *from, Pixel *to, int n), (from, to, n))
-KIVRA_PLAIN_KERNEL(, version, grey, (const Pixel *from, Pixel *to, int n), (from, to, n))
-KIVRA_PLAIN_KERNEL(, version, levels,
-                   (const Pixel *from, Pixel *to, int n, const LevelWords &words),
-                   (from, to, n, words))
-KIVRA_PLAIN_KERNEL(, version, tone, (const Pixel *from, Pixel *to, int n, const ToneWords &words),
-                   (from, to, n, words))
-KIVRA_PLAIN_KERNEL(, version, gray, (const Pixel *from, std::uint8_t *to, int n), (from, to, n))
-KIVRA_PLAIN_KERNEL(, version, choose,
-                   (const std::uint8_t *from, Pixel *to, int n, int threshold, Pixel dark,
-                    Pixel light),
-                   (from, to, n, threshold, dark, light))
-KIVRA_PLAIN_KERNEL(, version, luma, (const Pixel *from, std::uint8_t *to, int n), (from, to, n))
-KIVRA_PLAIN_KERNEL(, version, relight,
-                   (const Pixel *from, Pixel *to, int n,
-                    const std::array<std::uint8_t, 256> &table),
-                   (from, to, n, table))
+#include "processing/kernels/bodies.inc"
 
 } // namespace
 
-const Kernels portableKernels{version, opaque, negative, grey, levels,
-                              tone,    gray,   choose,   luma, relight};
+const Kernels portableKernels{version,
+                              opaque,
+                              negative,
+                              grey,
+                              levels,
+                              tone,
+                              line,
+                              gray,
+                              choose,
+                              luma,
+                              relight,
+                              hsvPlace,
+                              median,
+                              {nullptr, nullptr},
+                              {across<false>, decide<false>}};
 
 } // namespace kivra
