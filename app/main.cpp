@@ -1,10 +1,12 @@
 #include "app/camera.h"
+#include "app/translation.h"
 #include "resources/resources.h"
 
 #include <QApplication>
 #include <QDebug>
 #include <QDir>
 #include <QIcon>
+#include <QLibraryInfo>
 
 namespace {
 
@@ -24,6 +26,7 @@ int main(int argc, char **argv)
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
+    translateFramework(QLibraryInfo::location(QLibraryInfo::TranslationsPath));
     QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QStringLiteral("kivra")); // finds the icon under Wayland
 

@@ -1,9 +1,9 @@
 #include "dialogs/preferences.h"
 
 #include "dialogs/fittingstyle.h"
+#include "storage/settings.h"
 #include "ui_preferences.h"
 
-#include <QSettings>
 #include <array>
 
 namespace {
@@ -36,7 +36,7 @@ preferences::preferences(QWidget *parent)
     new FittingStyle({ui->checkRestore, ui->checkDisplayMsg, ui->checkDisplayStatus,
                       ui->checkRawStore, ui->checkSmallField},
                      this);
-    const QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
+    const QSettings store = settingsStore();
     for (const Preference &entry : table) {
         QCheckBox *box = (*ui).*entry.box;
         box->setChecked(store.value(QLatin1String(entry.key), entry.whenAbsent).toBool());
@@ -47,7 +47,7 @@ preferences::~preferences() = default;
 
 void preferences::on_buttonBox_accepted()
 {
-    QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
+    QSettings store = settingsStore();
     for (const Preference &entry : table) {
         const QCheckBox *box = (*ui).*entry.box;
         store.setValue(QLatin1String(entry.key), box->isChecked());
