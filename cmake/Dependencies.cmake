@@ -17,7 +17,7 @@ kivra_find_qt(Core qtbase5-dev)
 kivra_find_qt(Gui qtbase5-dev)
 kivra_find_qt(Widgets qtbase5-dev)
 kivra_find_qt(Multimedia qtmultimedia5-dev)
-if(KIVRA_TESTS)
+if(KIVRA_TESTS OR KIVRA_BENCHMARKS)
     kivra_find_qt(Test qtbase5-dev)
 endif()
 

@@ -1,0 +1,134 @@
+// What the window costs beside the picture operations: painting a large picture, and the way from a
+// key to the repainted picture. Each with its yardstick in the same run.
+
+#include "app/camera.h"
+#include "display/pixmapwidget.h"
+#include "processing/frame.h"
+#include "tests/support/sandbox.h"
+#include "tests/support/testcamera.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QTest>
+#include <benchmark/benchmark.h>
+
+namespace {
+
+constexpr QSize viewSize(1200, 800);
+constexpr QSize stillSize(4000, 3000);
+
+QImage still()
+{
+    QImage picture(stillSize, QImage::Format_RGB32);
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x)
+            picture.setPixel(x, y, qRgb((x / 7) & 0xff, (y / 5) & 0xff, (x + y) & 0xff));
+    }
+    return picture;
+}
+
+void expose(QWidget *widget)
+{
+    widget->resize(viewSize);
+    widget->show();
+    if (!QTest::qWaitForWindowExposed(widget))
+        qFatal("no window");
+}
+
+// The view's yardstick: Qt draws the visible part, and nothing else.
+class VisiblePart : public QWidget
+{
+public:
+    explicit VisiblePart(const QPixmap &picture)
+        : pixmap(picture)
+    {
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        const double scale = double(width()) / pixmap.width();
+        const double shown = height() / scale;
+        const QRectF source(0, (pixmap.height() - shown) / 2, pixmap.width(), shown);
+        QPainter(this).drawPixmap(QRectF(rect()), pixmap, source);
+    }
+
+private:
+    QPixmap pixmap;
+};
+
+void paintByView(benchmark::State &state)
+{
+    PixmapWidget view;
+    expose(&view);
+    view.setScaleFactor(float(viewSize.width()) / float(stillSize.width()));
+    view.setPixmap(QPixmap::fromImage(still()));
+    for (auto _ : state)
+        view.repaint();
+}
+
+void paintByQt(benchmark::State &state)
+{
+    VisiblePart view(QPixmap::fromImage(still()));
+    expose(&view);
+    for (auto _ : state)
+        view.repaint();
+}
+
+// A window that shows a stored picture of 12 megapixels, in a mode that costs something.
+std::unique_ptr<Camera> windowWithStill()
+{
+    kivra::test::TestCamera::instance().reset();
+    const QString path =
+        kivra::test::Sandbox::instance().documents() + QStringLiteral("/still.png");
+    if (!still().save(path))
+        qFatal("no picture");
+    _imgAOuvrir = path;
+    auto window = std::make_unique<Camera>();
+    window->show();
+    if (!QTest::qWaitForWindowExposed(window.get()))
+        qFatal("no window");
+    window->findChild<QAction *>(QStringLiteral("actionLumiere"))->trigger();
+    return window;
+}
+
+void keyToPicture(benchmark::State &state)
+{
+    const std::unique_ptr<Camera> window = windowWithStill();
+    bool up = false;
+    for (auto _ : state) {
+        up = !up;
+        QKeyEvent key(QEvent::KeyPress, up ? Qt::Key_Up : Qt::Key_Down, Qt::NoModifier);
+        QCoreApplication::sendEvent(window.get(), &key);
+    }
+}
+
+void processAndPaint(benchmark::State &state)
+{
+    const QImage frame = still();
+    const std::unique_ptr<Camera> window = windowWithStill();
+    auto *const view = window->findChild<PixmapWidget *>(QStringLiteral("displayWidget"));
+    kivra::FrameSettings settings;
+    for (auto _ : state) {
+        settings.lumiere = 20 - settings.lumiere;
+        view->setPixmap(QPixmap::fromImage(kivra::renderFrame(frame, settings)));
+    }
+}
+
+BENCHMARK(paintByQt)->Unit(benchmark::kMillisecond);
+BENCHMARK(paintByView)->Unit(benchmark::kMillisecond);
+BENCHMARK(processAndPaint)->Unit(benchmark::kMillisecond);
+BENCHMARK(keyToPicture)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const kivra::test::Sandbox sandbox;
+    QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
