@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
+#include <QLibraryInfo>
 #include <QPixmap>
 #include <QScreen>
 #include <QTest>
@@ -51,7 +52,8 @@ Desktop::~Desktop()
     }
 }
 
-// A qt.conf beside the program points it to the plug-ins that the sandbox left.
+// A qt.conf beside the program points it to the plug-ins that the sandbox left; what it does not
+// name would be looked for beside it too.
 void Desktop::placeProgram()
 {
     const QDir built(QStringLiteral(KIVRA_PROGRAM_FOLDER));
@@ -63,8 +65,10 @@ void Desktop::placeProgram()
     QFile configuration(placed.filePath(QStringLiteral("qt.conf")));
     if (!copied || !configuration.open(QIODevice::WriteOnly))
         qFatal("the program cannot be copied");
-    configuration.write("[Paths]\nPlugins = " +
-                        QFile::encodeName(QCoreApplication::libraryPaths().constFirst()) + '\n');
+    configuration.write(
+        "[Paths]\nPlugins = " + QFile::encodeName(QCoreApplication::libraryPaths().constFirst()) +
+        "\nTranslations = " +
+        QFile::encodeName(QLibraryInfo::location(QLibraryInfo::TranslationsPath)) + '\n');
 }
 
 bool Desktop::start(const QStringList &arguments)
@@ -111,6 +115,28 @@ void Desktop::click(const QPoint &at, int button) const
     xdo(QStringLiteral("click %1").arg(button));
 }
 
+// Empty while the keyboard goes from one window to another.
+QString Desktop::activeWindow() const
+{
+    QString window;
+    return xdoWorks({QStringLiteral("getactivewindow")}, &window) ? window : QString();
+}
+
+bool Desktop::waitForDialog() const
+{
+    return QTest::qWaitFor(
+        [&] {
+            const QString active = activeWindow();
+            return !active.isEmpty() && active != windowId;
+        },
+        patienceMs);
+}
+
+bool Desktop::waitForMainWindow() const
+{
+    return QTest::qWaitFor([&] { return activeWindow() == windowId; }, patienceMs);
+}
+
 QImage Desktop::screen() const
 {
     return QGuiApplication::primaryScreen()->grabWindow(0).toImage().convertToFormat(
@@ -134,7 +160,17 @@ void Desktop::keepScreenshot(const QString &name) const
 
 void Desktop::clickInWindow(const QPoint &at) const
 {
-    xdo(QStringLiteral("mousemove --window %1 %2 %3").arg(windowId).arg(at.x()).arg(at.y()));
+    clickIn(windowId, at);
+}
+
+void Desktop::clickInDialog(const QPoint &at) const
+{
+    clickIn(activeWindow(), at);
+}
+
+void Desktop::clickIn(const QString &window, const QPoint &at) const
+{
+    xdo(QStringLiteral("mousemove --window %1 %2 %3").arg(window).arg(at.x()).arg(at.y()));
     xdo(QStringLiteral("click 1"));
 }
 

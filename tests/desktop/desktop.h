@@ -37,6 +37,13 @@ public:
     void click(const QPoint &at, int button = 1) const;
     /// A left click at a place counted from the corner of the window's content.
     void clickInWindow(const QPoint &at) const;
+    /// The same in the dialog that has the keyboard.
+    void clickInDialog(const QPoint &at) const;
+
+    /// Waits for a dialog or box of the program to take the keyboard; false when none came.
+    bool waitForDialog() const;
+    /// Waits for the program's main window to have the keyboard; false when it does not get it.
+    bool waitForMainWindow() const;
 
     /// The content of the screen.
     QImage screen() const;
@@ -46,6 +53,8 @@ public:
     void keepScreenshot(const QString &name) const;
 
 private:
+    QString activeWindow() const;
+    void clickIn(const QString &window, const QPoint &at) const;
     void placeProgram();
 
     QTemporaryDir folder;

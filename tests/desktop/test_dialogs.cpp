@@ -1,0 +1,272 @@
+// The dialogs and boxes of the running program, by X's keys and mouse. What they did is seen from
+// outside: in the file of the settings store, in the stills on disk, in what the browser is told.
+
+#include "tests/desktop/desktop.h"
+#include "tests/support/testmain.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QImageReader>
+
+using kivra::test::Desktop;
+using kivra::test::Sandbox;
+
+namespace {
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The user's store as any program reads it; empty when nothing is stored.
+QByteArray storeFile()
+{
+    return contentOf(Sandbox::instance().home() + QStringLiteral("/config/Orvane/KivraQt.conf"));
+}
+
+QByteArray storeWith(bool displayMsg, bool displayStatus, bool rawStore, bool restore,
+                     bool smallField)
+{
+    const auto line = [](const char *key, bool value) {
+        return QByteArray(key) + (value ? "=true\n" : "=false\n");
+    };
+    return "[preferences]\n" + line("displayMsg", displayMsg) +
+           line("displayStatus", displayStatus) + line("rawStore", rawStore) +
+           line("restore", restore) + line("smallField", smallField);
+}
+
+QString storedPicture()
+{
+    QDirIterator tree(Sandbox::instance().documents(), QDir::Files, QDirIterator::Subdirectories);
+    return tree.hasNext() ? tree.next() : QString();
+}
+
+// The ways to leave a dialog without accepting it, as keys.
+void addWaysOut(const QString &toCancelButton)
+{
+    QTest::addColumn<QString>("keys");
+    QTest::newRow("Escape") << QStringLiteral("Escape");
+    QTest::newRow("closed by the window manager") << QStringLiteral("alt+F4");
+    QTest::newRow("Cancel") << toCancelButton;
+}
+
+} // namespace
+
+class TestDialogs : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qputenv("KIVRA_DEMO_SIZE", "320x180");
+        qputenv("KIVRA_DEMO_RATE", "5");
+        placeBrowser();
+        desktop = std::make_unique<Desktop>();
+    }
+
+    void init()
+    {
+        Sandbox::instance().reset();
+        QFile::remove(visited());
+        QVERIFY(desktop->start());
+        QVERIFY(desktop->waitForMainWindow());
+    }
+
+    void cleanup()
+    {
+        desktop->keepScreenshot(QStringLiteral("dialogs_") +
+                                QLatin1String(QTest::currentTestFunction()));
+        QCOMPARE(desktop->close(), 0);
+    }
+
+    void cleanupTestCase() { desktop.reset(); }
+
+    void tabAndSpaceReachEachPreference_data()
+    {
+        QTest::addColumn<int>("tabs");
+        QTest::addColumn<QByteArray>("stored");
+        // The two buttons come first; then the boxes, from top to bottom.
+        QTest::newRow("none") << 0 << storeWith(true, false, true, false, true);
+        QTest::newRow("restore") << 2 << storeWith(true, false, true, true, true);
+        QTest::newRow("messages") << 3 << storeWith(false, false, true, false, true);
+        QTest::newRow("status line") << 4 << storeWith(true, true, true, false, true);
+        QTest::newRow("raw pictures") << 5 << storeWith(true, false, false, false, true);
+        QTest::newRow("reduced field") << 6 << storeWith(true, false, true, false, false);
+    }
+
+    void tabAndSpaceReachEachPreference()
+    {
+        QFETCH(int, tabs);
+        QFETCH(QByteArray, stored);
+        openPreferences();
+        for (int tab = 0; tab < tabs; ++tab)
+            desktop->key(QStringLiteral("Tab"));
+        if (tabs > 0)
+            desktop->key(QStringLiteral("space"));
+        QCOMPARE(storeFile(), QByteArray());
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        QTRY_COMPARE(storeFile(), stored);
+    }
+
+    void mouseTogglesPreferences()
+    {
+        openPreferences();
+        for (const int y : {50, 110, 130, 150, 168})
+            desktop->clickInDialog({60, y});
+        desktop->keepScreenshot(QStringLiteral("preferences"));
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        QTRY_COMPARE(storeFile(), storeWith(false, true, false, true, false));
+    }
+
+    void preferencesLeftWithoutOkWriteNothing_data()
+    {
+        // From the first box back to Cancel.
+        addWaysOut(QStringLiteral("shift+Tab space"));
+    }
+
+    void preferencesLeftWithoutOkWriteNothing()
+    {
+        QFETCH(QString, keys);
+        openPreferences();
+        desktop->key(QStringLiteral("Tab Tab space"));
+        desktop->key(keys);
+        QVERIFY(desktop->waitForMainWindow());
+        QCOMPARE(storeFile(), QByteArray());
+
+        // What is stored stays, and the next use shows it: one box changes, the others do not.
+        openPreferences();
+        desktop->key(QStringLiteral("Tab Tab Tab space Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        const QByteArray stored = storeWith(false, false, true, false, true);
+        QTRY_COMPARE(storeFile(), stored);
+        openPreferences();
+        desktop->key(QStringLiteral("Tab Tab space"));
+        desktop->key(keys);
+        QVERIFY(desktop->waitForMainWindow());
+        QTRY_COMPARE(storeFile(), stored);
+        openPreferences();
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        QTRY_COMPARE(storeFile(), stored);
+    }
+
+    void imageSettingsByKeys()
+    {
+        openImageSettings();
+        // Resolution, format, quality: the order of the tab key.
+        desktop->key(QStringLiteral("Down Down Tab Down Down Tab Right"));
+        desktop->keepScreenshot(QStringLiteral("imagesettings"));
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        expectStill("png", {640, 360});
+
+        // Opened on this choice: another format alone.
+        openImageSettings();
+        desktop->key(QStringLiteral("Tab Up Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        expectStill("jpeg", {640, 360});
+    }
+
+    void imageSettingsLeftWithoutOkChangeNothing_data()
+    {
+        // From the resolution over format and quality to OK and Cancel.
+        addWaysOut(QStringLiteral("Tab Tab Tab Tab space"));
+    }
+
+    void imageSettingsLeftWithoutOkChangeNothing()
+    {
+        QFETCH(QString, keys);
+        openImageSettings();
+        desktop->key(QStringLiteral("Down Down"));
+        desktop->key(keys);
+        QVERIFY(desktop->waitForMainWindow());
+        expectStill("jpeg", {320, 180});
+    }
+
+    void boxes_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("keys");
+        for (const char *command : {"F3", "F4"}) {
+            for (const char *keys : {"Return", "space", "Escape", "alt+F4"})
+                QTest::addRow("%s and %s", command, keys)
+                    << QString::fromLatin1(command) << QString::fromLatin1(keys);
+        }
+    }
+
+    void boxes()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, keys);
+        desktop->key(command);
+        QVERIFY(desktop->waitForDialog());
+        desktop->keepScreenshot(QStringLiteral("box_") + command);
+        desktop->key(keys);
+        QVERIFY(desktop->waitForMainWindow());
+        QVERIFY(desktop->running());
+        QCOMPARE(storeFile(), QByteArray());
+    }
+
+    // The browser fails, and the program says nothing of it.
+    void helpOpensTheManual()
+    {
+        desktop->key(QStringLiteral("F1"));
+        QTRY_COMPARE(contentOf(visited()),
+                     QByteArray("http://" KIVRA_DOWNLOAD_HOST "/downloads/notice-KvQt.pdf\n"));
+        QVERIFY(desktop->waitForMainWindow());
+    }
+
+private:
+    static QString visited() { return Sandbox::instance().home() + QStringLiteral("/visited"); }
+
+    // First in the search path: what the desktop opens addresses with. It notes them, and fails.
+    static void placeBrowser()
+    {
+        const QDir folder(Sandbox::instance().home() + QStringLiteral("/programs"));
+        folder.mkpath(QStringLiteral("."));
+        QFile browser(folder.filePath(QStringLiteral("xdg-open")));
+        if (!browser.open(QIODevice::WriteOnly))
+            qFatal("no browser");
+        browser.write("#!/bin/sh\necho \"$1\" >>'" + QFile::encodeName(visited()) + "'\nexit 1\n");
+        browser.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        qputenv("PATH", QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
+    }
+
+    // From the first menu to the left: the last one, then the one before it. Its first entry is
+    // chosen as it opens; the second one is wanted.
+    void openPreferences()
+    {
+        desktop->clickInWindow({20, 10});
+        desktop->key(QStringLiteral("Left Left Down Return"));
+        QVERIFY(desktop->waitForDialog());
+    }
+
+    void openImageSettings()
+    {
+        desktop->key(QStringLiteral("F8"));
+        QVERIFY(desktop->waitForDialog());
+    }
+
+    // Takes a picture, which has this format and size, and removes it.
+    void expectStill(const QByteArray &format, const QSize &size)
+    {
+        desktop->key(QStringLiteral("ctrl+s"));
+        QTRY_VERIFY(!storedPicture().isEmpty());
+        const QString path = storedPicture();
+        QImageReader reader(path);
+        reader.setDecideFormatFromContent(true);
+        QCOMPARE(reader.format(), format);
+        QCOMPARE(reader.size(), size);
+        QVERIFY(QFile::remove(path));
+    }
+
+    std::unique_ptr<Desktop> desktop;
+};
+
+KIVRA_TEST_MAIN(TestDialogs)
+#include "test_dialogs.moc"
