@@ -16,11 +16,10 @@ packages_of() {
 
 # missing_packages PACKAGE...: those of them that are not installed, one a line.
 missing_packages() {
-    local package
-    # dpkg-query prints the installed ones on its output; what it does not know goes to its errors.
-    dpkg-query --show --showformat='${db:Status-Status} ${binary:Package}\n' "$@" 2>/dev/null |
-        awk '$1 == "installed" { sub(/:.*/, "", $2); print $2 }' | sort -u >"$scratch/installed"
-    printf '%s\n' "$@" | sort -u | comm -23 - "$scratch/installed"
+    comm -13 \
+        <(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null |
+            sed -n 's/^installed //p' | sort -u) \
+        <(printf '%s\n' "$@" | sort -u)
 }
 
 # install_packages GROUP...: makes the groups' packages be there; does nothing when all are.
@@ -29,10 +28,8 @@ install_packages() {
     mapfile -t wanted < <(packages_of "$@")
     command -v apt-get >/dev/null ||
         die "This system has no apt; install the equivalents of: ${wanted[*]}"
-    scratch=$(mktemp -d)
     mapfile -t missing < <(missing_packages "${wanted[@]}")
-    rm -r "$scratch"
-    [ ${#missing[@]} -eq 0 ] && return
+    [ ${#missing[@]} -gt 0 ] || return 0
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null ||
             die "Neither root nor sudo here; as root, run: apt-get install ${missing[*]}"
