@@ -43,10 +43,10 @@ QImage page(QSize size)
 // The frames of a stream: equal pictures, each in memory of its own, more than a cache holds. A
 // camera delivers every frame in memory that no core has seen yet; the same picture over and over
 // would measure the cache instead.
-class Stream
+class FrameStream
 {
 public:
-    explicit Stream(QSize size)
+    explicit FrameStream(QSize size)
     {
         constexpr qsizetype enough = qsizetype{128} << 20; // bytes
         frames.push_back(page(size));
@@ -66,11 +66,12 @@ private:
     std::size_t current = 0;
 };
 
-Stream &streamOf(QSize size)
+FrameStream &streamOf(QSize size)
 {
-    static std::list<Stream> streams;
-    const auto known = std::find_if(streams.begin(), streams.end(),
-                                    [&](const Stream &stream) { return stream.size() == size; });
+    static std::list<FrameStream> streams;
+    const auto known = std::find_if(streams.begin(), streams.end(), [&](const FrameStream &stream) {
+        return stream.size() == size;
+    });
     return known == streams.end() ? streams.emplace_back(size) : *known;
 }
 
@@ -97,7 +98,7 @@ void copyPixels(const QImage &from, QImage &to)
 void addCopy(QSize size)
 {
     add({"copy", "copy", size}, [size](benchmark::State &state) {
-        Stream &stream = streamOf(size);
+        FrameStream &stream = streamOf(size);
         std::array<QImage, 2> to{stream.next().copy(), stream.next().copy()};
         for (auto _ : state) {
             copyPixels(stream.next(), to.front());
@@ -111,7 +112,7 @@ void addCopy(QSize size)
 void addProduct(const std::string &operation, QSize size, const InPlace &run)
 {
     add({operation, "product", size}, [size, run](benchmark::State &state) {
-        Stream &stream = streamOf(size);
+        FrameStream &stream = streamOf(size);
         QImage picture = stream.next().copy();
         for (auto _ : state) {
             state.PauseTiming();
@@ -126,7 +127,7 @@ void addProduct(const std::string &operation, QSize size, const InPlace &run)
 void addToNew(const std::string &operation, const std::string &side, QSize size, const ToNew &run)
 {
     add({operation, side, size}, [size, run](benchmark::State &state) {
-        Stream &stream = streamOf(size);
+        FrameStream &stream = streamOf(size);
         QImage shown;
         for (auto _ : state)
             shown = run(stream.next());

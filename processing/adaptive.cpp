@@ -36,12 +36,6 @@ const MeanWeights &meanWeights()
     return weights;
 }
 
-struct Span
-{
-    int begin;
-    int end;
-};
-
 // A rectangle of the picture small enough that all rows in the works stay in the first-level cache.
 //
 // Grey rows become median rows, median rows are summed along themselves, and as soon as the sums of
@@ -117,9 +111,7 @@ private:
         kernels().median(above, middle, below, values + (part.begin - columns.begin),
                          part.end - part.begin);
         repeatSides(values, part);
-        float *wide = floats.data() + margin;
-        std::copy(values - meanReach, values + width + meanReach, wide - meanReach);
-        mean.across(wide, columnZero(sums, y), width, meanWeights());
+        mean.across(values, floats.data() + margin, columnZero(sums, y), width, meanWeights());
     }
 
     void repeatSides(std::uint8_t *values, Span part) const
@@ -153,13 +145,8 @@ private:
 void decideInTiles(const cv::Mat &gray, Pixels to, TwoColours colours, const MeanKernels &mean)
 {
     const int across = (gray.cols + Tile::widest - 1) / Tile::widest;
-    const auto edge = [&](int tile) {
-        return static_cast<int>(static_cast<long>(gray.cols) * tile / across);
-    };
-    forBands(to.width(), to.height(), [&](int begin, int end) {
-        for (int tile = 0; tile < across; ++tile)
-            Tile(gray, {edge(tile), edge(tile + 1)}, colours, mean).decide(to, {begin, end});
-    });
+    forTiles(gray.cols, gray.rows, across,
+             [&](Span columns, Span rows) { Tile(gray, columns, colours, mean).decide(to, rows); });
 }
 
 // By the library itself, in bands.

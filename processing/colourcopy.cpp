@@ -19,6 +19,7 @@ void copyColours(ConstPixels from, cv::Mat &matrix)
 
 void copyBlue(ConstPixels from, cv::Mat &matrix)
 {
+    matrix.create(from.height(), from.width(), CV_8UC1);
     if (from.isEmpty())
         return;
     forBands(from.width(), from.height(), [&](int begin, int end) {

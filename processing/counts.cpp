@@ -65,6 +65,7 @@ Histogram blueHistogram(ConstPixels pixels)
 
 Histogram lumaWithHistogram(ConstPixels pixels, cv::Mat &plane)
 {
+    plane.create(pixels.height(), pixels.width(), CV_8UC1);
     return histogramOf(pixels, [&](int y, Counter &counter) {
         kernels().luma(pixels.row(y), plane.ptr(y), pixels.width());
         counter.add(plane.ptr(y), pixels.width(), 1);
@@ -73,6 +74,7 @@ Histogram lumaWithHistogram(ConstPixels pixels, cv::Mat &plane)
 
 Histogram grayWithHistogram(ConstPixels pixels, cv::Mat &plane)
 {
+    plane.create(pixels.height(), pixels.width(), CV_8UC1);
     return histogramOf(pixels, [&](int y, Counter &counter) {
         kernels().gray(pixels.row(y), plane.ptr(y), pixels.width());
         counter.add(plane.ptr(y), pixels.width(), 1);
@@ -81,6 +83,7 @@ Histogram grayWithHistogram(ConstPixels pixels, cv::Mat &plane)
 
 void gray(ConstPixels pixels, cv::Mat &plane)
 {
+    plane.create(pixels.height(), pixels.width(), CV_8UC1);
     forBands(pixels.width(), pixels.height(), [&](int begin, int end) {
         for (int y = begin; y < end; ++y)
             kernels().gray(pixels.row(y), plane.ptr(y), pixels.width());

@@ -14,7 +14,7 @@ using Histogram = std::array<std::uint32_t, 256>;
 /// The histogram of the blue channel.
 Histogram blueHistogram(ConstPixels pixels);
 
-/// Fills \a plane, a CV_8UC1 matrix of the picture's size, with OpenCV's luma (Y of YCrCb) and
+/// Makes \a plane a CV_8UC1 matrix of the picture's size with OpenCV's luma (Y of YCrCb) and
 /// returns its histogram.
 Histogram lumaWithHistogram(ConstPixels pixels, cv::Mat &plane);
 

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
@@ -35,12 +34,12 @@ Tone stretchTable(const Histogram &histogram, int width, int height)
 // OpenCV's equalisation: the levels below and at the darkest one become 0, each other one its share
 // of 255, by the number of pixels above the darkest level that are not brighter. A picture of one
 // level keeps it.
-std::array<std::uint8_t, 256> equalizationTable(const Histogram &histogram)
+ByteTable equalizationTable(const Histogram &histogram)
 {
     std::uint32_t total = 0;
     for (std::uint32_t count : histogram)
         total += count;
-    std::array<std::uint8_t, 256> table{};
+    ByteTable table{};
     std::size_t level = 0;
     while (histogram[level] == 0)
         ++level;
@@ -56,21 +55,6 @@ std::array<std::uint8_t, 256> equalizationTable(const Histogram &histogram)
         table[level] = static_cast<std::uint8_t>(std::min(std::lrint(share), 255L));
     }
     return table;
-}
-
-// Eight at a time, from one load.
-void lookUp(const std::uint8_t *from, std::uint8_t *to, int n,
-            const std::array<std::uint8_t, 256> &table)
-{
-    int i = 0;
-    for (; i + 8 <= n; i += 8) {
-        std::uint64_t levels = 0;
-        std::memcpy(&levels, from + i, sizeof levels);
-        for (int place = 0; place < 8; ++place)
-            to[i + place] = table[levels >> (8 * place) & 0xFFU];
-    }
-    for (; i < n; ++i)
-        to[i] = table[from[i]];
 }
 
 } // namespace
@@ -95,7 +79,7 @@ void equalize(ConstPixels from, Pixels to, const Finish &finish)
         std::vector<std::uint8_t> lit(static_cast<std::size_t>(from.width()));
         for (int y = begin; y < end; ++y) {
             const std::uint8_t *luma = _src_gray.ptr(y);
-            lookUp(luma, lit.data(), from.width(), table);
+            kernel.lookUp(luma, lit.data(), from.width(), table);
             kernel.relight(from.row(y), luma, lit.data(), to.row(y), from.width());
             finish.opaqueRow(to.row(y), to.width());
         }

@@ -110,7 +110,8 @@ void KvThreshold(QImage *image, int level, int method)
         kivra::thresholdByNeighbours(pixels, pixels, kivra::blackAndWhite);
         break;
     default:
-        kivra::showGray(_dst, pixels);
+        if (_dst.type() == CV_8UC1 && _dst.size() == _src.size())
+            kivra::showGray(_dst, pixels);
         return;
     }
     kivra::copyBlue(pixels, _dst);

@@ -7,7 +7,7 @@
 /// \a method 0: white where the grey exceeds \a level * 2.55 (\a level is a percentage, used by
 /// this method alone). 1: Otsu's level. 2 and 3: 3x3 median, then white where that exceeds the
 /// Gaussian-weighted mean of its 11x11 neighbourhood minus 2. Any other: no threshold; the picture
-/// shows what _dst holds, as grey.
+/// shows what _dst holds, as grey (and stays as it is if somebody gave that another size).
 ///
 /// Leaves the colours in _src, the grey in _src_gray and the result in _dst. An empty picture stays
 /// as it is.

@@ -19,6 +19,11 @@ struct ToneWords
 /// The table that gives the pixel word of each grey level.
 using LevelWords = std::array<Pixel, 256>;
 
+/// A table for bytes, aligned for the vectors that it is split into.
+struct alignas(32) ByteTable : std::array<std::uint8_t, 256>
+{
+};
+
 /// A table that is a line: entry i = (i * scale + offset) >> shift, limited to 0..255.
 struct ToneLine
 {
@@ -35,9 +40,10 @@ using MeanWeights = std::array<float, meanTaps>;
 /// The neighbourhood mean of the adaptive threshold, in OpenCV's order of operations.
 struct MeanKernels
 {
-    /// Sums along a row, from left to right, around \c n elements; \a from has
+    /// Sums along a row, from left to right, around \c n values; \a from and \a scratch have
     /// meanReach more of them on either side.
-    void (*across)(const float *from, float *to, int n, const MeanWeights &weights);
+    void (*across)(const std::uint8_t *from, float *scratch, float *to, int n,
+                   const MeanWeights &weights);
     /// Sums across the \a rows, from the middle outwards, and compares: where \a values exceeds the
     /// mean, rounded to an integer, less 2: \a light, otherwise \a dark.
     void (*decide)(const float *const *rows, const std::uint8_t *values, Pixel *to, int n,
@@ -68,6 +74,8 @@ struct Kernels
                    Pixel light);
     /// OpenCV's luma (Y of YCrCb).
     void (*luma)(const Pixel *from, std::uint8_t *to, int n);
+    /// Each byte through the table.
+    void (*lookUp)(const std::uint8_t *from, std::uint8_t *to, int n, const ByteTable &table);
     /// Through YCrCb and back, alpha 255. On the way the pixels' luma \a was, as luma() gives it,
     /// is replaced by \a becomes.
     void (*relight)(const Pixel *from, const std::uint8_t *was, const std::uint8_t *becomes,

@@ -2,6 +2,8 @@
 
 #include "processing/kernels/kernels.h"
 
+#include <cstring>
+
 // The kernels as plain loops. Included by the source of each version, which inlines them into
 // functions of its own instruction set; the compiler vectorises most of them.
 
@@ -125,6 +127,20 @@ KIVRA_LOOP void luma(const Pixel *from, std::uint8_t *to, int n)
     KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i)
         to[i] = static_cast<std::uint8_t>(lumaOf(from[i]));
+}
+
+// Eight at a time, from one load.
+KIVRA_LOOP void lookUp(const std::uint8_t *from, std::uint8_t *to, int n, const ByteTable &table)
+{
+    int i = 0;
+    for (; i + 8 <= n; i += 8) {
+        std::uint64_t levels = 0;
+        std::memcpy(&levels, from + i, sizeof levels);
+        for (int place = 0; place < 8; ++place)
+            to[i + place] = table[levels >> (8 * place) & 0xFFU];
+    }
+    for (; i < n; ++i)
+        to[i] = table[from[i]];
 }
 
 KIVRA_LOOP int saturated(int value)
@@ -262,14 +278,17 @@ KIVRA_LOOP float multiplyAdd(float a, float b, float c)
 }
 
 template<bool fused>
-KIVRA_LOOP void across(const float *from, float *to, int n, const MeanWeights &given)
+KIVRA_LOOP void across(const std::uint8_t *from, float *scratch, float *to, int n,
+                       const MeanWeights &given)
 {
     const MeanWeights weights = given;
+    for (int i = -meanReach; i < n + meanReach; ++i)
+        scratch[i] = static_cast<float>(from[i]);
     KIVRA_SAME_ROW
     for (int i = 0; i < n; ++i) {
-        float sum = from[i - meanReach] * weights[0];
+        float sum = scratch[i - meanReach] * weights[0];
         for (int tap = 1; tap < meanTaps; ++tap)
-            sum = multiplyAdd<fused>(from[i - meanReach + tap],
+            sum = multiplyAdd<fused>(scratch[i - meanReach + tap],
                                      weights[static_cast<std::size_t>(tap)], sum);
         to[i] = sum;
     }

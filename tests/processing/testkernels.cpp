@@ -122,6 +122,7 @@ private slots:
     void everyVersionNotesThatItRan();
     void pixelKernelsAgreeAtEveryLength();
     void byteKernelsAgreeAtEveryLength();
+    void lookUpAgreesAtEveryLength();
     void chooseAgreesAtEveryLength();
     void medianAgreesAtEveryLength();
     void meanAgreesAtEveryLength();
@@ -216,6 +217,23 @@ void TestKernels::byteKernelsAgreeAtEveryLength()
     }
 }
 
+void TestKernels::lookUpAgreesAtEveryLength()
+{
+    ByteTable table{};
+    for (std::size_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<std::uint8_t>(i * 77 + 13);
+    for (int n = 0; n <= 300; ++n) {
+        const Bytes from = randomBytes(n);
+        Bytes expected;
+        std::transform(from.begin(), from.end(), std::back_inserter(expected),
+                       [&](std::uint8_t level) { return table[level]; });
+        expected.push_back(byteSentinel);
+        Bytes to(from.size() + 1, byteSentinel);
+        version->lookUp(from.data(), to.data(), n, table);
+        QCOMPARE(to, expected);
+    }
+}
+
 void TestKernels::chooseAgreesAtEveryLength()
 {
     for (int n = 0; n <= longest; ++n) {
@@ -261,22 +279,24 @@ void TestKernels::meanAgreesAtEveryLength()
     const cv::Mat gaussian = cv::getGaussianKernel(meanTaps, 0, CV_32F);
     std::copy_n(gaussian.ptr<float>(), meanTaps, weights.begin());
     QRandomGenerator random(5);
-    std::vector<float> from(longest + 2 * meanReach);
+    Bytes from(longest + 2 * meanReach);
     std::generate(from.begin(), from.end(),
-                  [&] { return static_cast<float>(random.bounded(256)); });
+                  [&] { return static_cast<std::uint8_t>(random.bounded(256)); });
+    std::vector<float> scratch(from.size());
     for (const MeanKernels &mean : {version->meanFused, version->meanUnfused}) {
         if (!mean.across)
             continue;
         const bool fused = mean.across == version->meanFused.across;
         for (int n = 0; n <= longest; ++n) {
             std::vector<float> to(static_cast<std::size_t>(n) + 1, -1.0F);
-            mean.across(from.data() + meanReach, to.data(), n, weights);
+            mean.across(from.data() + meanReach, scratch.data() + meanReach, to.data(), n, weights);
             QCOMPARE(to.back(), -1.0F);
             for (std::size_t x = 0; x < static_cast<std::size_t>(n); ++x) {
-                volatile float sum = from[x] * weights[0];
+                volatile float sum = float(from[x]) * weights[0];
                 for (std::size_t tap = 1; tap < meanTaps; ++tap) {
-                    volatile float product = from[x + tap] * weights[tap];
-                    sum = fused ? std::fma(from[x + tap], weights[tap], float(sum))
+                    const auto value = float(from[x + tap]);
+                    volatile float product = value * weights[tap];
+                    sum = fused ? std::fma(value, weights[tap], float(sum))
                                 : float(sum) + float(product);
                 }
                 QVERIFY(to[x] == sum);

@@ -42,6 +42,7 @@ private slots:
     void extremeLevelsCutNothingOrAll();
     void methods2And3AreTheSame();
     void otherMethodShowsTheResultMatrix();
+    void strangeMatricesDoNoHarm();
     void methodsMatchTheReference_data();
     void methodsMatchTheReference();
     void matricesHoldTheSteps();
@@ -114,6 +115,23 @@ void TestThreshold::otherMethodShowsTheResultMatrix()
     const QImage halves = rowOf({greyWord(10), greyWord(200)});
     const QImage result = thresholded(halves, 50, 0);
     KIVRA_COMPARE_PICTURES(thresholded(rowOf({0U, 0U}), 50, 9), result);
+}
+
+// Whoever changes the working matrices between two calls gets a defined picture.
+void TestThreshold::strangeMatricesDoNoHarm()
+{
+    const QImage picture = randomPicture(QSize(6, 4));
+    for (const cv::Mat &strange : {cv::Mat(), cv::Mat(1, 1, CV_8UC1), cv::Mat(6, 4, CV_32FC3)}) {
+        for (int method = 0; method <= 2; ++method) {
+            checkBuffers(6, 4);
+            _src_gray = strange;
+            _dst = strange;
+            KIVRA_COMPARE_PICTURES(thresholded(picture, 50, method),
+                                   reference::threshold(picture, 50, method));
+        }
+        _dst = strange;
+        KIVRA_COMPARE_PICTURES(thresholded(picture, 50, 9), picture);
+    }
 }
 
 void TestThreshold::methodsMatchTheReference_data()
