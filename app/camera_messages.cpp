@@ -39,7 +39,7 @@ void Camera::displayMsg(const QString &text)
     palette.setBrush(QPalette::WindowText, Qt::black);
     label->setPalette(palette);
     label->setText(text);
-    fitToText(label, centralWidget()->width());
+    fitToText(label, centralWidget()->width() - label->x());
     label->show();
     bTimer->start();
 }

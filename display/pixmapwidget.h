@@ -27,6 +27,7 @@ public:
     void forgetLostPress();
 
 signals:
+    /// For the window's status bar; so far the view has nothing to say there.
     void displayOnStatusBar(QString text);
     /// A second left press within 400 ms of the first.
     void captureImage();
@@ -45,6 +46,7 @@ public slots:
     /// Writes what the view shows (picture, background and frame) to \a fName, in the format of its
     /// suffix. A file that cannot be written is not reported.
     void saveToFile(QString fName);
+    /// The time of the tool bar is over.
     void bTimerSlot();
 
 protected:

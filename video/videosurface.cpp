@@ -18,7 +18,7 @@ constexpr int trailer = 32;
 void copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
 {
     const qsizetype room = picture.sizeInBytes();
-    const qsizetype offered = bits ? mappedBytes - trailer : 0;
+    const qsizetype offered = bits ? qsizetype(mappedBytes) - trailer : 0;
     const qsizetype copied = std::clamp<qsizetype>(offered, 0, room);
     uchar *const pixels = picture.bits();
     if (copied > 0)

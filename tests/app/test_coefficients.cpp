@@ -381,6 +381,21 @@ private slots:
         }
     }
 
+    void stepFromFarOutsideEndsAtTheNearLimit()
+    {
+        for (int number = 0; number < 4; ++number) {
+            window->probe.setCoefCourant(number);
+            for (const char *slot : {"on_incCoef", "on_decCoef"}) {
+                set(number, INT_MAX);
+                window->call(slot);
+                QCOMPARE(value(number), ruleTable[number].highest);
+                set(number, INT_MIN);
+                window->call(slot);
+                QCOMPARE(value(number), ruleTable[number].lowest);
+            }
+        }
+    }
+
     void storeThatCannotBeWritten()
     {
         // A folder in the place of the store's file keeps even the administrator out.

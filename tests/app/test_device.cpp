@@ -5,8 +5,10 @@
 #include "tests/support/testmain.h"
 
 #include <QCameraImageCapture>
+#include <QDialog>
 #include <QFile>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QSignalSpy>
 #include <QToolBar>
 #include <unistd.h>
@@ -87,12 +89,20 @@ private slots:
         QCOMPARE(shownSize(*window), QSize(64, 48));
     }
 
+    void stopTakesTheFocus_data()
+    {
+        QTest::addColumn<QByteArray>("stop");
+        QTest::newRow("action") << QByteArray("actionStopCamera");
+        QTest::newRow("toggle") << QByteArray("actionCamera");
+    }
+
     void stopTakesTheFocus()
     {
+        QFETCH(QByteArray, stop);
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
         window->clearFocus();
-        window->trigger("actionStopCamera");
+        window->trigger(stop.constData());
         QTRY_VERIFY(window->hasFocus());
     }
 
@@ -105,6 +115,38 @@ private slots:
         QCOMPARE(window->probe.coefZoom(), 400);
         QVERIFY(device().pushPicture(gradient({64, 48})));
         QCOMPARE(shownWidth(), 64);
+    }
+
+    void startBringsThePictureBackToTheMiddle_data()
+    {
+        QTest::addColumn<QByteArray>("stop");
+        QTest::addColumn<QByteArray>("start");
+        QTest::newRow("actions") << QByteArray("actionStopCamera")
+                                 << QByteArray("actionStartCamera");
+        QTest::newRow("toggle") << QByteArray("actionCamera") << QByteArray("actionCamera");
+    }
+
+    void startBringsThePictureBackToTheMiddle()
+    {
+        QFETCH(QByteArray, stop);
+        QFETCH(QByteArray, start);
+        const QImage picture = gradient({1000, 800}); // larger than the view, so that it moves
+        QVERIFY(device().pushPicture(picture));
+        const QImage before = window->probe.view()->grab().toImage();
+        window->probe.view()->setZoomFactor(2.0F);
+        QTest::mousePress(window->probe.view(), Qt::RightButton, Qt::NoModifier, {100, 100});
+        QMouseEvent drag(QEvent::MouseMove, QPointF(150, 130),
+                         window->probe.view()->mapToGlobal({150, 130}), Qt::NoButton,
+                         Qt::RightButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window->probe.view(), &drag);
+        QTest::mouseRelease(window->probe.view(), Qt::RightButton);
+        emit window->probe.view()->menuGraphique(false); // the view's size as it was
+
+        window->trigger(stop.constData());
+        window->trigger(start.constData());
+        QTRY_VERIFY(device().isRunning());
+        QVERIFY(device().pushPicture(picture));
+        KIVRA_COMPARE_PICTURES(window->probe.view()->grab().toImage(), before);
     }
 
     void toggle()
@@ -288,11 +330,16 @@ private slots:
     void captureErrorIsShown()
     {
         window->probe.setCaptureInProgress(true);
-        boxes->expect(QStringLiteral("Image Capture Error"));
+        bool inProgress = false;
+        boxes->expect(QStringLiteral("Image Capture Error"), [&](QDialog *box) {
+            inProgress = window->probe.captureInProgress(); // until the user has read it
+            box->accept();
+        });
         device().raiseStillError(1, QCameraImageCapture::ResourceError,
                                  QStringLiteral("disque plein"));
         QTRY_COMPARE(boxes->answered(), 1);
         QCOMPARE(boxes->lastText(), QStringLiteral("disque plein"));
+        QVERIFY(inProgress);
         QVERIFY(!window->probe.captureInProgress());
     }
 

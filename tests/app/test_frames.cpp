@@ -58,6 +58,22 @@ private:
     MapMode mode = NotMapped;
 };
 
+// Brings another frame at the first painting of the view.
+class FrameAtPainting : public QObject
+{
+public:
+    int pushed = 0;
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint && pushed == 0) {
+            ++pushed;
+            device().pushPicture(gradient({32, 24}));
+        }
+        return false;
+    }
+};
+
 QVideoFrame oddFrame(const QSize &size, int bytes, int stride)
 {
     return QVideoFrame(new OddBuffer(bytes, stride), size, QVideoFrame::Format_RGB32);
@@ -135,6 +151,18 @@ private slots:
         window->probe.view()->busy = false;
         QVERIFY(device().pushPicture(gradient({32, 24})));
         QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
+        QVERIFY(!window->probe.view()->busy);
+    }
+
+    // A nested event loop may bring a frame while another one is in work.
+    void frameDuringAFrameIsDropped()
+    {
+        open();
+        FrameAtPainting nested;
+        window->probe.view()->installEventFilter(&nested);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(nested.pushed, 1);
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
         QVERIFY(!window->probe.view()->busy);
     }
 

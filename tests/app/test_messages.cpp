@@ -74,6 +74,30 @@ private slots:
         QCOMPARE(window->statusText(), start);
     }
 
+    void timers()
+    {
+        open();
+        QVERIFY(window->probe.figuresTimer()->isActive());
+        QVERIFY(!window->probe.figuresTimer()->isSingleShot());
+        QCOMPARE(window->probe.figuresTimer()->interval(), 1000);
+        QCOMPARE(window->probe.messageTimer()->interval(), 2000);
+        QVERIFY(!window->probe.messageTimer()->isActive());
+        window->trigger("actionContraste"); // no message is wanted
+        QVERIFY(!window->probe.messageTimer()->isActive());
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        window->trigger("actionContraste");
+        QVERIFY(window->probe.messageTimer()->isActive());
+    }
+
+    void cameraLineStaysWithoutFigures()
+    {
+        open();
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        QTRY_VERIFY(sinceStart.elapsed() >= 2500); // longer than a line of figures would
+        QCOMPARE(window->statusText(), start);
+    }
+
     void preferencesActFromTheNextMessage()
     {
         open();
@@ -136,7 +160,7 @@ private slots:
                                      : label()->sizeHint();
             QVERIFY(label()->width() >= needed.width());
             QVERIFY(label()->height() >= needed.height());
-            QVERIFY(label()->width() <= window->centralWidget()->width());
+            QVERIFY(window->centralWidget()->rect().contains(label()->geometry()));
         }
     }
 
@@ -200,7 +224,10 @@ private slots:
         window->call("displayOnStatusBar", Q_ARG(QString, QStringLiteral("bonjour")));
         QCOMPARE(window->statusText(), QStringLiteral("bonjour"));
         storeSetting(QStringLiteral("preferences/displayStatus"), false);
+        QElapsedTimer shown;
+        shown.start();
         QTRY_COMPARE(window->statusText(), QString());
+        QVERIFY2(shown.elapsed() >= 1800, "gone before its time");
     }
 
 private:

@@ -5,6 +5,7 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPixmap>
 #include <cmath>
@@ -96,6 +97,22 @@ private slots:
         QCOMPARE(window->probe.lastPixelCount(), frameSize.width() * frameSize.height());
         QVERIFY(window->probe.processingTimeMsPerMp() > 0);
         QVERIFY(window->probe.displayTimeMsPerMp() > 0);
+    }
+
+    // In milliseconds per megapixel: together no more than the whole took, and not a fraction of
+    // it.
+    void figuresShareTheTimeOfAFrame()
+    {
+        QImage picture = gradient({1600, 1200});
+        QElapsedTimer clock;
+        clock.start();
+        window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 4), Q_ARG(int, 1));
+        const double whole = double(clock.nsecsElapsed()) * 1e-6 / (1600 * 1200 * 1e-6);
+        const double mode = window->probe.processingTimeMsPerMp();
+        const double rest = window->probe.displayTimeMsPerMp();
+        QVERIFY(mode + rest <= whole);
+        QVERIFY(mode + rest > whole / 100);
+        QVERIFY(mode > rest); // medians and means of every neighbourhood, against a table
     }
 
     void figuresOfNoFrame()

@@ -402,6 +402,15 @@ private slots:
         QCOMPARE(captures.count(), 2);
     }
 
+    void intervalOfTheDoubleClick()
+    {
+        // Under load the presses may come too late to tell: then again, with another view.
+        Presses presses = TooLate;
+        for (int attempt = 0; presses == TooLate && attempt < 20; ++attempt)
+            presses = pressThreeTimes();
+        QCOMPARE(presses, SecondCaptures);
+    }
+
     void twoSlowLeftPressesDoNotCapture()
     {
         View view;
@@ -451,7 +460,8 @@ private slots:
         QCOMPARE(menu.count(), 2);
         QTRY_COMPARE(menu.count(), 3);
         QCOMPARE(menu.last().first().toBool(), false);
-        QVERIFY2(sinceLast.elapsed() >= 2500, "hidden before its time");
+        QVERIFY2(sinceLast.elapsed() >= 2800, "hidden before its time"); // Qt's timers: 5 %
+        QVERIFY(!menu.wait(3300)); // a tool bar that the user shows afterwards stays
     }
 
     void dragFollowsTheScreenPosition()
@@ -459,10 +469,24 @@ private slots:
         View view;
         view.setPixmap(QPixmap::fromImage(coordinates({1600, 1200})));
         view.press(Qt::LeftButton, {100, 100});
+        const int before = view.paintings;
         view.moveTo({110, 100});
+        QCOMPARE(view.paintings, before + 1);
         view.moveTo({110, 130});
+        QCOMPARE(view.paintings, before + 2);
         QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(390, 270));
         view.release(Qt::LeftButton, {110, 130});
+    }
+
+    void viewThatMovesUnderTheMouseDoesNotPan()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({1600, 1200})));
+        view.press(Qt::LeftButton, {100, 100});
+        view.move(view.QWidget::pos() + QPoint(40, 20));
+        view.moveTo({60, 80}); // the same place on the screen
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(400, 300));
+        view.release(Qt::LeftButton, {60, 80});
     }
 
     void saveWritesWhatIsShown_data()
@@ -484,10 +508,47 @@ private slots:
         KIVRA_COMPARE_PICTURES(saved.convertToFormat(QImage::Format_RGB32), view.shown());
     }
 
+    void saveLeavesOutWhatIsHidden()
+    {
+        QWidget window;
+        window.resize(120, 90);
+        PixmapWidget view(&window);
+        view.resize(200, 150);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QString path = kivra::test::Sandbox::instance().home() + QStringLiteral("/part.png");
+        view.saveToFile(path);
+        QCOMPARE(QImage(path).size(), QSize(120, 90));
+    }
+
     void saveToNowhereIsSilent()
     {
         View view({200, 150});
         view.saveToFile(QStringLiteral("/nowhere/at/all.jpg"));
+    }
+
+private:
+    enum Presses { TooLate, SecondCaptures, Otherwise };
+
+    // Left presses 300 ms and, when the interval of the first is over, 450 ms after the first.
+    static Presses pressThreeTimes()
+    {
+        View view;
+        QSignalSpy captures(&view, &PixmapWidget::captureImage);
+        view.press(Qt::LeftButton);
+        QElapsedTimer sinceFirst;
+        sinceFirst.start();
+        const auto pressAfter = [&](int ms) {
+            if (!QTest::qWaitFor([&] { return sinceFirst.elapsed() >= ms; }))
+                qFatal("the clock stands still");
+            view.press(Qt::LeftButton);
+        };
+        pressAfter(300);
+        if (sinceFirst.elapsed() > 370)
+            return TooLate;
+        const int atSecond = captures.count();
+        pressAfter(450);
+        return atSecond == 1 && captures.count() == 1 ? SecondCaptures : Otherwise;
     }
 };
 

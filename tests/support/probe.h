@@ -4,6 +4,9 @@
 
 #include "display/pixmapwidget.h"
 #include "ui_camera.h"
+#include "video/videosurface.h"
+
+#include <QTimer>
 
 /// The tests' eye on state of the window that no widget shows.
 class CameraProbe
@@ -16,6 +19,7 @@ public:
 
     QCamera *camera() const { return window.camera.get(); }
     QCameraImageCapture *imageCapture() const { return window.imageCapture.get(); }
+    QAbstractVideoSurface *videoSurface() const { return window.videoSurface.get(); }
     PixmapWidget *view() const { return window.ui->displayWidget; }
     QImage lastFrame() const { return window.lastFrame; }
     int imageProcessing() const { return window.imageProcessing; }
@@ -30,6 +34,8 @@ public:
     int coefZoom() const { return window.coefZoom; }
     int coefCourant() const { return window.coefCourant; }
     int modeTailleFenetre() const { return window.modeTailleFenetre; }
+    const QTimer *figuresTimer() const { return window.aTimer.get(); }
+    const QTimer *messageTimer() const { return window.bTimer.get(); }
     bool smallField() const { return window.smallField; }
     bool closePending() const { return window.closePending; }
     bool captureInProgress() const { return window.captureInProgress; }

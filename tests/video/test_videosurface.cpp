@@ -5,6 +5,7 @@
 #include <QSignalSpy>
 #include <QVideoSurfaceFormat>
 #include <cstring>
+#include <limits>
 
 using kivra::test::gradient;
 
@@ -29,11 +30,14 @@ public:
         if (!mappable)
             return nullptr;
         mode = wanted;
+        mappings += wanted;
         *numBytes = reportedBytes;
         *bytesPerLine = stride;
         return reinterpret_cast<uchar *>(memory.data());
     }
     void unmap() override { mode = NotMapped; }
+
+    QList<MapMode> mappings; // all that were asked for
 
 private:
     QByteArray memory;
@@ -148,9 +152,29 @@ private slots:
     {
         VideoSurface surface;
         QSize seen;
-        connect(&surface, &VideoSurface::frameAvailable, [&] { seen = surface.frame().size(); });
+        int counted = -1;
+        connect(&surface, &VideoSurface::frameAvailable, [&] {
+            seen = surface.frame().size();
+            counted = iFrame;
+        });
+        const int before = iFrame;
         QVERIFY(surface.present(frameOver(bytesOf(gradient({12, 7})), {12, 7})));
         QCOMPARE(seen, QSize(12, 7));
+        QCOMPARE(counted, before); // a frame counts once it has been shown
+    }
+
+    void frameIsMappedForReadingAndGivenBack()
+    {
+        const QSize sizes[] = {{8, 8}, {1 << 30, 1 << 30}}; // the second is too large to hold
+        for (const QSize &size : sizes) {
+            auto *const buffer = new DriverBuffer(QByteArray(256, 'x'), 256, 32, true);
+            const QVideoFrame frame(buffer, size, QVideoFrame::Format_RGB32); // owns the buffer
+            VideoSurface surface;
+            surface.present(frame);
+            QCOMPARE(buffer->mappings,
+                     QList<QAbstractVideoBuffer::MapMode>{QAbstractVideoBuffer::ReadOnly});
+            QCOMPARE(buffer->mapMode(), QAbstractVideoBuffer::NotMapped);
+        }
     }
 
     void aLaterFrameLeavesEarlierCopiesAlone()
@@ -243,10 +267,12 @@ private slots:
     {
         const QSize size(6, 6);
         VideoSurface surface;
-        QVERIFY(surface.present(
-            QVideoFrame(new DriverBuffer(QByteArray(4, 'x'), -5, size.width() * 4, true), size,
-                        QVideoFrame::Format_RGB32)));
-        QCOMPARE(surface.frame().pixel(0, 0), 0xff000000);
+        for (const int length : {-5, std::numeric_limits<int>::min()}) {
+            QVERIFY(surface.present(
+                QVideoFrame(new DriverBuffer(QByteArray(4, 'x'), length, size.width() * 4, true),
+                            size, QVideoFrame::Format_RGB32)));
+            QCOMPARE(surface.frame().pixel(0, 0), 0xff000000);
+        }
     }
 
     void emptyFrameGivesAnEmptyPicture()
