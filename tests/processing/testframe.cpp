@@ -1,3 +1,8 @@
+#include "democamera/chalkboard.h"
+#include "democamera/difficultlight.h"
+#include "democamera/handwrittenpage.h"
+#include "democamera/printedpage.h"
+#include "democamera/scenepictures.h"
 #include "processing/frame.h"
 #include "tests/processing/pictures.h"
 #include "tests/reference/reference.h"
@@ -5,7 +10,9 @@
 
 #include <QPixmap>
 #include <array>
+#include <atomic>
 #include <climits>
+#include <memory>
 #include <opencv2/core/utility.hpp>
 
 using namespace kivra::test;
@@ -63,6 +70,16 @@ QString differenceOfMode(const QImage &picture, int mode)
     return {};
 }
 
+// What the demonstration camera sees of this scene after a second.
+template<typename Scene>
+QImage seenBy(QSize size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    const std::atomic<bool> abandoned(false);
+    kivra::democamera::ScenePictures(std::make_unique<Scene>()).make(picture, 1, 0, abandoned);
+    return picture;
+}
+
 } // namespace
 
 class TestFrame : public QObject
@@ -77,6 +94,8 @@ private slots:
     void numbersBeyondTheListsDoNothing();
     void allCombinationsMatchTheReference_data();
     void allCombinationsMatchTheReference();
+    void demonstrationPicturesMatchTheReference_data();
+    void demonstrationPicturesMatchTheReference();
     void anyThreadCountGivesTheSamePicture();
     void framePixelsAreKept();
     void otherHoldersKeepTheirPixels();
@@ -156,6 +175,28 @@ void TestFrame::allCombinationsMatchTheReference()
         sizes.push_back(size);
     for (const QSize size : sizes) {
         const QImage picture = motifs().at(static_cast<std::size_t>(motif)).draw(size);
+        const QString found = differenceOfMode(picture, mode);
+        QVERIFY2(found.isEmpty(), qPrintable(found));
+    }
+}
+
+void TestFrame::demonstrationPicturesMatchTheReference_data()
+{
+    using namespace kivra::democamera;
+    QTest::addColumn<QImage>("picture");
+    for (const QSize size : {QSize(321, 181), QSize(1281, 721)}) {
+        const QByteArray suffix = ", " + QByteArray::number(size.width());
+        QTest::newRow("printed page" + suffix) << seenBy<PrintedPage>(size);
+        QTest::newRow("handwritten page" + suffix) << seenBy<HandwrittenPage>(size);
+        QTest::newRow("chalkboard" + suffix) << seenBy<Chalkboard>(size);
+        QTest::newRow("difficult light" + suffix) << seenBy<DifficultLight>(size);
+    }
+}
+
+void TestFrame::demonstrationPicturesMatchTheReference()
+{
+    QFETCH(QImage, picture);
+    for (int mode = 0; mode <= 6; ++mode) {
         const QString found = differenceOfMode(picture, mode);
         QVERIFY2(found.isEmpty(), qPrintable(found));
     }
