@@ -207,6 +207,7 @@ private slots:
         QCOMPARE(action->isChecked(), expected.check == Checked);
         QCOMPARE(action->menuRole(), QAction::TextHeuristicRole);
         QVERIFY(action->statusTip().isEmpty());
+        QCOMPARE(action->toolTip(), action->iconText()); // both made of the text: none of its own
         // The camera runs, so that Start is disabled.
         const bool disabled = qstrcmp(expected.name, "actionEffet_artistique") == 0 ||
                               qstrcmp(expected.name, "actionStartCamera") == 0;
@@ -366,6 +367,11 @@ private slots:
         QCOMPARE(label->font().pointSize(), 24);
         QCOMPARE(label->alignment(), Qt::AlignLeft | Qt::AlignTop);
         QCOMPARE(window.statusBar()->objectName(), QStringLiteral("statusbar"));
+        QCOMPARE(window.menuBar()->sizePolicy(), preferred);
+        QCOMPARE(window.find<QToolBar>("toolBar")->sizePolicy(), preferred);
+        for (const char *name :
+             {"centralwidget", "displayWidget", "menubar", "statusbar", "toolBar"})
+            QVERIFY2(window.find<QWidget>(name)->isEnabled(), name);
     }
 
     void startSize()

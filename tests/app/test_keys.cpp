@@ -5,6 +5,7 @@
 
 #include <QLabel>
 #include <QMenu>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QToolBar>
 
@@ -79,6 +80,14 @@ private slots:
         press(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
         QCOMPARE(window->probe.coefCourant(), coefficient);
         QCOMPARE(shownMessage(), message);
+    }
+
+    // With Shift it is no shortcut: the key itself takes the focus.
+    void zoomKeyTakesTheFocus()
+    {
+        window->clearFocus();
+        press(Qt::Key_Z, Qt::ShiftModifier);
+        QCOMPARE(window->focusWidget(), window.get());
     }
 
     void stepKeys_data()
@@ -159,6 +168,8 @@ private slots:
     {
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus));
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        sendCameraKey(QEvent::KeyRelease, Qt::Key_Up); // another key's release is no matter
+        QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
         sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
@@ -169,6 +180,21 @@ private slots:
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_Camera));
         QTRY_COMPARE(TestCamera::instance().record().stills.size(), 1);
         QCOMPARE(shownMessage(), QString());
+    }
+
+    void browsingWithoutStoredPicturesTellsTheUser_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("next") << int(Qt::Key_Space);
+        QTest::newRow("previous") << int(Qt::Key_Backspace);
+    }
+
+    void browsingWithoutStoredPicturesTellsTheUser()
+    {
+        QFETCH(int, key);
+        boxes->expect(QStringLiteral("échec chargement de fichier"));
+        press(Qt::Key(key));
+        QTRY_COMPARE(boxes->answered(), 1);
     }
 
     void unknownKeysArePassedOn()
@@ -226,6 +252,18 @@ private slots:
         QTRY_VERIFY(!TestCamera::instance().isRunning());
         press(Qt::Key_K, Qt::ControlModifier);
         QTRY_VERIFY(TestCamera::instance().isRunning());
+    }
+
+    // Qt takes the key for neither when both are enabled.
+    void sharedKeyIsAmbiguousWhenBothAreEnabled()
+    {
+        window->action("actionStartCamera")->setEnabled(true);
+        QSignalSpy start(window->action("actionStartCamera"), &QAction::triggered);
+        QSignalSpy stop(window->action("actionStopCamera"), &QAction::triggered);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("[Aa]mbiguous")));
+        press(Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(start.count() + stop.count(), 0);
+        QVERIFY(TestCamera::instance().isRunning());
     }
 
 private:

@@ -151,6 +151,21 @@ QImage Desktop::windowContent() const
         .convertToFormat(QImage::Format_RGB32);
 }
 
+QPoint Desktop::contentPosition() const
+{
+    // The answer has a line each: X=<number>, Y=<number>, and others.
+    const QStringList lines =
+        xdo(QStringLiteral("getwindowgeometry --shell ") + windowId).split(QLatin1Char('\n'));
+    QPoint position(-1, -1);
+    for (const QString &line : lines) {
+        if (line.startsWith(QLatin1String("X=")))
+            position.setX(line.mid(2).toInt());
+        else if (line.startsWith(QLatin1String("Y=")))
+            position.setY(line.mid(2).toInt());
+    }
+    return position;
+}
+
 void Desktop::keepScreenshot(const QString &name) const
 {
     const QDir pictures(QStringLiteral(KIVRA_SCREENSHOT_FOLDER));

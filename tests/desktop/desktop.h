@@ -49,6 +49,8 @@ public:
     QImage screen() const;
     /// The content of the program's window, without what the window manager adds around it.
     QImage windowContent() const;
+    /// Where that content begins on the screen.
+    QPoint contentPosition() const;
     /// Keeps the screen's content as a picture in the build folder.
     void keepScreenshot(const QString &name) const;
 

@@ -151,6 +151,23 @@ private slots:
         }
     }
 
+    // Presets 1 and 2 lie at the corner of the screen, preset 0 in its middle.
+    void presetPositions()
+    {
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        const QSize reduced(screen.width() * 7 / 10, screen.height() * 7 / 10);
+        const QPoint middle((screen.width() - reduced.width()) / 2,
+                            (screen.height() - reduced.height()) / 2);
+        desktop->key(QStringLiteral("F5"));
+        QTRY_VERIFY(desktop->contentPosition().x() < 10 && desktop->contentPosition().y() < 50);
+        const QPoint frame = desktop->contentPosition(); // what the window manager adds
+        desktop->key(QStringLiteral("F5"));
+        QTRY_COMPARE(desktop->windowContent().size(), screen);
+        QTRY_COMPARE(desktop->contentPosition(), frame);
+        desktop->key(QStringLiteral("F5"));
+        QTRY_COMPARE(desktop->contentPosition(), frame + middle);
+    }
+
 private:
     QSize square(const QColor &colour) const
     {
