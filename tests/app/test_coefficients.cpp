@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QLabel>
 #include <QProcess>
 #include <climits>
 
@@ -248,9 +247,11 @@ private slots:
         QVERIFY(TestCamera::instance().pushPicture(gradient({100, 60})));
         const QImage frame = window->probe.lastFrame();
         window->call("on_changeCoef", Q_ARG(int, 1), Q_ARG(int, 40));
-        KIVRA_COMPARE_PICTURES(shown({100, 60}), reference::tableAndEffect(frame, 40, 100, 0));
+        KIVRA_COMPARE_PICTURES(window->shownPicture({100, 60}),
+                               reference::tableAndEffect(frame, 40, 100, 0));
         window->call("on_changeCoef", Q_ARG(int, 0), Q_ARG(int, 250));
-        KIVRA_COMPARE_PICTURES(shown({100, 60}), reference::tableAndEffect(frame, 40, 250, 0));
+        KIVRA_COMPARE_PICTURES(window->shownPicture({100, 60}),
+                               reference::tableAndEffect(frame, 40, 250, 0));
     }
 
     void unknownChangeRendersAgainToo()
@@ -259,7 +260,7 @@ private slots:
         const QImage frame = window->probe.lastFrame();
         window->trigger("actionTexte"); // selects without rendering
         window->call("on_changeCoef", Q_ARG(int, 17), Q_ARG(int, 5));
-        KIVRA_COMPARE_PICTURES(shown({100, 60}), reference::mode(frame, 3));
+        KIVRA_COMPARE_PICTURES(window->shownPicture({100, 60}), reference::mode(frame, 3));
     }
 
     void changeIsStoredAtOnce()
@@ -276,8 +277,8 @@ private slots:
         const int values[] = {144, -20, 60};
         for (int number = 0; number < 3; ++number) {
             window->call("on_changeCoef", Q_ARG(int, number), Q_ARG(int, values[number]));
-            QCOMPARE(message(), QString::fromUtf8(ruleTable[number].changed) +
-                                    QString::number(values[number]));
+            QCOMPARE(window->messageText(), QString::fromUtf8(ruleTable[number].changed) +
+                                                QString::number(values[number]));
         }
     }
 
@@ -296,7 +297,7 @@ private slots:
         QFETCH(int, zoom);
         QFETCH(QString, text);
         window->call("on_changeCoef", Q_ARG(int, 3), Q_ARG(int, zoom));
-        QCOMPARE(message(), text);
+        QCOMPARE(window->messageText(), text);
     }
 
     void changeDoesNotLimit()
@@ -312,7 +313,7 @@ private slots:
             window->clearFocus();
             window->trigger(ruleTable[number].action);
             QCOMPARE(window->probe.coefCourant(), number);
-            QCOMPARE(message(), QString::fromUtf8(ruleTable[number].selected));
+            QCOMPARE(window->messageText(), QString::fromUtf8(ruleTable[number].selected));
             QCOMPARE(window->focusWidget(), window.get());
         }
     }
@@ -332,13 +333,13 @@ private slots:
         QCOMPARE(window->probe.displayMode(), 0);
         QCOMPARE(window->probe.coefCourant(), 0);
         QCOMPARE(window->probe.modeTailleFenetre(), 0);
-        QCOMPARE(message(), QStringLiteral("réinit "));
+        QCOMPARE(window->messageText(), QStringLiteral("réinit "));
         for (int number = 0; number < 4; ++number) {
             QCOMPARE(value(number), ruleTable[number].start);
             QCOMPARE(storedByAnotherProcess(ruleTable[number].key),
                      QString::number(ruleTable[number].start));
         }
-        KIVRA_COMPARE_PICTURES(shown({100, 60}), frame);
+        KIVRA_COMPARE_PICTURES(window->shownPicture({100, 60}), frame);
         // The marks in the menus stay as they were.
         QVERIFY(window->action("actionTexte")->isChecked());
         QVERIFY(window->action("actionBicolore")->isChecked());
@@ -426,21 +427,6 @@ private:
     void set(int number, int to)
     {
         window->call("on_changeCoef", Q_ARG(int, number), Q_ARG(int, to));
-    }
-
-    QString message() const
-    {
-        const auto *const label = window->find<QLabel>("msgDisplay");
-        return label->isVisible() ? label->text() : QString();
-    }
-
-    // The picture of this size in the middle of the view.
-    QImage shown(const QSize &size) const
-    {
-        const QImage view =
-            window->probe.view()->grab().toImage().convertToFormat(QImage::Format_RGB32);
-        const QPoint at((view.width() - size.width()) / 2, (view.height() - size.height()) / 2);
-        return view.copy(QRect(at, size));
     }
 
     std::unique_ptr<Window> window;

@@ -3,7 +3,6 @@
 #include "tests/app/window.h"
 #include "tests/support/testmain.h"
 
-#include <QLabel>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -79,7 +78,7 @@ private slots:
         window->probe.setCoefCourant(coefficient == 0 ? 3 : 0);
         press(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
         QCOMPARE(window->probe.coefCourant(), coefficient);
-        QCOMPARE(shownMessage(), message);
+        QCOMPARE(window->messageText(), message);
     }
 
     // With Shift it is no shortcut: the key itself takes the focus.
@@ -179,7 +178,7 @@ private slots:
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_Camera));
         QTRY_COMPARE(TestCamera::instance().record().stills.size(), 1);
-        QCOMPARE(shownMessage(), QString());
+        QCOMPARE(window->messageText(), QString());
     }
 
     void browsingWithoutStoredPicturesTellsTheUser_data()
@@ -297,12 +296,6 @@ private:
             QTest::keyClick(menu, Qt::Key_Return);
             QTRY_VERIFY(!menu->isVisible());
         }
-    }
-
-    QString shownMessage() const
-    {
-        const auto *const label = window->find<QLabel>("msgDisplay");
-        return label->isVisible() ? label->text() : QString();
     }
 
     std::unique_ptr<Boxes> boxes;

@@ -6,7 +6,6 @@
 #include "tests/support/testmain.h"
 
 #include <QElapsedTimer>
-#include <QLabel>
 #include <QPixmap>
 #include <cmath>
 
@@ -27,21 +26,6 @@ constexpr const char *effectNames[] = {"actionNormal", "actionNoir_et_blanc", "a
                                        "actionBicolore"};
 
 constexpr QSize frameSize(120, 80);
-
-// The picture in the middle of the view, at its own size.
-QImage shownPicture(const Window &window)
-{
-    const QImage view = window.probe.view()->grab().toImage().convertToFormat(QImage::Format_RGB32);
-    const QPoint at((view.width() - frameSize.width()) / 2,
-                    (view.height() - frameSize.height()) / 2);
-    return view.copy(QRect(at, frameSize));
-}
-
-QString message(const Window &window)
-{
-    const auto *const label = window.find<QLabel>("msgDisplay");
-    return label->isVisible() ? label->text() : QString();
-}
 
 } // namespace
 
@@ -76,7 +60,7 @@ private slots:
                 window->call("updateDisplay");
                 const QImage expected =
                     reference::tableAndEffect(reference::mode(frame, mode), 20, 144, effect);
-                KIVRA_COMPARE_PICTURES(shownPicture(*window), expected);
+                KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), expected);
                 KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), frame);
             }
         }
@@ -129,13 +113,13 @@ private slots:
     {
         for (int mode : {3, 1, 6, 2, 5, 4, 0}) {
             window->action(modeNames[mode])->setEnabled(true);
-            const QImage before = shownPicture(*window);
+            const QImage before = window->shownPicture(frameSize);
             window->trigger(modeNames[mode]);
             QCOMPARE(window->probe.imageProcessing(), mode);
             QVERIFY(window->action(modeNames[mode])->isChecked());
             // Neither refreshed nor announced: the next frame shows it.
-            KIVRA_COMPARE_PICTURES(shownPicture(*window), before);
-            QCOMPARE(message(*window), QString());
+            KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), before);
+            QCOMPARE(window->messageText(), QString());
         }
     }
 
@@ -143,7 +127,7 @@ private slots:
     {
         window->trigger("actionTexte");
         QVERIFY(TestCamera::instance().pushPicture(gradient(frameSize)));
-        KIVRA_COMPARE_PICTURES(shownPicture(*window), reference::mode(frame, 3));
+        KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), reference::mode(frame, 3));
     }
 
     void effectActionsToggle_data()
@@ -166,12 +150,12 @@ private slots:
     {
         QFETCH(QList<int>, chosen);
         QFETCH(int, effect);
-        const QImage before = shownPicture(*window);
+        const QImage before = window->shownPicture(frameSize);
         for (const int choice : chosen)
             window->trigger(effectNames[choice]);
         QCOMPARE(window->probe.displayMode(), effect);
-        KIVRA_COMPARE_PICTURES(shownPicture(*window), before);
-        QCOMPARE(message(*window), QString());
+        KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), before);
+        QCOMPARE(window->messageText(), QString());
     }
 
     void modeCycleLeavesTheArtisticOneOut()
@@ -181,8 +165,8 @@ private slots:
             window->trigger("actionEffet");
             QCOMPARE(window->probe.imageProcessing(), mode);
             QVERIFY(window->action(modeNames[mode])->isChecked());
-            QCOMPARE(message(*window), window->action(modeNames[mode])->text());
-            KIVRA_COMPARE_PICTURES(shownPicture(*window), reference::mode(frame, mode));
+            QCOMPARE(window->messageText(), window->action(modeNames[mode])->text());
+            KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), reference::mode(frame, mode));
         }
     }
 
@@ -203,8 +187,8 @@ private slots:
             window->trigger("actionMode");
             QCOMPARE(window->probe.displayMode(), effect);
             QVERIFY(window->action(effectNames[effect])->isChecked());
-            QCOMPARE(message(*window), window->action(effectNames[effect])->text());
-            KIVRA_COMPARE_PICTURES(shownPicture(*window),
+            QCOMPARE(window->messageText(), window->action(effectNames[effect])->text());
+            KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize),
                                    reference::tableAndEffect(frame, 0, 100, effect));
         }
     }
@@ -214,7 +198,7 @@ private slots:
         window->trigger("actionTableau_vert");
         window->trigger("actionBicolore");
         window->call("updateDisplay");
-        const QImage shown = shownPicture(*window);
+        const QImage shown = window->shownPicture(frameSize);
         for (const QPoint &at : {QPoint(3, 3), QPoint(60, 40), QPoint(100, 70)}) {
             const QRgb word = shown.pixel(at);
             // White ink is light: yellow. The board, dark green: a mixture towards blue.

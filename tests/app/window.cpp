@@ -2,6 +2,7 @@
 
 #include "storage/settings.h"
 
+#include <QLabel>
 #include <QStatusBar>
 
 namespace kivra::test {
@@ -25,6 +26,19 @@ void Window::trigger(const char *name) const
 QString Window::statusText() const
 {
     return statusBar()->currentMessage();
+}
+
+QString Window::messageText() const
+{
+    const auto *const label = find<QLabel>("msgDisplay");
+    return label->isVisible() ? label->text() : QString();
+}
+
+QImage Window::shownPicture(const QSize &size) const
+{
+    const QImage view = probe.view()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    const QPoint at((view.width() - size.width()) / 2, (view.height() - size.height()) / 2);
+    return view.copy(QRect(at, size));
 }
 
 void storeSetting(const QString &key, const QVariant &value)

@@ -38,6 +38,10 @@ public:
             qFatal("the window has no slot %s", slot);
     }
     QString statusText() const;
+    /// The message on the picture; empty when none is shown.
+    QString messageText() const;
+    /// What the view shows in its middle, of this size: a picture of that size at its own scale.
+    QImage shownPicture(const QSize &size) const;
 };
 
 /// Writes a setting as another program would.
