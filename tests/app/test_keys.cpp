@@ -1,7 +1,6 @@
 // The keyboard, through the window system, wherever the focus is.
 
 #include "tests/app/window.h"
-#include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
 #include <QLabel>
@@ -11,7 +10,6 @@
 #include <QToolBar>
 
 using kivra::test::Boxes;
-using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
