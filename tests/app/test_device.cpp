@@ -204,6 +204,17 @@ private slots:
         QCOMPARE(window->statusText(), QStringLiteral("caméra active"));
     }
 
+    void switchDropsTheCaptureBeforeTheCamera()
+    {
+        QStringList gone;
+        connect(window->probe.camera(), &QObject::destroyed, this,
+                [&gone] { gone += QStringLiteral("camera"); });
+        connect(window->probe.imageCapture(), &QObject::destroyed, this,
+                [&gone] { gone += QStringLiteral("capture"); });
+        chooseDevice(1);
+        QCOMPARE(gone, (QStringList{QStringLiteral("capture"), QStringLiteral("camera")}));
+    }
+
     void switchKeepsOneFrameOneDisplay()
     {
         for (const int number : {1, 0, 1}) {

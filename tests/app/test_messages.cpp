@@ -117,6 +117,9 @@ private slots:
     void messageLooks()
     {
         openWithMessages();
+        QPalette red = label()->palette();
+        red.setBrush(QPalette::WindowText, Qt::red);
+        label()->setPalette(red);
         window->call("displayMsg", Q_ARG(QString, QStringLiteral("lumière ")));
         QCOMPARE(label()->font().pointSize(), 32);
         for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
@@ -162,6 +165,8 @@ private slots:
             QVERIFY(label()->height() >= needed.height());
             QVERIFY(window->centralWidget()->rect().contains(label()->geometry()));
         }
+        window->call("displayMsg", Q_ARG(QString, QStringLiteral("enregistrement image")));
+        QVERIFY(!label()->wordWrap()); // the long line's breaks are not kept
     }
 
     void messageLetsTheMouseThrough()

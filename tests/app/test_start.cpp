@@ -6,6 +6,7 @@
 #include "tests/support/testmain.h"
 
 #include <QActionGroup>
+#include <QDialog>
 #include <QFile>
 #include <QMenu>
 #include <QStatusBar>
@@ -64,6 +65,7 @@ private slots:
         QVERIFY(!window.find<QToolBar>("toolBar")->isVisible());
         QCOMPARE(window.statusText(), QStringLiteral("caméra active"));
         QCOMPARE(window.focusPolicy(), Qt::ClickFocus);
+        QCOMPARE(window.focusWidget(), &window);
     }
 
     void restore_data()
@@ -196,10 +198,28 @@ private slots:
         QVERIFY(window.isEnabled());
         QVERIFY(!boxes->lastText().isEmpty());
         QVERIFY(window.probe.camera());
+        QVERIFY(window.action("actionStartCamera")->isEnabled());
+        QVERIFY(!window.action("actionStopCamera")->isEnabled());
         QCOMPARE(boxes->lastText(), window.probe.camera()->errorString());
         window.trigger("actionZoom");
         window.trigger("actionIncCoef");
         QCOMPARE(window.probe.coefZoom(), 118);
+    }
+
+    // The toggle marks what it asked for, whatever becomes of it; the service refuses both.
+    void toggleWithoutACamera()
+    {
+        TestCamera::instance().setDevices({});
+        boxes->expect(QStringLiteral("Camera error"));
+        const Window window;
+        boxes->expect(QStringLiteral("Camera error"));
+        window.trigger("actionCamera");
+        QVERIFY(!window.action("actionStartCamera")->isEnabled());
+        QVERIFY(window.action("actionStopCamera")->isEnabled());
+        boxes->expect(QStringLiteral("Camera error"));
+        window.trigger("actionCamera");
+        QVERIFY(window.action("actionStartCamera")->isEnabled());
+        QVERIFY(!window.action("actionStopCamera")->isEnabled());
     }
 
     void pictureOfTheCommandLine()
@@ -222,6 +242,20 @@ private slots:
         const Window window;
         QCOMPARE(boxes->lastText(), QStringLiteral("impossible d'ouvrir l'image nulle/part.jpg"));
         QVERIFY(window.isVisible());
+    }
+
+    // A box that opens while the window is made lets the camera's frames in.
+    void frameBeforeTheWindowIsCompleteIsDropped()
+    {
+        _imgAOuvrir = QStringLiteral("nulle/part.jpg");
+        boxes->expect(QStringLiteral("échec chargement de fichier"), [](QDialog *box) {
+            QTRY_VERIFY(TestCamera::instance().pushPicture(kivra::test::gradient({64, 48})));
+            box->accept();
+        });
+        const Window window;
+        QVERIFY(window.probe.lastFrame().isNull());
+        QVERIFY(TestCamera::instance().pushPicture(kivra::test::gradient({64, 48})));
+        QCOMPARE(window.probe.lastFrame().size(), QSize(64, 48));
     }
 
     void closes()
@@ -289,6 +323,24 @@ private slots:
             window.close();
         }
         QCOMPARE(storeContent(), before);
+    }
+
+    // Stills belong to the camera, and the camera draws on the surface to its last moment.
+    void captureGoesBeforeTheCameraAndThatBeforeTheSurface()
+    {
+        QStringList gone;
+        auto window = std::make_unique<Window>();
+        const std::pair<QObject *, QString> parts[] = {
+            {window->probe.videoSurface(), QStringLiteral("surface")},
+            {window->probe.camera(), QStringLiteral("camera")},
+            {window->probe.imageCapture(), QStringLiteral("capture")}};
+        for (const auto &part : parts)
+            connect(part.first, &QObject::destroyed, this,
+                    [&gone, name = part.second] { gone += name; });
+        window.reset();
+        const QStringList order = {QStringLiteral("capture"), QStringLiteral("camera"),
+                                   QStringLiteral("surface")};
+        QCOMPARE(gone, order);
     }
 
     void manyWindowsOneAfterTheOther()

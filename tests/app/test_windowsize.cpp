@@ -90,6 +90,7 @@ private slots:
 private:
     void step(int preset, const QSize &size, const QPoint &position)
     {
+        window->move(37, 41);
         window->trigger("actionTailleFenetre");
         QCOMPARE(window->probe.modeTailleFenetre(), preset);
         QCOMPARE(window->size(), size);
