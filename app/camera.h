@@ -165,8 +165,8 @@ private:
     int modeTailleFenetre = 0; ///< window size preset, 0..2
     int framesDisplayed = 0;   ///< since the last line of figures
     int lastPixelCount = 0;
-    double displayTimeMsPerMp = 0.0;    ///< of table and effect
-    double processingTimeMsPerMp = 0.0; ///< of the rendering mode
+    double displayTimeMsPerMp = 0.0;    ///< of table and effect, without a mode
+    double processingTimeMsPerMp = 0.0; ///< of the mode, and what it does of table and effect
     bool rawStore = true;               ///< as read at the last capture
     bool smallField = false;            ///< show the centre of the frame only
     int lumiere = 0;                    ///< -100..100

@@ -25,9 +25,9 @@ add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOR
                         QT_STRICT_ITERATORS)
 
 if(KIVRA_SANITIZE)
-    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+    add_compile_options(-fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
-    add_link_options(-fsanitize=address,undefined)
+    add_link_options(-fsanitize=address,undefined,float-cast-overflow)
 endif()
 if(KIVRA_COVERAGE)
     add_compile_options(--coverage -fprofile-update=atomic)
