@@ -10,7 +10,7 @@ constexpr qint64 mostFileBytes = qint64(512) << 20;
 
 /// How long the decoding of a file's content may take, in milliseconds. The reading of the file
 /// itself is not limited: a slow disk is no fault of the picture.
-constexpr int mostDecodingMs = 2000;
+constexpr int mostDecodingMs = 1800;
 
 /// How much memory the decoding may take on the way, in bytes: 2 GiB.
 constexpr qint64 mostDecodingBytes = qint64(2) << 30;
