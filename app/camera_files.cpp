@@ -40,7 +40,8 @@ void Camera::on_actionOuvrir_Image_triggered()
                                                       getDir(QStringLiteral("tableaux")),
                                                       QStringLiteral("Files (*.*)"));
     images->useStorageRoot = false;
-    images->setDir(QFileInfo(file).path());
+    const QString folder = QFileInfo(file).path(); // empty for no file
+    images->setDir(folder.isEmpty() ? QStringLiteral(".") : folder);
     images->reinit();
     displayFile(file);
 }
