@@ -8,6 +8,7 @@
 
 #include <QClipboard>
 #include <QDebug>
+#include <QDir>
 
 void Camera::takeImage()
 {
@@ -20,8 +21,9 @@ void Camera::takeImage()
 
     clipboard->setImage(ui->displayWidget->grab().toImage(), QClipboard::Clipboard);
     if (rawStore) {
+        // A camera service takes a relative path from a folder of its own choice.
         if (imageCapture->isAvailable())
-            imageCapture->capture(imagePath);
+            imageCapture->capture(QDir::current().absoluteFilePath(imagePath));
         qDebug() << imageCapture->errorString();
     } else {
         ui->displayWidget->saveToFile(imagePath);

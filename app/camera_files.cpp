@@ -2,6 +2,7 @@
 
 #include "app/camera.h"
 
+#include "decoding/picturefile.h"
 #include "storage/images.h"
 #include "storage/paths.h"
 #include "ui_camera.h"
@@ -12,7 +13,9 @@
 
 void Camera::displayFile(const QString &path)
 {
-    if (!lastFrame.load(path)) {
+    lastFrame = QImage(); // its memory may serve the next one
+    lastFrame = kivra::loadPicture(path);
+    if (lastFrame.isNull()) {
         QMessageBox::warning(this, QStringLiteral("échec chargement de fichier"),
                              QStringLiteral("impossible d'ouvrir l'image ") + path,
                              QMessageBox::Ok);
@@ -25,8 +28,6 @@ void Camera::displayFile(const QString &path)
     view->setZoomFactor(1.0F);
     view->setScaleFactor(float(view->width()) / float(lastFrame.width()));
     view->resetPos();
-    if (lastFrame.format() != QImage::Format_RGB32)
-        lastFrame = lastFrame.convertToFormat(QImage::Format_RGB32);
     updateDisplay();
     statusBar()->showMessage(path);
 }
@@ -39,7 +40,8 @@ void Camera::on_actionOuvrir_Image_triggered()
                                                       getDir(QStringLiteral("tableaux")),
                                                       QStringLiteral("Files (*.*)"));
     images->useStorageRoot = false;
-    images->setDir(QFileInfo(file).path());
+    const QString folder = QFileInfo(file).path(); // empty for no file
+    images->setDir(folder.isEmpty() ? QStringLiteral(".") : folder);
     images->reinit();
     displayFile(file);
 }
