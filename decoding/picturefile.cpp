@@ -73,7 +73,7 @@ QString withSuffix(const QString &path)
     if (QFileInfo::exists(path) || !QFileInfo(path).suffix().isEmpty())
         return path;
     for (const QByteArray &format : formats()) {
-        const QString candidate = path + QLatin1Char('.') + QString::fromLatin1(format);
+        QString candidate = path + QLatin1Char('.') + QString::fromLatin1(format);
         if (QFileInfo(candidate).isFile())
             return candidate;
     }
