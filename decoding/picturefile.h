@@ -8,8 +8,9 @@ namespace kivra {
 /// The largest file that is opened, in bytes: 512 MiB.
 constexpr qint64 mostFileBytes = qint64(512) << 20;
 
-/// How long the decoding of a file's content may take, in milliseconds. The reading of the file
-/// itself is not limited: a slow disk is no fault of the picture.
+/// How long the decoding of a file's content may take, in milliseconds; where other programs keep
+/// the processor busy, as much of its time. The reading of the file itself is not limited: a slow
+/// disk is no fault of the picture.
 constexpr int mostDecodingMs = 1800;
 
 /// How much memory the decoding may take on the way, in bytes: 2 GiB.

@@ -32,7 +32,7 @@ QRgb colourOf(int number)
 
 QString addPicture(const QString &name, int number)
 {
-    const QString path = storage() + name;
+    QString path = storage() + name;
     QDir().mkpath(QFileInfo(path).path());
     QImage picture(8, 6, QImage::Format_RGB32);
     picture.fill(colourOf(number));

@@ -33,8 +33,10 @@ public:
             raise(SIGSEGV);
         if (what == "leave")
             _exit(0);
-        while (what == "hang")
+        while (what == "wait")
             pause();
+        for (volatile bool busy = what == "work"; busy;) {
+        }
         if (what == "memory" && !take(words.at(1).toULongLong() << 20))
             return false;
         *image = QImage(1, 1, QImage::Format_RGB32);

@@ -74,7 +74,7 @@ private slots:
         QFETCH(QByteArray, format);
         QFETCH(QImage::Format, pixels);
         const QString path = pathOf(QStringLiteral("image.") + QString::fromLatin1(format));
-        QImage picture = gradient({61, 130}).convertToFormat(pixels);
+        QImage picture = gradient({31, 70}).convertToFormat(pixels);
         if (pixels == QImage::Format_ARGB32)
             picture.setPixel(0, 3, 0x20406080);
         QVERIFY(picture.save(path, format.constData()));
@@ -147,7 +147,8 @@ private slots:
         QTest::addColumn<bool>("isPicture");
         QTest::newRow("well") << faultyPicture("well") << true;
         QTest::newRow("crash") << faultyPicture("crash") << false;
-        QTest::newRow("hang") << faultyPicture("hang") << false;
+        QTest::newRow("wait") << faultyPicture("wait") << false;
+        QTest::newRow("work") << faultyPicture("work") << false;
         QTest::newRow("leave") << faultyPicture("leave") << false;
         QTest::newRow("much memory") << faultyPicture("memory 1900") << true;
         QTest::newRow("too much memory") << faultyPicture("memory 2100") << false;

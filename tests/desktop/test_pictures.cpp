@@ -38,7 +38,7 @@ QImage marked(const QColor &marker)
 
 QString stored(const QString &name, const QColor &marker)
 {
-    const QString path = documents() + QStringLiteral("/TablinoQt/tableaux/") + name;
+    QString path = documents() + QStringLiteral("/TablinoQt/tableaux/") + name;
     QDir().mkpath(QFileInfo(path).path());
     if (!marked(marker).save(path, "png"))
         qFatal("cannot write %s", qPrintable(path));
