@@ -144,10 +144,10 @@ private slots:
         const Rule &rule = ruleTable[number];
         window->probe.setCoefCourant(number);
         for (int start = rule.lowest; start <= rule.highest; ++start) {
-            set(number, start);
+            window->probe.setCoefficient(number, start);
             window->call("on_incCoef");
             QCOMPARE(value(number), rule.up(start));
-            set(number, start);
+            window->probe.setCoefficient(number, start);
             window->call("on_decCoef");
             QCOMPARE(value(number), rule.down(start));
         }

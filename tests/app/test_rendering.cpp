@@ -49,7 +49,8 @@ private slots:
 
     void everyCombinationIsShown()
     {
-        window->probe.setCoefficients(20, 144);
+        window->probe.setCoefficient(1, 20);
+        window->probe.setCoefficient(0, 144);
         for (int mode = 0; mode <= 6; ++mode) {
             window->action(modeNames[mode])->setEnabled(true);
             window->trigger(modeNames[mode]);

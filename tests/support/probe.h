@@ -40,10 +40,12 @@ public:
     bool closePending() const { return window.closePending; }
     bool captureInProgress() const { return window.captureInProgress; }
     void setCaptureInProgress(bool on) { window.captureInProgress = on; }
-    void setCoefficients(int lumiere, int contraste)
+    /// By its number, without what else a change does.
+    void setCoefficient(int number, int value)
     {
-        window.lumiere = lumiere;
-        window.contraste = contraste;
+        int *const coefficients[] = {&window.contraste, &window.lumiere, &window.reglage,
+                                     &window.coefZoom};
+        *coefficients[number] = value;
     }
     void setTimes(double processing, double display)
     {
