@@ -33,14 +33,14 @@ void Camera::displayImage()
     busy = false;
 }
 
-// The processing writes into memory of its own as long as the last frame shares the pixels: that is
-// the one copy on the way to the screen.
+// The processing writes into memory of its own as long as the last frame shares the pixels, and
+// where nothing changes it leaves them shared.
 void Camera::updateDisplay()
 {
     QImage picture = lastFrame;
     fProcessing(&picture, imageProcessing, displayMode);
-    ui->displayWidget->setPixmap(QPixmap::fromImage(picture));
-    update();
+    ui->displayWidget->setPixmap(
+        QPixmap::fromImage(picture)); // paints at once, and nothing else changed
 }
 
 void Camera::fProcessing(QImage *pImg, int mode, int effect)

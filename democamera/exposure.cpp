@@ -12,6 +12,12 @@ constexpr size_t bytesPerPixel = 4;
 // Longer than the widest row by enough places to begin at.
 constexpr size_t grainPixels = 3840 + 16384;
 
+// What treats all bytes alike has changed the alphas too.
+void setOpaque(QRgb *row, int width)
+{
+    std::transform(row, row + width, row, [](QRgb pixel) { return pixel | 0xFF000000U; });
+}
+
 } // namespace
 
 Grain::Grain(double sigma)
@@ -40,6 +46,7 @@ void Grain::addTo(QImage &picture, unsigned seed) const
         const uchar *grain = values.data() + place * bytesPerPixel;
         for (size_t i = 0; i < rowBytes; ++i)
             row[i] = static_cast<uchar>(row[i] + grain[i]);
+        setOpaque(reinterpret_cast<QRgb *>(row), picture.width());
     }
 }
 

@@ -59,6 +59,7 @@ PixmapWidget::PixmapWidget(QWidget *parent)
     pixmap->fill(Qt::black);
     clickTimer->setSingleShot(true);
     menuTimer->setSingleShot(true);
+    setAttribute(Qt::WA_OpaquePaintEvent);
     connect(menuTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
 }
 
@@ -160,12 +161,27 @@ PixmapWidget::Placement PixmapWidget::placement() const
              origin(height(), pictureHeight, zoomFactor * float(pos.y()))}};
 }
 
+// The parent's background would be painted under the whole picture, which costs as much as the
+// picture itself. At its edges, where a pixel may be left out, both meet.
+void PixmapWidget::paintSurroundings(QPainter &painter, const Placement &at) const
+{
+    constexpr int edge = 1;
+    QRegion surroundings(rect());
+    if (!pixmap->hasAlpha())
+        surroundings -=
+            QRect(at.origin, QSize(toPixel(double(at.width)), toPixel(double(at.height))))
+                .adjusted(edge, edge, -edge, -edge);
+    for (const QRect &part : surroundings)
+        painter.fillRect(part, palette().window());
+}
+
 void PixmapWidget::paintEvent(QPaintEvent *event)
 {
     QWidget::paintEvent(event);
     const Placement at = placement();
 
     QPainter painter(this);
+    paintSurroundings(painter, at);
     painter.save();
     painter.translate(QPointF(at.origin));
     painter.scale(double(at.scale), double(at.scale));

@@ -59,6 +59,7 @@ protected:
 private:
     struct Placement;
     Placement placement() const;
+    void paintSurroundings(QPainter &painter, const Placement &at) const;
 
     std::unique_ptr<QPixmap> pixmap;
     float zoomFactor = 1.0F;

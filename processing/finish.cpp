@@ -73,19 +73,19 @@ Finish::Finish()
 }
 
 Finish::Finish(const Tone &tone, Effect effect)
-    : Finish({tone}, effect, LevelWords{})
+    : Finish({tone}, effect, kivra::TwoColours{})
 {
 }
 
-Finish::Finish(const Tone &tone, const LevelWords &colours)
-    : Finish({tone}, Effect::Colours, colours)
+Finish::Finish(const Tone &tone, kivra::TwoColours colours)
+    : Finish({tone}, Effect::TwoColours, colours)
 {
 }
 
-Finish::Finish(std::vector<Tone> given, Effect effect, const LevelWords &colours)
+Finish::Finish(std::vector<Tone> given, Effect effect, kivra::TwoColours colours)
     : tones(std::move(given))
     , lastEffect(effect)
-    , levelWords(colours)
+    , twoColours(colours)
 {
     tones.erase(std::remove_if(tones.begin(), tones.end(), isIdentity), tones.end());
     byLines = std::all_of(tones.begin(), tones.end(),
@@ -106,7 +106,7 @@ Finish Finish::after(const Tone &first) const
 {
     std::vector<Tone> all{first};
     all.insert(all.end(), tones.begin(), tones.end());
-    return {std::move(all), lastEffect, levelWords};
+    return {std::move(all), lastEffect, twoColours};
 }
 
 Pixel Finish::word(Pixel pixel) const
@@ -129,13 +129,13 @@ void Finish::row(const Pixel *from, Pixel *to, int n) const
         return;
     }
     kernels().tone(from, to, n, toneWords);
-    if (lastEffect == Effect::Grey || lastEffect == Effect::Colours)
+    if (lastEffect == Effect::Grey || lastEffect == Effect::TwoColours)
         effectRow(to, to, n);
 }
 
 void Finish::opaqueRow(Pixel *pixels, int n) const
 {
-    if (!tones.empty() || lastEffect != Effect::None)
+    if (!keepsColours())
         row(pixels, pixels, n);
 }
 
@@ -151,8 +151,8 @@ void Finish::effectRow(const Pixel *from, Pixel *to, int n) const
     case Effect::Negative:
         kernels().negative(from, to, n);
         break;
-    case Effect::Colours:
-        kernels().levels(from, to, n, levelWords);
+    case Effect::TwoColours:
+        kernels().fade(from, to, n, twoColours);
         break;
     }
 }

@@ -32,18 +32,20 @@ Tone toneOf(const int *lut, double slope, double intercept);
 class Finish
 {
 public:
-    enum class Effect { None, Grey, Negative, Colours };
+    enum class Effect { None, Grey, Negative, TwoColours };
 
     /// Sets alpha to 255 and changes nothing else.
     Finish();
     /// The table \a tone, then \a effect.
     Finish(const Tone &tone, Effect effect);
-    /// The table \a tone, then for each grey level its word of \a colours.
-    Finish(const Tone &tone, const LevelWords &colours);
+    /// The table \a tone, then the levels between two colours.
+    Finish(const Tone &tone, kivra::TwoColours colours);
 
     /// This finish with another table in front of its own.
     Finish after(const Tone &first) const;
 
+    /// True when it does no more than to set alpha to 255.
+    bool keepsColours() const { return tones.empty() && lastEffect == Effect::None; }
     /// What becomes of one pixel.
     Pixel word(Pixel pixel) const;
     /// What becomes of \a n pixels of a row; \a to may be \a from.
@@ -52,7 +54,7 @@ public:
     void opaqueRow(Pixel *pixels, int n) const;
 
 private:
-    Finish(std::vector<Tone> tones, Effect effect, const LevelWords &colours);
+    Finish(std::vector<Tone> tones, Effect effect, kivra::TwoColours colours);
     void effectRow(const Pixel *from, Pixel *to, int n) const;
 
     /// In the order of their application, without identities.
@@ -61,7 +63,7 @@ private:
     ToneWords toneWords;
     bool byLines;
     Effect lastEffect;
-    LevelWords levelWords;
+    kivra::TwoColours twoColours;
 };
 
 /// Finishes all pixels of \a from into \a to, a grid of the same size, perhaps the same one.

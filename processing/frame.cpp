@@ -3,6 +3,7 @@
 #include "processing/bicolore.h"
 #include "processing/finish.h"
 #include "processing/imagepool.h"
+#include "processing/kernels/kernels.h"
 #include "processing/lut.h"
 #include "processing/rendering.h"
 #include "processing/timing.h"
@@ -31,7 +32,7 @@ Finish finishOf(const FrameSettings &settings)
     case 2:
         return {tone, Finish::Effect::Negative};
     case 3:
-        return {tone, bicoloreTable(blue, yellow)};
+        return {tone, TwoColours{blue, yellow}};
     default:
         return {tone, Finish::Effect::None};
     }
@@ -71,36 +72,68 @@ bool renderMode(int mode, ConstPixels from, Pixels to, const Finish &finish)
     }
 }
 
-void render(ConstPixels from, Pixels to, const FrameSettings &settings, FrameTimes *times)
+// Adds to \a times.
+void render(ConstPixels from, Pixels to, int mode, const Finish &finish, FrameTimes &times)
 {
-    double start = tic();
-    const Finish finish = finishOf(settings);
-    FrameTimes spent{0, toc(start)};
-    start = tic();
-    if (renderMode(settings.mode, from, to, finish)) {
-        spent.mode = toc(start);
+    const double start = tic();
+    if (renderMode(mode, from, to, finish)) {
+        times.mode += toc(start);
     } else {
         applyFinish(from, to, finish);
-        spent.effect += toc(start);
+        times.effect += toc(start);
     }
-    if (times)
-        *times = spent;
+}
+
+bool isOpaque(ConstPixels pixels)
+{
+    for (int y = 0; y < pixels.height(); ++y) {
+        if (!kernels().isOpaque(pixels.row(y), pixels.width()))
+            return false;
+    }
+    return true;
+}
+
+// With nothing selected and no coefficient changed, a frame is its own result. Reading it costs
+// less than copying it.
+bool isResult(const QImage &frame, int mode, const Finish &finish)
+{
+    const bool isMode = mode >= 1 && mode <= 6;
+    return !isMode && finish.keepsColours() && frame.format() == QImage::Format_RGB32 &&
+           isOpaque(pixelsOf(frame));
+}
+
+QImage renderApart(const QImage &frame, int mode, const Finish &finish, FrameTimes &times)
+{
+    static ImagePool pool;
+    QImage result = pool.take(frame.size());
+    if (result.isNull())
+        return result;
+    result.setDevicePixelRatio(frame.devicePixelRatio());
+    result.setDotsPerMeterX(frame.dotsPerMeterX());
+    result.setDotsPerMeterY(frame.dotsPerMeterY());
+    render(pixelsOf(frame), editablePixels(&result), mode, finish, times);
+    pool.keep(result);
+    return result;
 }
 
 } // namespace
 
 QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTimes *times)
 {
-    static ImagePool pool;
     const QImage source = withPixelWords(frame);
-    QImage result = pool.take(source);
-    if (result.isNull()) {
+    if (source.isNull()) {
         if (times)
             *times = {};
-        return result;
+        return source;
     }
-    render(pixelsOf(source), editablePixels(&result), settings, times);
-    pool.keep(result);
+    FrameTimes spent;
+    const double start = tic();
+    const Finish finish = finishOf(settings);
+    const bool isDone = isResult(source, settings.mode, finish);
+    spent.effect = toc(start);
+    const QImage result = isDone ? source : renderApart(source, settings.mode, finish, spent);
+    if (times)
+        *times = spent;
     return result;
 }
 
@@ -112,8 +145,14 @@ void processFrame(QImage *image, const FrameSettings &settings, FrameTimes *time
         *image = renderFrame(*image, settings, times);
         return;
     }
+    FrameTimes spent;
+    const double start = tic();
+    const Finish finish = finishOf(settings);
+    spent.effect = toc(start);
     const Pixels pixels = editablePixels(image);
-    render(pixels, pixels, settings, times);
+    render(pixels, pixels, settings.mode, finish, spent);
+    if (times)
+        *times = spent;
 }
 
 } // namespace kivra

@@ -6,15 +6,13 @@ namespace kivra {
 
 namespace {
 
-// One on the screen, one on its way there, one that is being made.
-constexpr std::size_t capacity = 3;
+// One on the screen and one that is being made.
+constexpr std::size_t capacity = 2;
 
 } // namespace
 
-QImage ImagePool::take(const QImage &model)
+QImage ImagePool::take(const QSize &size)
 {
-    if (model.isNull())
-        return {};
     const auto free = std::find_if(images.begin(), images.end(),
                                    [](const QImage &image) { return image.isDetached(); });
     QImage image;
@@ -22,14 +20,7 @@ QImage ImagePool::take(const QImage &model)
         image = std::move(*free);
         images.erase(free);
     }
-    if (image.size() != model.size())
-        image = QImage(model.size(), QImage::Format_RGB32);
-    if (image.isNull())
-        return image;
-    image.setDevicePixelRatio(model.devicePixelRatio());
-    image.setDotsPerMeterX(model.dotsPerMeterX());
-    image.setDotsPerMeterY(model.dotsPerMeterY());
-    return image;
+    return image.size() == size ? image : QImage(size, QImage::Format_RGB32);
 }
 
 void ImagePool::keep(const QImage &image)

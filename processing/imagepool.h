@@ -12,9 +12,9 @@ namespace kivra {
 class ImagePool
 {
 public:
-    /// A picture in Format_RGB32 with the size, resolution and pixel ratio of \a model and
-    /// undefined pixels, held by nobody else; null if there is no memory for it.
-    QImage take(const QImage &model);
+    /// A picture in Format_RGB32 of this size with undefined pixels, resolution and pixel ratio,
+    /// held by nobody else; null for an empty size or if there is no memory for it.
+    QImage take(const QSize &size);
     /// Remembers a picture from take(), now that its pixels are written.
     void keep(const QImage &image);
 

@@ -11,6 +11,13 @@ namespace kivra {
 /// A pixel, 0xAARRGGBB.
 using Pixel = std::uint32_t;
 
+/// What dark and light parts of a picture become.
+struct TwoColours
+{
+    Pixel dark;
+    Pixel light;
+};
+
 // OpenCV sees the bytes of a word in memory order: blue, green, red, alpha.
 static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN);
 

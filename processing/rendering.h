@@ -9,13 +9,6 @@
 
 namespace kivra {
 
-/// The two colours of a thresholded picture.
-struct TwoColours
-{
-    Pixel dark;
-    Pixel light;
-};
-
 /// Stretches all channels by the histogram of the blue one.
 void stretch(ConstPixels from, Pixels to, const Finish &finish);
 

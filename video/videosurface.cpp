@@ -69,7 +69,7 @@ bool VideoSurface::present(const QVideoFrame &frame)
     if (!mapped.map(QAbstractVideoBuffer::ReadOnly))
         return false;
 
-    QImage picture(frame.width(), frame.height(), QImage::Format_RGB32);
+    QImage picture = pool.take(frame.size());
     const bool outOfMemory = picture.isNull() && !frame.size().isEmpty();
     if (!picture.isNull())
         copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
@@ -78,6 +78,7 @@ bool VideoSurface::present(const QVideoFrame &frame)
         return false;
 
     image = picture;
+    pool.keep(picture);
     emit frameAvailable();
     ++iFrame;
     return true;

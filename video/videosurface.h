@@ -1,5 +1,7 @@
 #pragma once
 
+#include "processing/imagepool.h"
+
 #include <QAbstractVideoSurface>
 #include <QImage>
 
@@ -38,4 +40,5 @@ signals:
 
 private:
     QImage image;
+    kivra::ImagePool pool;
 };

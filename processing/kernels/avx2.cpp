@@ -20,10 +20,11 @@ constexpr Isa version = Isa::Avx2;
 } // namespace
 
 const Kernels avx2Kernels{version,
+                          isOpaque,
                           opaque,
                           negative,
                           grey,
-                          levels,
+                          fade,
                           tone,
                           line,
                           gray,

@@ -16,9 +16,6 @@ struct ToneWords
     std::array<Pixel, 256> blue;
 };
 
-/// The table that gives the pixel word of each grey level.
-using LevelWords = std::array<Pixel, 256>;
-
 /// A table for bytes, aligned for the vectors that it is split into.
 struct alignas(32) ByteTable : std::array<std::uint8_t, 256>
 {
@@ -55,14 +52,17 @@ struct MeanKernels
 struct Kernels
 {
     Isa isa;
+    /// True when every alpha is 255.
+    bool (*isOpaque)(const Pixel *pixels, int n);
     /// Alpha 255.
     void (*opaque)(const Pixel *from, Pixel *to, int n);
     /// Alpha 255, colours inverted.
     void (*negative)(const Pixel *from, Pixel *to, int n);
     /// Opaque grey of level (11 R + 16 G + 5 B) / 32.
     void (*grey)(const Pixel *from, Pixel *to, int n);
-    /// The word of that level.
-    void (*levels)(const Pixel *from, Pixel *to, int n, const LevelWords &words);
+    /// Between grey 127 at the middle of those levels and the colours at their ends, fading with
+    /// the square of the distance from the end; alpha 255.
+    void (*fade)(const Pixel *from, Pixel *to, int n, TwoColours colours);
     /// Every channel through its table, alpha 255.
     void (*tone)(const Pixel *from, Pixel *to, int n, const ToneWords &words);
     /// Every channel through the line, alpha 255.

@@ -37,6 +37,14 @@ KIVRA_LOOP int redOf(Pixel pixel)
     return static_cast<int>(pixel >> 16 & 0xFFU);
 }
 
+KIVRA_LOOP bool isOpaque(const Pixel *pixels, int n)
+{
+    Pixel common = opaqueAlpha;
+    for (int i = 0; i < n; ++i)
+        common &= pixels[i];
+    return common == opaqueAlpha;
+}
+
 KIVRA_LOOP void opaque(const Pixel *from, Pixel *to, int n)
 {
     KIVRA_SAME_ROW
@@ -57,13 +65,6 @@ KIVRA_LOOP Pixel level(Pixel pixel)
     return static_cast<Pixel>(11 * redOf(pixel) + 16 * greenOf(pixel) + 5 * blueOf(pixel)) >> 5;
 }
 
-KIVRA_LOOP void levelsOf(const Pixel *from, Pixel *to, int n)
-{
-    KIVRA_SAME_ROW
-    for (int i = 0; i < n; ++i)
-        to[i] = level(from[i]);
-}
-
 KIVRA_LOOP void grey(const Pixel *from, Pixel *to, int n)
 {
     KIVRA_SAME_ROW
@@ -71,17 +72,22 @@ KIVRA_LOOP void grey(const Pixel *from, Pixel *to, int n)
         to[i] = opaqueAlpha | level(from[i]) * 0x010101U;
 }
 
-// Look-ups are scalar, so they come after the arithmetic, not between its vectors.
-constexpr int piece = 256;
-
-KIVRA_LOOP void levels(const Pixel *from, Pixel *to, int n, const LevelWords &words)
+// The channel at \a end of the levels, k levels on: end + (127 - end) * (k / 128)^2, rounded down.
+KIVRA_LOOP Pixel faded(int end, int squareOfK)
 {
-    std::array<Pixel, piece> level;
-    for (int done = 0; done < n; done += piece) {
-        const int count = n - done < piece ? n - done : piece;
-        levelsOf(from + done, level.data(), count);
-        for (int i = 0; i < count; ++i)
-            to[done + i] = words[level[static_cast<std::size_t>(i)]];
+    return static_cast<Pixel>(end + ((127 - end) * squareOfK >> 14));
+}
+
+KIVRA_LOOP void fade(const Pixel *from, Pixel *to, int n, TwoColours colours)
+{
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i) {
+        const int at = static_cast<int>(level(from[i]));
+        const bool isDark = at < 128;
+        const int k = isDark ? at : 255 - at;
+        const Pixel end = isDark ? colours.dark : colours.light;
+        to[i] = opaqueAlpha | faded(redOf(end), k * k) << 16 | faded(greenOf(end), k * k) << 8 |
+                faded(blueOf(end), k * k);
     }
 }
 
@@ -239,6 +245,8 @@ KIVRA_LOOP std::uint8_t medianOf(std::uint8_t a, std::uint8_t b, std::uint8_t c)
 {
     return higher(lower(a, b), lower(higher(a, b), c));
 }
+
+constexpr int piece = 256;
 
 // The median of nine is the median of: the highest of the columns' lowest, the median of their
 // medians, the lowest of their highest.

@@ -14,10 +14,11 @@ constexpr Isa version = Isa::Portable;
 } // namespace
 
 const Kernels portableKernels{version,
+                              isOpaque,
                               opaque,
                               negative,
                               grey,
-                              levels,
+                              fade,
                               tone,
                               line,
                               gray,

@@ -16,10 +16,11 @@ constexpr Isa version = Isa::Sse41;
 } // namespace
 
 const Kernels sse41Kernels{version,
+                           isOpaque,
                            opaque,
                            negative,
                            grey,
-                           levels,
+                           fade,
                            tone,
                            line,
                            gray,

@@ -214,7 +214,7 @@ private slots:
         // From the processing to the view without another copy: what the pixmap holds is the
         // picture itself.
         QImage picture = window->probe.lastFrame();
-        window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 0), Q_ARG(int, 0));
+        window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 1), Q_ARG(int, 0));
         QVERIFY(picture.constBits() != window->probe.lastFrame().constBits());
         const QPixmap pixmap = QPixmap::fromImage(picture);
         QCOMPARE(pixmap.toImage().constBits(), picture.constBits());

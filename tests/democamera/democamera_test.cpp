@@ -11,6 +11,7 @@
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <algorithm>
 #include <memory>
 
 namespace kivra::test {
@@ -44,6 +45,13 @@ struct Rig
     QCamera camera;
     QCameraImageCapture capture;
 };
+
+bool isOpaque(const QImage &picture)
+{
+    const auto *const words = reinterpret_cast<const QRgb *>(picture.constBits());
+    return std::all_of(words, words + picture.sizeInBytes() / 4,
+                       [](QRgb word) { return qAlpha(word) == 255; });
+}
 
 double meanBrightness(const QImage &picture)
 {
@@ -206,6 +214,7 @@ void DemoCameraTest::framesArriveAndChange()
     QVERIFY(first != later);
     QVERIFY(rig.surface.onOwnThread);
     QCOMPARE(rig.surface.starts, 1);
+    QVERIFY(isOpaque(first));
     // No camera sees one even colour.
     QVERIFY(first.copy(0, 0, 640, 360) != first.copy(640, 360, 640, 360));
 }

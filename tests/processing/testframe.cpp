@@ -88,6 +88,7 @@ class TestFrame : public QObject
 
 private slots:
     void neutralFrameOnlySetsAlpha();
+    void opaqueFrameThatNothingChangesIsItsOwnResult();
     void negativeOfAPixel();
     void greyOfRed();
     void boardThenTwoColoursIsBlueAndYellow();
@@ -114,6 +115,29 @@ void TestFrame::neutralFrameOnlySetsAlpha()
     const QImage picture = rowOf({0x00123456U, 0x80FEDCBAU, 0xFF000000U});
     KIVRA_COMPARE_PICTURES(renderFrame(picture, {}),
                            rowOf({0xFF123456U, 0xFFFEDCBAU, 0xFF000000U}));
+}
+
+void TestFrame::opaqueFrameThatNothingChangesIsItsOwnResult()
+{
+    QImage picture(QSize(33, 3), QImage::Format_RGB32);
+    picture.fill(0xFF112233U);
+    const auto isShared = [&](const FrameSettings &settings) {
+        return renderFrame(picture, settings).constBits() == picture.constBits();
+    };
+    QVERIFY(isShared({0, 0, 0, 100}));
+    QVERIFY(isShared({7, 4, 0, 100}));
+    QVERIFY(!isShared({1, 0, 0, 100}));
+    QVERIFY(!isShared({6, 0, 0, 100}));
+    QVERIFY(!isShared({0, 1, 0, 100}));
+    QVERIFY(!isShared({0, 0, 1, 100}));
+    QVERIFY(!isShared({0, 0, 0, 101}));
+    for (const QPoint &hole : {QPoint(0, 0), QPoint(32, 0), QPoint(17, 1), QPoint(32, 2)}) {
+        const QImage whole = picture.copy();
+        reinterpret_cast<unsigned int *>(picture.scanLine(hole.y()))[hole.x()] = 0xFE112233U;
+        QVERIFY(!isShared({0, 0, 0, 100}));
+        KIVRA_COMPARE_PICTURES(renderFrame(picture, {}), whole);
+        picture = whole;
+    }
 }
 
 void TestFrame::negativeOfAPixel()

@@ -41,14 +41,6 @@ Bytes randomBytes(int n)
     return bytes;
 }
 
-LevelWords someLevels()
-{
-    LevelWords words{};
-    for (std::size_t i = 0; i < words.size(); ++i)
-        words[i] = static_cast<Pixel>(i * 2654435761U);
-    return words;
-}
-
 ToneWords someTones()
 {
     ToneWords words{};
@@ -66,7 +58,6 @@ using PixelKernel = std::function<void(const Kernels &, const Pixel *, Pixel *, 
 // All of them, each with a name for the report.
 std::vector<std::pair<const char *, PixelKernel>> pixelKernels()
 {
-    static const LevelWords levelWords = someLevels();
     static const ToneWords toneWords = someTones();
     static const Bytes becomes = randomBytes(longest + 1);
     static constexpr ToneLine steep{3 << 10, -(200 << 10), 10};
@@ -75,8 +66,10 @@ std::vector<std::pair<const char *, PixelKernel>> pixelKernels()
         {"negative",
          [](const Kernels &k, auto *from, auto *to, int n) { k.negative(from, to, n); }},
         {"grey", [](const Kernels &k, auto *from, auto *to, int n) { k.grey(from, to, n); }},
-        {"levels",
-         [](const Kernels &k, auto *from, auto *to, int n) { k.levels(from, to, n, levelWords); }},
+        {"fade",
+         [](const Kernels &k, auto *from, auto *to, int n) {
+             k.fade(from, to, n, {0x0011C8FFU, 0x00FF0080U});
+         }},
         {"tone",
          [](const Kernels &k, auto *from, auto *to, int n) { k.tone(from, to, n, toneWords); }},
         {"line", [](const Kernels &k, auto *from, auto *to, int n) { k.line(from, to, n, steep); }},
@@ -121,6 +114,7 @@ private slots:
     void versionAskedForIsTheOneThatRuns();
     void everyVersionNotesThatItRan();
     void pixelKernelsAgreeAtEveryLength();
+    void oneTranslucentPixelIsFoundAtEveryPlace();
     void byteKernelsAgreeAtEveryLength();
     void lookUpAgreesAtEveryLength();
     void chooseAgreesAtEveryLength();
@@ -198,6 +192,19 @@ void TestKernels::pixelKernelsAgreeAtEveryLength()
             run(*version, inPlace.data(), inPlace.data(), n);
             QVERIFY2(inPlace == expected, name);
         }
+    }
+}
+
+void TestKernels::oneTranslucentPixelIsFoundAtEveryPlace()
+{
+    Words row(longest, 0xFF123456U);
+    QVERIFY(version->isOpaque(row.data(), 0));
+    QVERIFY(version->isOpaque(row.data(), longest));
+    for (std::size_t place = 0; place < row.size(); ++place) {
+        row[place] = 0x7FFFFFFFU;
+        QVERIFY(!version->isOpaque(row.data(), longest));
+        QVERIFY(version->isOpaque(row.data(), static_cast<int>(place)));
+        row[place] = 0xFFFFFFFFU;
     }
 }
 

@@ -2,6 +2,7 @@
 #include "tests/support/testmain.h"
 #include "video/videosurface.h"
 
+#include <QSet>
 #include <QSignalSpy>
 #include <QVideoSurfaceFormat>
 #include <cstring>
@@ -301,6 +302,26 @@ private slots:
             QVERIFY(surface.present(frameOver(bytesOf(gradient(size)), size)));
             QCOMPARE(surface.frame().size(), size);
         }
+    }
+
+    // A picture that somebody still holds keeps its pixels; the memory of the others serves again.
+    void steadyStreamReusesMemory()
+    {
+        const QSize size(64, 48);
+        VideoSurface surface;
+        const QByteArray bytes = bytesOf(gradient(size));
+        QSet<const uchar *> seen;
+        for (int i = 0; i < 20; ++i) {
+            QVERIFY(surface.present(frameOver(bytes, size)));
+            seen.insert(surface.frame().constBits());
+        }
+        QVERIFY(seen.size() <= 2);
+
+        const QImage held = surface.frame();
+        const QByteArray before = bytesOf(held);
+        for (int i = 0; i < 5; ++i)
+            QVERIFY(surface.present(frameOver(QByteArray(bytes.size(), char(i)), size)));
+        QCOMPARE(bytesOf(held), before);
     }
 
     void stopLeavesRed()
