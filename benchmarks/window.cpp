@@ -1,9 +1,12 @@
-// What the window costs beside the picture operations: painting a large picture, and the way from a
-// key to the repainted picture. Each with its yardstick in the same run.
+// What the window costs beside the picture operations: painting a large picture, the way from a key
+// to the repainted picture, and from a stored photograph to the screen. Each with its yardstick in
+// the same run.
 
 #include "app/camera.h"
+#include "decoding/picturefile.h"
 #include "display/pixmapwidget.h"
 #include "processing/frame.h"
+#include "tests/support/probe.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testcamera.h"
 
@@ -12,6 +15,7 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QTest>
+#include <array>
 #include <benchmark/benchmark.h>
 
 namespace {
@@ -117,10 +121,67 @@ void processAndPaint(benchmark::State &state)
     }
 }
 
+// Two stored photographs of 12 megapixels, to be looked at in turn.
+std::array<QString, 2> photographs()
+{
+    std::array<QString, 2> paths;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        paths[i] = kivra::test::Sandbox::instance().documents() +
+                   QStringLiteral("/photograph%1.jpg").arg(i);
+        if (!still().mirrored(i == 1, false).save(paths[i], nullptr, 90))
+            qFatal("no picture");
+    }
+    return paths;
+}
+
+void photographByQt(benchmark::State &state)
+{
+    const auto paths = photographs();
+    std::size_t turn = 0;
+    for (auto _ : state) {
+        turn = 1 - turn;
+        benchmark::DoNotOptimize(QImage(paths[turn]).constBits());
+    }
+}
+
+void photographLoaded(benchmark::State &state)
+{
+    const auto paths = photographs();
+    std::size_t turn = 0;
+    for (auto _ : state) {
+        turn = 1 - turn;
+        benchmark::DoNotOptimize(kivra::loadPicture(paths[turn]).constBits());
+    }
+}
+
+void photographShown(benchmark::State &state)
+{
+    const std::unique_ptr<Camera> window = windowWithStill();
+    CameraProbe probe(*window);
+    const auto paths = photographs();
+    std::size_t turn = 0;
+    for (auto _ : state) {
+        turn = 1 - turn;
+        probe.displayFile(paths[turn]);
+    }
+}
+
+void photographShownAgain(benchmark::State &state)
+{
+    const std::unique_ptr<Camera> window = windowWithStill();
+    CameraProbe(*window).displayFile(photographs()[0]);
+    for (auto _ : state)
+        QMetaObject::invokeMethod(window.get(), "updateDisplay", Qt::DirectConnection);
+}
+
 BENCHMARK(paintByQt)->Unit(benchmark::kMillisecond);
 BENCHMARK(paintByView)->Unit(benchmark::kMillisecond);
 BENCHMARK(processAndPaint)->Unit(benchmark::kMillisecond);
 BENCHMARK(keyToPicture)->Unit(benchmark::kMillisecond);
+BENCHMARK(photographByQt)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(photographLoaded)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(photographShownAgain)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(photographShown)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

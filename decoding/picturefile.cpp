@@ -156,27 +156,33 @@ private:
 using SharedMemoryPtr = std::shared_ptr<SharedMemory>;
 
 // Memory given back to the system is faulted in again page by page, which takes as long as the
-// decoding: so that of the last picture, if it is of a usual size, serves again.
-SharedMemoryPtr &spareMemory()
+// decoding: so that of the last pictures, if they are of a usual size, serves again. One may be on
+// the screen while the next is decoded.
+std::array<SharedMemoryPtr, 2> &spareMemories()
 {
-    static SharedMemoryPtr spare;
-    return spare;
+    static std::array<SharedMemoryPtr, 2> spares;
+    return spares;
 }
 
 SharedMemoryPtr takeMemory()
 {
-    SharedMemoryPtr &spare = spareMemory();
-    const bool isFree = spare && spare.use_count() == 1;
-    if (!isFree)
-        spare = std::make_shared<SharedMemory>();
-    return spare;
+    auto &spares = spareMemories();
+    const auto free = std::find_if(spares.begin(), spares.end(), [](const SharedMemoryPtr &spare) {
+        return !spare || spare.use_count() == 1;
+    });
+    SharedMemoryPtr &place = free == spares.end() ? spares.front() : *free;
+    if (free == spares.end() || !place)
+        place = std::make_shared<SharedMemory>();
+    return place;
 }
 
-void dropLargeMemory(const SharedMemory &memory)
+void dropLargeMemory(const SharedMemoryPtr &memory)
 {
     constexpr size_t mostKept = size_t(64) << 20;
-    if (memory.size() > mostKept)
-        spareMemory().reset();
+    if (memory->size() <= mostKept)
+        return;
+    auto &spares = spareMemories();
+    std::replace(spares.begin(), spares.end(), memory, SharedMemoryPtr());
 }
 
 rlim_t addressSpaceInUse()
@@ -290,7 +296,7 @@ QImage decodeApart(const QByteArray &content)
     const std::optional<Report> report = awaitReport(child, reports.get());
     endChild(child); // from here on, nobody else changes the memory or its size
     memory->update();
-    dropLargeMemory(*memory);
+    dropLargeMemory(memory);
     return report ? pictureIn(memory, {report->width, report->height}) : QImage();
 }
 
