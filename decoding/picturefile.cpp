@@ -222,36 +222,63 @@ void confineChild(pid_t parent)
     _exit(told ? 0 : 1);
 }
 
-// True while a child waits for its turn, as it does where other programs keep the processor busy:
-// it is ready to run and has not had the time that it may have.
-bool isKeptWaiting(pid_t child)
+// How a child fares.
+struct Progress
+{
+    QByteArray state; // as in /proc: R is ready to run, S waits for another process or thread
+    qint64 workedMs = 0;
+};
+
+Progress progressOf(pid_t child)
 {
     QFile stat(QStringLiteral("/proc/%1/stat").arg(child));
     if (!stat.open(QIODevice::ReadOnly))
-        return false;
+        return {};
     const QByteArray line = stat.readAll();
     // After the name in brackets: the state, and further on the ticks in user and system mode.
     const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
     const qint64 ticks = fields.value(11).toLongLong() + fields.value(12).toLongLong();
-    return fields.value(0) == "R" && ticks * 1000 / sysconf(_SC_CLK_TCK) < mostDecodingMs;
+    return {fields.value(0), ticks * 1000 / sysconf(_SC_CLK_TCK)};
 }
 
-// What the child reports in time.
-std::optional<Report> awaitReport(pid_t child, int reports)
+// True while a child waits for its turn, as it does where other programs keep the processor busy:
+// it is ready to run and has not had the time that it may have.
+bool isKeptWaiting(const Progress &progress)
+{
+    return progress.state == "R" && progress.workedMs < mostDecodingMs;
+}
+
+struct Outcome
+{
+    std::optional<Report> report;
+    bool stuck = false;
+};
+
+// What the child reports in time. A reader works and never sleeps: a child that does waits for a
+// lock that another thread held at the fork, and which nobody will release in the child.
+Outcome awaitReport(pid_t child, int reports, const QElapsedTimer &waiting, bool canBeStuck)
 {
     constexpr int lookMs = 50;
-    QElapsedTimer waiting;
-    waiting.start();
     pollfd watched = {reports, POLLIN, 0};
-    int ready = 0;
-    do {
-        const int left = std::max(lookMs, mostDecodingMs - int(waiting.elapsed()));
-        ready = poll(&watched, 1, left);
-    } while ((ready < 0 && errno == EINTR) || (ready == 0 && isKeptWaiting(child)));
+    Progress last;
+    while (true) {
+        const int ready = poll(&watched, 1, lookMs);
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready != 0)
+            break;
+        const Progress now = progressOf(child);
+        const bool sleeps = last.state == "S" && now.state == "S" && now.workedMs == last.workedMs;
+        if (canBeStuck && sleeps)
+            return {{}, true};
+        if (waiting.elapsed() >= mostDecodingMs && !isKeptWaiting(now))
+            return {};
+        last = now;
+    }
     Report report = {};
-    if (ready != 1 || read(reports, &report, sizeof report) != sizeof report)
+    if (read(reports, &report, sizeof report) != sizeof report)
         return {};
-    return report;
+    return {report, false};
 }
 
 void endChild(pid_t child)
@@ -275,11 +302,11 @@ QImage pictureIn(const SharedMemoryPtr &memory, const QSize &size)
                   std::make_unique<SharedMemoryPtr>(memory).release());
 }
 
-QImage decodeApart(const QByteArray &content)
+Outcome decodeOnce(const QByteArray &content, SharedMemory &memory, const QElapsedTimer &waiting,
+                   bool canBeStuck)
 {
-    const SharedMemoryPtr memory = takeMemory();
     std::array<int, 2> ends = {-1, -1};
-    if (!memory->isOpen() || pipe2(ends.data(), O_CLOEXEC) != 0)
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
         return {};
     const Descriptor reports(ends[0]);
     Descriptor reporting(ends[1]);
@@ -290,13 +317,31 @@ QImage decodeApart(const QByteArray &content)
         return {};
     if (child == 0) {
         confineChild(self);
-        decodeInChild(content, *memory, reporting.get());
+        decodeInChild(content, memory, reporting.get());
     }
     reporting.close();
-    const std::optional<Report> report = awaitReport(child, reports.get());
+    const Outcome outcome = awaitReport(child, reports.get(), waiting, canBeStuck);
     endChild(child); // from here on, nobody else changes the memory or its size
-    memory->update();
+    memory.update();
+    return outcome;
+}
+
+QImage decodeApart(const QByteArray &content)
+{
+    constexpr int mostAttempts = 4;
+    const SharedMemoryPtr memory = takeMemory();
+    if (!memory->isOpen())
+        return {};
+    QElapsedTimer waiting;
+    waiting.start();
+    Outcome outcome;
+    int attempt = 0;
+    do {
+        ++attempt;
+        outcome = decodeOnce(content, *memory, waiting, attempt < mostAttempts);
+    } while (outcome.stuck);
     dropLargeMemory(memory);
+    const std::optional<Report> &report = outcome.report;
     return report ? pictureIn(memory, {report->width, report->height}) : QImage();
 }
 

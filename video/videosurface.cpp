@@ -14,6 +14,26 @@ constexpr uint opaqueBlack = 0xff000000;
 // Drivers may count up to this many bytes of their own at the end of the mapped block.
 constexpr int trailer = 32;
 
+// Qt looks for the further planes of a frame when it maps it, and divides by the rows they have: on
+// a frame of one row, by zero.
+bool hasSeveralPlanes(QVideoFrame::PixelFormat format)
+{
+    switch (format) {
+    case QVideoFrame::Format_YUV420P:
+    case QVideoFrame::Format_YUV422P:
+    case QVideoFrame::Format_YV12:
+    case QVideoFrame::Format_NV12:
+    case QVideoFrame::Format_NV21:
+    case QVideoFrame::Format_IMC1:
+    case QVideoFrame::Format_IMC2:
+    case QVideoFrame::Format_IMC3:
+    case QVideoFrame::Format_IMC4:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // Fills the picture from the start of the block; rows are taken as they lie.
 void copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
 {
@@ -63,7 +83,7 @@ void VideoSurface::stop()
 
 bool VideoSurface::present(const QVideoFrame &frame)
 {
-    if (!frame.isValid())
+    if (!frame.isValid() || hasSeveralPlanes(frame.pixelFormat()))
         return false;
     QVideoFrame mapped(frame);
     if (!mapped.map(QAbstractVideoBuffer::ReadOnly))

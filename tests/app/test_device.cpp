@@ -1,20 +1,21 @@
 // The camera device under the window: switching, starting, stopping, locks, exposure, errors.
 
 #include "tests/app/window.h"
+#include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
 #include <QCameraImageCapture>
 #include <QDialog>
-#include <QFile>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QSignalSpy>
 #include <QToolBar>
-#include <unistd.h>
 
 using kivra::test::Boxes;
+using kivra::test::freedMemoryIsKept;
 using kivra::test::gradient;
+using kivra::test::residentMemory;
 using kivra::test::Sandbox;
 using kivra::test::TestCamera;
 using kivra::test::Window;
@@ -25,21 +26,6 @@ TestCamera &device()
 {
     return TestCamera::instance();
 }
-
-// Bytes of this process that are in memory.
-qint64 residentMemory()
-{
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        qFatal("no /proc/self/statm");
-    return statm.readAll().split(' ').at(1).toLongLong() * sysconf(_SC_PAGESIZE);
-}
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool freedMemoryIsKept = true; // the sanitizer's quarantine
-#else
-constexpr bool freedMemoryIsKept = false;
-#endif
 
 constexpr qint64 allowedGrowth = 4 << 20;
 

@@ -5,6 +5,7 @@
 #include <QImageIOPlugin>
 #include <QtPlugin>
 #include <csignal>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,6 +19,12 @@ bool take(size_t bytes)
 {
     return mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
                 -1, 0) != MAP_FAILED;
+}
+
+void takeLock()
+{
+    eventfd_write(heldLock().readers, 1);
+    const std::lock_guard<std::mutex> lock(heldLock().mutex);
 }
 
 class FaultyHandler : public QImageIOHandler
@@ -39,6 +46,8 @@ public:
         }
         if (what == "memory" && !take(words.at(1).toULongLong() << 20))
             return false;
+        if (what == "lock")
+            takeLock();
         *image = QImage(1, 1, QImage::Format_RGB32);
         image->fill(Qt::white);
         return true;
@@ -73,6 +82,28 @@ public:
 QByteArray faultyPicture(const char *what)
 {
     return signature + what;
+}
+
+HeldLock::HeldLock()
+    : readers(eventfd(0, EFD_CLOEXEC))
+{
+}
+
+HeldLock::~HeldLock()
+{
+    close(readers);
+}
+
+void HeldLock::awaitReader() const
+{
+    eventfd_t count = 0;
+    eventfd_read(readers, &count);
+}
+
+HeldLock &heldLock()
+{
+    static HeldLock held;
+    return held;
 }
 
 } // namespace kivra::test

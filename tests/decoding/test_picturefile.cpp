@@ -10,9 +10,11 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <csignal>
+#include <future>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 
 using kivra::loadPicture;
 using kivra::test::faultyPicture;
@@ -163,6 +165,22 @@ private slots:
         const QString path = pathOf(QStringLiteral("good.png"));
         QVERIFY(gradient({20, 30}).save(path));
         KIVRA_COMPARE_PICTURES(loadPicture(path), gradient({20, 30}));
+    }
+
+    // The child gets a copy of the lock without the thread that would release it.
+    void lockHeldByAnotherThread()
+    {
+        kivra::test::HeldLock &held = kivra::test::heldLock();
+        std::promise<void> locked;
+        std::thread other([&] {
+            const std::lock_guard<std::mutex> lock(held.mutex);
+            locked.set_value();
+            held.awaitReader();
+        });
+        locked.get_future().wait();
+        const QImage read = loadPicture(written(QStringLiteral("a"), faultyPicture("lock")));
+        other.join();
+        QCOMPARE(read.size(), QSize(1, 1));
     }
 
     void noRegularFile()

@@ -1,10 +1,17 @@
-#include "tests/fuzz/frametarget.h"
+#include "tests/fuzz/target.h"
 
-// The entry of clang's fuzzer.
+// The entries of clang's fuzzer.
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+
+int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    kivra::fuzz::prepare(*argc, *argv);
+    return 0;
+}
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    kivra::fuzz::runFrame(data, size);
+    kivra::fuzz::run(data, size);
     return 0;
 }

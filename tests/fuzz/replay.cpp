@@ -1,4 +1,4 @@
-#include "tests/fuzz/frametarget.h"
+#include "tests/fuzz/target.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -6,13 +6,14 @@
 #include <cstdio>
 
 // Runs every input of the kept corpus once; needs no fuzzer.
-// Usage: fuzz_replay CORPUS_FOLDER
+// Usage: replay_TARGET CORPUS_FOLDER
 int main(int argc, char **argv)
 {
     if (argc != 2) {
-        std::fprintf(stderr, "usage: fuzz_replay CORPUS_FOLDER\n");
+        std::fprintf(stderr, "usage: replay_TARGET CORPUS_FOLDER\n");
         return 2;
     }
+    kivra::fuzz::prepare(argc, argv);
     const QDir corpus(QFile::decodeName(argv[1]));
     const QStringList names = corpus.entryList(QDir::Files, QDir::Name);
     for (const QString &name : names) {
@@ -24,8 +25,8 @@ int main(int argc, char **argv)
         std::printf("%s\n", qPrintable(name)); // the last one printed is the one that failed
         std::fflush(stdout);
         const QByteArray input = file.readAll();
-        kivra::fuzz::runFrame(reinterpret_cast<const std::uint8_t *>(input.constData()),
-                              static_cast<std::size_t>(input.size()));
+        kivra::fuzz::run(reinterpret_cast<const std::uint8_t *>(input.constData()),
+                         static_cast<std::size_t>(input.size()));
     }
     std::printf("%d inputs\n", static_cast<int>(names.size()));
     return names.isEmpty() ? 1 : 0;

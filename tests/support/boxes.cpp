@@ -1,12 +1,8 @@
 #include "tests/support/boxes.h"
 
-#include <QCoreApplication>
 #include <QDialog>
-#include <QEvent>
 #include <QMessageBox>
-#include <QPointer>
 #include <QTest>
-#include <QTimer>
 
 namespace kivra::test {
 
@@ -18,11 +14,6 @@ void acceptBox(QDialog *box)
 }
 
 } // namespace
-
-Boxes::Boxes()
-{
-    QCoreApplication::instance()->installEventFilter(this);
-}
 
 void Boxes::expect(const QString &title)
 {
@@ -40,19 +31,6 @@ QString Boxes::verify() const
     for (const Expected &missing : expected)
         result += QStringLiteral("The box \"%1\" did not come. ").arg(missing.title);
     return result;
-}
-
-bool Boxes::eventFilter(QObject *watched, QEvent *event)
-{
-    auto *const box = qobject_cast<QDialog *>(watched);
-    if (box && event->type() == QEvent::Show && box->isModal()) {
-        // Once its own event loop runs.
-        QTimer::singleShot(0, this, [this, guarded = QPointer<QDialog>(box)] {
-            if (guarded && guarded->isVisible())
-                opened(guarded);
-        });
-    }
-    return QObject::eventFilter(watched, event);
 }
 
 void Boxes::opened(QDialog *box)

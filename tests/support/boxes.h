@@ -1,25 +1,22 @@
 #pragma once
 
-#include <QObject>
+#include "tests/support/dialogwatch.h"
+
 #include <QString>
 #include <functional>
 #include <vector>
-
-class QDialog;
 
 namespace kivra::test {
 
 /// Answers the modal boxes and dialogs of the program under test. One is made for each test
 /// function: every box that opens must have been expected, in this order, by its window title, and
 /// every expected one must come; verify() says so. An unexpected box is closed.
-class Boxes : public QObject
+class Boxes : public DialogWatch
 {
     Q_OBJECT
 
 public:
     using Answer = std::function<void(QDialog *)>;
-
-    Boxes();
 
     /// The next box has this title. It is answered by its default button.
     void expect(const QString &title);
@@ -34,11 +31,9 @@ public:
     QString verify() const;
 
 protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
+    void opened(QDialog *box) override;
 
 private:
-    void opened(QDialog *box);
-
     struct Expected
     {
         QString title;

@@ -1,3 +1,4 @@
+#include "tests/support/driverbuffer.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 #include "video/videosurface.h"
@@ -8,45 +9,10 @@
 #include <cstring>
 #include <limits>
 
+using kivra::test::DriverBuffer;
 using kivra::test::gradient;
 
 namespace {
-
-// A frame's memory as a driver may report it: any size, any stride, mappable or not.
-class DriverBuffer : public QAbstractVideoBuffer
-{
-public:
-    DriverBuffer(QByteArray content, int reported, int rowBytes, bool canBeMapped)
-        : QAbstractVideoBuffer(NoHandle)
-        , memory(std::move(content))
-        , reportedBytes(reported)
-        , stride(rowBytes)
-        , mappable(canBeMapped)
-    {
-    }
-
-    MapMode mapMode() const override { return mode; }
-    uchar *map(MapMode wanted, int *numBytes, int *bytesPerLine) override
-    {
-        if (!mappable)
-            return nullptr;
-        mode = wanted;
-        mappings += wanted;
-        *numBytes = reportedBytes;
-        *bytesPerLine = stride;
-        return reinterpret_cast<uchar *>(memory.data());
-    }
-    void unmap() override { mode = NotMapped; }
-
-    QList<MapMode> mappings; // all that were asked for
-
-private:
-    QByteArray memory;
-    int reportedBytes;
-    int stride;
-    bool mappable;
-    MapMode mode = NotMapped;
-};
 
 constexpr int trailer = 32;
 
@@ -213,6 +179,30 @@ private slots:
         QCOMPARE(available.count(), 0);
         QCOMPARE(iFrame, before);
         QCOMPARE(surface.frame().size(), size); // the last good picture stays
+    }
+
+    // Never offered, yet nobody may have asked.
+    void frameOfSeveralPlanesIsDropped()
+    {
+        VideoSurface surface;
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        for (int number = 0; number < QVideoFrame::NPixelFormats; ++number) {
+            const auto format = QVideoFrame::PixelFormat(number);
+            const QByteArray memory(64, 'x');
+            const QSize row(8, 1);
+            surface.present(QVideoFrame(new DriverBuffer(memory, 64, 0, true), row, format));
+        }
+        const QList<QVideoFrame::PixelFormat> planar = {
+            QVideoFrame::Format_YUV420P, QVideoFrame::Format_YUV422P, QVideoFrame::Format_YV12,
+            QVideoFrame::Format_NV12,    QVideoFrame::Format_NV21,    QVideoFrame::Format_IMC1,
+            QVideoFrame::Format_IMC2,    QVideoFrame::Format_IMC3,    QVideoFrame::Format_IMC4};
+        available.clear();
+        for (const QVideoFrame::PixelFormat format : planar) {
+            const QByteArray memory(64, 'x');
+            QVERIFY(!surface.present(
+                QVideoFrame(new DriverBuffer(memory, 64, 8, true), {8, 4}, format)));
+        }
+        QCOMPARE(available.count(), 0);
     }
 
     void memoryThatDisagreesWithTheSize_data()

@@ -1,17 +1,15 @@
-// The entry of clang's fuzzer: an input is the content of a picture file. It is opened as the
-// window opens it, so that a fault of a reader stays in its child process; what is looked for is a
-// fault that does not.
+// An input is the content of a picture file. It is opened as the window opens it, so that a fault
+// of a reader stays in its child process; what is looked for is a fault that does not.
 
 #include "decoding/decoder.h"
 #include "decoding/picturefile.h"
+#include "tests/fuzz/target.h"
 
 #include <QFile>
 #include <QGuiApplication>
 #include <QtGlobal>
-#include <cstdlib>
 
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+namespace kivra::fuzz {
 
 namespace {
 
@@ -22,7 +20,7 @@ bool isWhole(const QImage &picture)
 {
     if (picture.isNull())
         return true;
-    if (!kivra::isDecodable(picture.size()) || picture.format() != QImage::Format_RGB32)
+    if (!isDecodable(picture.size()) || picture.format() != QImage::Format_RGB32)
         return false;
     for (int y = 0; y < picture.height(); ++y) {
         const auto *const row = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
@@ -37,21 +35,19 @@ bool isWhole(const QImage &picture)
 } // namespace
 
 // Pictures with text need fonts, and those an application.
-int LLVMFuzzerInitialize(int *argc, char ***argv)
+void prepare(int &argc, char **argv)
 {
-    static QGuiApplication application(*argc, *argv);
+    static QGuiApplication application(argc, argv);
     qInstallMessageHandler(forget);
-    return 0;
 }
 
-int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void run(const std::uint8_t *data, std::size_t size)
 {
     QFile file(QStringLiteral("fuzz-open-input"));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        std::abort();
+    require(file.open(QIODevice::WriteOnly | QIODevice::Truncate), "the input cannot be stored");
     file.write(reinterpret_cast<const char *>(data), qint64(size));
     file.close();
-    if (!isWhole(kivra::loadPicture(file.fileName())))
-        std::abort();
-    return 0;
+    require(isWhole(loadPicture(file.fileName())), "the picture is not what is promised");
 }
+
+} // namespace kivra::fuzz

@@ -1,4 +1,12 @@
-#include "tests/fuzz/frametarget.h"
+// An input is a picture with its settings. It is rendered both ways, and each is compared with the
+// reference.
+//
+// The header has 16 bytes, shorter ones count as filled up with zeros: width and height (a byte
+// each), format and padding, mode, effect (a signed byte each), brightness and contrast (4 bytes
+// each, little-endian), kind of operation, seed. The pixels are the bytes that follow, repeated,
+// each time changed by the seed.
+
+#include "tests/fuzz/target.h"
 
 #include "processing/bicolore.h"
 #include "processing/frame.h"
@@ -10,8 +18,6 @@
 #include <QImage>
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -98,17 +104,14 @@ struct Frame
     }
 };
 
-void require(const QImage &actual, const QImage &expected, const char *what)
+void compare(const QImage &actual, const QImage &expected, const char *what)
 {
     bool same = actual.size() == expected.size();
     for (int y = 0; same && y < actual.height(); ++y) {
         const auto bytes = static_cast<std::size_t>(actual.width()) * sizeof(unsigned int);
         same = std::memcmp(actual.constScanLine(y), expected.constScanLine(y), bytes) == 0;
     }
-    if (same)
-        return;
-    std::fprintf(stderr, "%s differs from the reference\n", what);
-    std::abort();
+    require(same, what);
 }
 
 void runOperation(const Input &input, QImage image)
@@ -117,27 +120,29 @@ void runOperation(const Input &input, QImage image)
     switch (input.operation) {
     case 0:
         KvPosterize1(&image, input.lumiere);
-        require(image, reference::posterizeChannels(before), "KvPosterize1");
+        compare(image, reference::posterizeChannels(before),
+                "KvPosterize1 differs from the reference");
         break;
     case 1:
         KvThreshold(&image, input.contraste / 10, 0);
-        require(image, reference::threshold(before, input.contraste / 10, 0), "KvThreshold");
+        compare(image, reference::threshold(before, input.contraste / 10, 0),
+                "KvThreshold differs from the reference");
         break;
     case 2:
         fBicolore(&image, static_cast<unsigned int>(input.lumiere),
                   static_cast<unsigned int>(input.contraste));
-        require(image,
+        compare(image,
                 reference::twoColours(before, static_cast<unsigned int>(input.lumiere),
                                       static_cast<unsigned int>(input.contraste)),
-                "fBicolore");
+                "fBicolore differs from the reference");
         break;
     case 3: {
         reference::Lut lut{};
         CreerLut(lut.data(), 2, input.lumiere, input.contraste);
         AppliquerLut(&image, lut.data());
-        require(image,
+        compare(image,
                 reference::applyLut(before, reference::lineLut(input.lumiere, input.contraste)),
-                "CreerLut");
+                "CreerLut differs from the reference");
         break;
     }
     default:
@@ -147,7 +152,9 @@ void runOperation(const Input &input, QImage image)
 
 } // namespace
 
-void runFrame(const std::uint8_t *data, std::size_t size)
+void prepare(int &, char **) {}
+
+void run(const std::uint8_t *data, std::size_t size)
 {
     std::array<std::uint8_t, headerSize> header{};
     const std::size_t headed = std::min(size, headerSize);
@@ -158,10 +165,10 @@ void runFrame(const std::uint8_t *data, std::size_t size)
     const FrameSettings settings{input.mode, input.effect, input.lumiere, input.contraste};
     const QImage expected =
         reference::frame(frame.image, input.mode, input.effect, input.lumiere, input.contraste);
-    require(renderFrame(frame.image, settings), expected, "renderFrame");
+    compare(renderFrame(frame.image, settings), expected, "renderFrame differs from the reference");
     runOperation(input, frame.image.copy());
     processFrame(&frame.image, settings);
-    require(frame.image, expected, "processFrame");
+    compare(frame.image, expected, "processFrame differs from the reference");
 }
 
 } // namespace kivra::fuzz

@@ -1,0 +1,91 @@
+#include "tests/endurance/answers.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QPointer>
+#include <QTest>
+#include <QWindow>
+
+namespace kivra::test {
+
+namespace {
+
+constexpr int deepest = 3;
+
+void closePopups()
+{
+    while (QWidget *popup = QApplication::activePopupWidget())
+        popup->close();
+}
+
+} // namespace
+
+Answers::Answers(Dice &chance, QStringList paths, std::function<void()> play)
+    : dice(chance)
+    , files(std::move(paths))
+    , meanwhile(std::move(play))
+{
+}
+
+void Answers::opened(QDialog *shown)
+{
+    const QPointer<QDialog> dialog(shown);
+    ++open;
+    ++count;
+    if (open <= deepest && dice.chance(40))
+        meanwhile();
+    // The dialog that opens files could also delete and rename: it is not played with.
+    if (auto *const opening = qobject_cast<QFileDialog *>(dialog.data()))
+        choose(opening);
+    else if (dialog && dialog->isVisible())
+        tryOut(dialog);
+    closePopups();
+    if (dialog && dialog->isVisible())
+        leave(dialog);
+    --open;
+}
+
+void Answers::choose(QFileDialog *dialog)
+{
+    if (dice.chance(20))
+        return;
+    dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(dice.oneOf(files));
+    QMetaObject::invokeMethod(dialog, "accept");
+}
+
+void Answers::tryOut(QDialog *dialog)
+{
+    constexpr Qt::Key keys[] = {Qt::Key_Tab,  Qt::Key_Backtab, Qt::Key_Space, Qt::Key_Up,
+                                Qt::Key_Down, Qt::Key_Left,    Qt::Key_Right, Qt::Key_PageUp,
+                                Qt::Key_Home, Qt::Key_End,     Qt::Key_A};
+    const QPointer<QDialog> alive(dialog);
+    for (int inputs = dice.below(8); inputs > 0 && alive && alive->isVisible(); --inputs) {
+        QWindow *const window = alive->windowHandle();
+        if (dice.chance(60)) {
+            QTest::keyClick(window, dice.oneOf(keys));
+        } else {
+            const QPoint at(dice.below(alive->width()), dice.below(alive->height()));
+            QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, at);
+        }
+    }
+}
+
+void Answers::leave(QDialog *dialog)
+{
+    const QPointer<QDialog> alive(dialog);
+    switch (dice.below(3)) {
+    case 0:
+        QTest::keyClick(dialog->windowHandle(), Qt::Key_Return);
+        break;
+    case 1:
+        QTest::keyClick(dialog->windowHandle(), Qt::Key_Escape);
+        break;
+    default:
+        dialog->close();
+    }
+    if (alive && alive->isVisible())
+        alive->reject();
+}
+
+} // namespace kivra::test

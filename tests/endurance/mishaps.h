@@ -1,0 +1,38 @@
+#pragma once
+
+#include "tests/endurance/dice.h"
+
+#include <functional>
+
+namespace kivra::test {
+
+using Tell = std::function<void(const char *)>;
+
+/// What happens at the cameras by chance: frames come, sound or not, devices are plugged and
+/// unplugged, fail, refuse, answer late or never.
+class Mishaps
+{
+public:
+    explicit Mishaps(Dice &dice);
+
+    /// One thing happens, \a tell is told before what it is.
+    void happen(const Tell &tell);
+    /// A few sound frames come.
+    void pushFrames();
+    /// All devices are there and do what they are told.
+    void repair();
+
+private:
+    void pushOddFrame();
+    void changeFormat();
+    void plug();
+    void unplug();
+    void changeAnswers();
+    void answerLate();
+    void raiseError();
+    void raiseStillError();
+
+    Dice &dice;
+};
+
+} // namespace kivra::test

@@ -1,0 +1,274 @@
+// Long use by somebody without a plan, at cameras that fail: the program does not crash, does not
+// hang, always comes back to a live picture, and does not grow.
+//
+// KIVRA_ENDURANCE_SECONDS is how long, KIVRA_SEED what is thrown. The same seed is the same use,
+// except where the answer of a thread or a timer comes earlier or later. KIVRA_TRACE=1 prints each
+// step before it is taken.
+
+#include "storage/paths.h"
+#include "storage/settings.h"
+#include "tests/endurance/answers.h"
+#include "tests/endurance/heartbeat.h"
+#include "tests/endurance/mishaps.h"
+#include "tests/endurance/user.h"
+#include "tests/support/memory.h"
+#include "tests/support/pictures.h"
+#include "tests/support/testmain.h"
+#include "video/videosurface.h"
+
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QMenu>
+#include <QPixmapCache>
+#include <algorithm>
+#include <cstdio>
+#include <malloc.h>
+
+using namespace kivra::test;
+
+namespace {
+
+// The user's view of a hang: the window does not answer. What counts is the work that the window's
+// thread does, since on a busy machine any program is kept waiting; code for the sanitizers takes
+// several times as long.
+constexpr int longestTurnMs = freedMemoryIsKept ? 2500 : 500;
+// No turn at all for this long is a dead window on any machine.
+constexpr int hangMs = 60000;
+
+// Between two closings of the window.
+constexpr int stepsOfAUse = 400;
+
+// What may be added between the second third of all uses and the last; caches fill in the first.
+constexpr qint64 allowedHeapGrowth = qint64(1) << 19;
+constexpr qint64 allowedResidentGrowth = qint64(4) << 20;
+
+struct Sample
+{
+    qint64 heap;
+    qint64 resident;
+};
+
+int numberFrom(const char *variable, int otherwise)
+{
+    bool isNumber = false;
+    const int number = qEnvironmentVariableIntValue(variable, &isNumber);
+    return isNumber ? number : otherwise;
+}
+
+// The largest picture, and those whose decoding is ended after all the time that it may take: what
+// is permitted is tested where it is permitted.
+bool isExtreme(const QString &name)
+{
+    const QStringList names = {QStringLiteral("bomb.svgz"),   QStringLiteral("huge.mng"),
+                               QStringLiteral("largest.png"), QStringLiteral("loop.mng"),
+                               QStringLiteral("scans.jpg"),   QStringLiteral("text-bomb.png")};
+    return names.contains(name);
+}
+
+const QDir &corpus()
+{
+    static const QDir folder(QStringLiteral(KIVRA_CORPUS));
+    return folder;
+}
+
+QStringList corpusFiles()
+{
+    QStringList names = corpus().entryList(QDir::Files, QDir::Name);
+    names.erase(std::remove_if(names.begin(), names.end(), isExtreme), names.end());
+    return names;
+}
+
+QDir loanFolder()
+{
+    return QDir(Sandbox::instance().documents() + QStringLiteral("/prêt"));
+}
+
+// Hostile and sound files in a folder of their own, which may be browsed once one is opened, and
+// what is no file.
+QStringList pathsToOpen()
+{
+    QStringList paths = {loanFolder().path(), QStringLiteral("nowhere.png")};
+    for (const QString &name : corpusFiles())
+        paths += loanFolder().filePath(name);
+    return paths;
+}
+
+void fill(const QDir &folder)
+{
+    folder.mkpath(QStringLiteral("."));
+    gradient({640, 480}).save(folder.filePath(QStringLiteral("im.jpg")));
+    gradient({1280, 720}).save(folder.filePath(QStringLiteral("im.png")));
+    for (const QString &name : corpusFiles())
+        QFile::copy(corpus().filePath(name), folder.filePath(name));
+}
+
+// Two months of stored pictures, good and bad, and a folder of pictures from elsewhere.
+void fillDocuments()
+{
+    fill(loanFolder());
+    for (const char *month : {"2026-01", "2026-02"})
+        fill(QDir(storageRoot() + QStringLiteral("/tableaux/") + QLatin1String(month)));
+}
+
+// The program and Qt have much to say about all this.
+void dropMessages(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type != QtFatalMsg)
+        return;
+    std::fprintf(stderr, "%s\n", qPrintable(text));
+    std::abort();
+}
+
+// What a use leaves behind differs with its last pictures; a leak raises the lowest.
+qint64 lowest(const QList<Sample> &samples, qint64 Sample::*part)
+{
+    const auto least =
+        std::min_element(samples.begin(), samples.end(),
+                         [=](const Sample &a, const Sample &b) { return a.*part < b.*part; });
+    return (*least).*part;
+}
+
+} // namespace
+
+class TestEndurance : public QObject
+{
+    Q_OBJECT
+
+public slots:
+    void openAddress(const QUrl &) { ++addresses; }
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        TestCamera::instance().reset();
+        fillDocuments();
+        QDesktopServices::setUrlHandler(QStringLiteral("http"), this, "openAddress");
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+    }
+
+    void cleanup()
+    {
+        user.quit();
+        QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
+    }
+
+    void useWithoutAPlan()
+    {
+        std::printf("KIVRA_SEED=%u\n", seed);
+        const QtMessageHandler before = qInstallMessageHandler(dropMessages);
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < qint64(seconds) * 1000) {
+            use();
+            QVERIFY2(recovered(), "the live picture did not come back");
+            user.quit();
+            takeSample();
+        }
+        qInstallMessageHandler(before);
+        report();
+        QVERIFY(iFrame > 0 && addresses > 0 && answers.answered() > 0);
+        QVERIFY2(heartbeat.busiest().processorMs <= longestTurnMs,
+                 heartbeat.busiest().during.constData());
+        if (!freedMemoryIsKept)
+            verifyFlatMemory();
+    }
+
+private:
+    // A use ends early when the window is closed in its course.
+    void use()
+    {
+        TestCamera::instance().reset();
+        mishaps.repair();
+        if (dice.chance(20))
+            settingsStore().clear();
+        tell("start");
+        user.start();
+        for (int step = 0; step < stepsOfAUse && user.window()->isVisible(); ++step) {
+            ++steps;
+            if (dice.chance(60))
+                user.act(tell);
+            else
+                mishaps.happen(tell);
+            if (dice.chance(50))
+                mishaps.pushFrames();
+            QCoreApplication::processEvents();
+        }
+    }
+
+    // What the user would try: open the window again, plug the camera in, choose it.
+    bool recovered()
+    {
+        tell("recovery");
+        Window *const window = user.window();
+        window->show();
+        user.letGo();
+        mishaps.repair();
+        window->find<QMenu>("menuDevices")->actions().constLast()->trigger();
+        const QSize whole(40, 24);
+        return QTest::qWaitFor([&] {
+            TestCamera::instance().pushPicture(gradient(whole));
+            const QSize size = window->probe.lastFrame().size();
+            return size == whole || size == whole / 2;
+        });
+    }
+
+    // Without what is kept on purpose until it is replaced.
+    void takeSample()
+    {
+        QGuiApplication::clipboard()->clear();
+        QPixmapCache::clear();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        malloc_trim(0);
+        samples.append({allocatedMemory(), residentMemory()});
+    }
+
+    void report() const
+    {
+        const Heartbeat::Turn longest = heartbeat.longest();
+        const Heartbeat::Turn busiest = heartbeat.busiest();
+        std::printf("%d steps, at a second each %.1f hours of use: %d frames, %d boxes, "
+                    "%d addresses, %d windows\n",
+                    steps, steps / 3600.0, iFrame, answers.answered(), addresses, samples.size());
+        std::printf("longest turn %lld ms (%s), busiest %lld ms of work (%s)\n",
+                    static_cast<long long>(longest.ms), longest.during.constData(),
+                    static_cast<long long>(busiest.processorMs), busiest.during.constData());
+    }
+
+    void verifyFlatMemory()
+    {
+        const int third = samples.size() / 3;
+        QVERIFY2(third > 0, "too short for a word on memory");
+        const QList<Sample> early = samples.mid(third, third);
+        const QList<Sample> late = samples.mid(samples.size() - third);
+        const qint64 heap = lowest(late, &Sample::heap) - lowest(early, &Sample::heap);
+        const qint64 resident = lowest(late, &Sample::resident) - lowest(early, &Sample::resident);
+        std::printf("grown: heap %lld KiB, resident %lld KiB\n",
+                    static_cast<long long>(heap / 1024), static_cast<long long>(resident / 1024));
+        QVERIFY(heap <= allowedHeapGrowth);
+        QVERIFY(resident <= allowedResidentGrowth);
+    }
+
+    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", freedMemoryIsKept ? 15 : 10);
+    const quint32 seed = quint32(numberFrom("KIVRA_SEED", 1));
+    const bool trace = numberFrom("KIVRA_TRACE", 0) != 0;
+    const QStringList files = pathsToOpen();
+    Dice dice{seed};
+    Mishaps mishaps{dice};
+    User user{dice, files};
+    Heartbeat heartbeat{hangMs};
+    const Tell tell = [this](const char *what) {
+        heartbeat.doing(what);
+        if (trace)
+            std::fprintf(stderr, "%d %s\n", steps, what);
+    };
+    Answers answers{dice, files, [this] { mishaps.happen(tell); }};
+    QList<Sample> samples;
+    int steps = 0;
+    int addresses = 0;
+};
+
+KIVRA_TEST_MAIN(TestEndurance)
+#include "test_endurance.moc"

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kivra::fuzz {
+
+// What each fuzz target is made of; libfuzzer.cpp and replay.cpp call it.
+
+/// Called once, before the first input, with the program's arguments.
+void prepare(int &argc, char **argv);
+
+/// Feeds one input to what is under test; ends the process by abort() at a fault.
+void run(const std::uint8_t *data, std::size_t size);
+
+/// Ends the process with a word on what is wrong, unless \a holds.
+void require(bool holds, const char *what);
+
+} // namespace kivra::fuzz
