@@ -11,6 +11,18 @@
 #include <QFileInfo>
 #include <QMessageBox>
 
+namespace {
+
+// A camera that is not running, such as one that was unplugged, would be loaded by a call to stop,
+// and a box would tell that this fails.
+void endLivePicture(QCamera &camera)
+{
+    if (camera.state() == QCamera::ActiveState)
+        camera.stop();
+}
+
+} // namespace
+
 void Camera::displayFile(const QString &path)
 {
     lastFrame = QImage(); // its memory may serve the next one
@@ -22,7 +34,7 @@ void Camera::displayFile(const QString &path)
         return;
     }
     imagePath = path;
-    camera->stop();
+    endLivePicture(*camera);
     coefZoom = 100;
     PixmapWidget *const view = ui->displayWidget;
     view->setZoomFactor(1.0F);
@@ -35,7 +47,7 @@ void Camera::displayFile(const QString &path)
 // A cancelled dialog is not told apart: the failed loading of no file tells the user.
 void Camera::on_actionOuvrir_Image_triggered()
 {
-    camera->stop();
+    endLivePicture(*camera);
     const QString file = QFileDialog::getOpenFileName(nullptr, QStringLiteral("Ouvrir image"),
                                                       getDir(QStringLiteral("tableaux")),
                                                       QStringLiteral("Files (*.*)"));

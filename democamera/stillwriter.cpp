@@ -87,7 +87,9 @@ StillWriter::Outcome StillWriter::encode(const StillRequest &request, const QIma
     }
     if (generation != currentGeneration)
         return {};
-    return file.commit() ? Outcome{} : cannotWrite();
+    // What a small picture leaves in the buffer would be written by commit(), which does not tell
+    // when that fails.
+    return file.flush() && file.commit() ? Outcome{} : cannotWrite();
 }
 
 void StillWriter::report(const StillRequest &request, const Outcome &outcome, int generation)

@@ -473,6 +473,19 @@ private slots:
         QTRY_VERIFY(!storedFiles().isEmpty() && !QImage(storedFiles().constLast()).isNull());
     }
 
+    // Less than what is written at once, so that nothing fails before the end.
+    void fullDiskAndASmallStill()
+    {
+        device().setStillResolutions({QSize(8, 8)});
+        const FullDisk disk;
+        boxes->expect(QStringLiteral("Image Capture Error"));
+        takePicture();
+        QTRY_COMPARE(boxes->answered(), 1);
+        for (const QString &path : storedFiles())
+            QVERIFY(QImage(path).isNull());
+        expectUsable();
+    }
+
 private:
     // Of no character, which QTest::keyClick() does not take.
     void pressCameraKey() const

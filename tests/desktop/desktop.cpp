@@ -31,7 +31,7 @@ bool near(int one, int other)
 
 } // namespace
 
-Desktop::Desktop()
+Desktop::Desktop(Cameras cameras)
 {
     windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
     QString ignored;
@@ -39,7 +39,8 @@ Desktop::Desktop()
         [&] { return xdoWorks({QStringLiteral("get_num_desktops")}, &ignored); }, patienceMs);
     if (!up)
         qFatal("the window manager did not come up");
-    placeProgram();
+    placeProgram(cameras == Cameras::All ? QLibraryInfo::location(QLibraryInfo::PluginsPath)
+                                         : QCoreApplication::libraryPaths().constFirst());
     program.setProcessChannelMode(QProcess::MergedChannels);
 }
 
@@ -52,9 +53,18 @@ Desktop::~Desktop()
     }
 }
 
-// A qt.conf beside the program points it to the plug-ins that the sandbox left; what it does not
-// name would be looked for beside it too.
-void Desktop::placeProgram()
+void Desktop::setVariable(const QString &name, const QString &value)
+{
+    QProcessEnvironment environment = program.processEnvironment();
+    if (environment.isEmpty())
+        environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(name, value);
+    program.setProcessEnvironment(environment);
+}
+
+// A qt.conf beside the program points it to the plug-ins that it is to have; what the file does not
+// name would be looked for beside the program too.
+void Desktop::placeProgram(const QString &plugins)
 {
     const QDir built(QStringLiteral(KIVRA_PROGRAM_FOLDER));
     const QDir placed(folder.path());
@@ -65,10 +75,9 @@ void Desktop::placeProgram()
     QFile configuration(placed.filePath(QStringLiteral("qt.conf")));
     if (!copied || !configuration.open(QIODevice::WriteOnly))
         qFatal("the program cannot be copied");
-    configuration.write(
-        "[Paths]\nPlugins = " + QFile::encodeName(QCoreApplication::libraryPaths().constFirst()) +
-        "\nTranslations = " +
-        QFile::encodeName(QLibraryInfo::location(QLibraryInfo::TranslationsPath)) + '\n');
+    configuration.write("[Paths]\nPlugins = " + QFile::encodeName(plugins) + "\nTranslations = " +
+                        QFile::encodeName(QLibraryInfo::location(QLibraryInfo::TranslationsPath)) +
+                        '\n');
 }
 
 bool Desktop::start(const QStringList &arguments)

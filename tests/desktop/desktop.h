@@ -12,13 +12,23 @@ namespace kivra::test {
 
 /// A window manager on the X server of this test, and the built program in it, driven by X events.
 ///
-/// The program is a copy in a folder of its own, with the demonstration camera beside it and
-/// without the machine's media services. Environment variables that the test sets reach it.
+/// The program is a copy in a folder of its own, with the demonstration camera beside it and,
+/// unless asked for, without the machine's media services. Environment variables that the test sets
+/// reach it.
 class Desktop
 {
 public:
-    Desktop();
+    /// Which cameras the program may find.
+    enum class Cameras {
+        Demonstration,
+        All, ///< those of the machine's media services too
+    };
+
+    explicit Desktop(Cameras cameras = Cameras::Demonstration);
     ~Desktop();
+
+    /// Sets an environment variable of the program alone, from its next start on.
+    void setVariable(const QString &name, const QString &value);
 
     /// Starts the program and waits for its window; false when none came.
     bool start(const QStringList &arguments = {});
@@ -57,7 +67,7 @@ public:
 private:
     QString activeWindow() const;
     void clickIn(const QString &window, const QPoint &at) const;
-    void placeProgram();
+    void placeProgram(const QString &plugins);
 
     QTemporaryDir folder;
     QProcess windowManager;

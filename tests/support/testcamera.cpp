@@ -1,6 +1,7 @@
 #include "tests/support/testcamera.h"
 
 #include "democamera/cameraplugin.h"
+#include "democamera/cameraservice.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -159,6 +160,7 @@ void TestCamera::reset()
     stillPicture.fill(Qt::gray);
     errorText = QStringLiteral("La caméra d'essai refuse.");
     startAnswer = stillAnswer = lockAnswer = Answer::AtOnce;
+    offeredService = Service::Whole;
     told = {};
     setDevices({{"essai", QStringLiteral("Caméra d'essai")}});
 }
@@ -167,6 +169,11 @@ void TestCamera::setDevices(const QList<Device> &devices)
 {
     offered = devices;
     emit devicesChanged();
+}
+
+void TestCamera::setService(Service next)
+{
+    offeredService = next;
 }
 
 void TestCamera::setFormat(const QVideoSurfaceFormat &next)
@@ -313,6 +320,19 @@ std::unique_ptr<FrameSource> TestCamera::open(const QByteArray &name)
     return nullptr;
 }
 
+/// A camera that shows and takes no pictures.
+class Viewfinder : public democamera::CameraService
+{
+public:
+    using CameraService::CameraService;
+
+    QMediaControl *requestControl(const char *name) override
+    {
+        const bool still = qstrcmp(name, QCameraImageCaptureControl_iid) == 0;
+        return still ? nullptr : CameraService::requestControl(name);
+    }
+};
+
 /// How Qt comes to know of the test's cameras.
 class TestCameraPlugin : public democamera::CameraPlugin
 {
@@ -323,6 +343,20 @@ public:
     TestCameraPlugin()
         : CameraPlugin(TestCamera::instance())
     {
+    }
+
+    QMediaService *create(const QString &key) override
+    {
+        TestCamera &camera = TestCamera::instance();
+        switch (camera.service()) {
+        case TestCamera::Service::WithoutStills:
+            return new Viewfinder(camera);
+        case TestCamera::Service::None:
+            return nullptr;
+        case TestCamera::Service::Whole:
+            break;
+        }
+        return CameraPlugin::create(key);
     }
 };
 

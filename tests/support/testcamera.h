@@ -26,6 +26,13 @@ public:
         Twice,  ///< by itself, and then once more (still pictures only)
     };
 
+    /// What the media service of the next camera has to offer.
+    enum class Service {
+        Whole,
+        WithoutStills, ///< a viewfinder alone
+        None,          ///< there is no service, as where its packages are not installed
+    };
+
     /// What the camera was told; reset() forgets it.
     struct Record
     {
@@ -52,6 +59,8 @@ public:
     /// is needed.
     /// @{
     void setDevices(const QList<democamera::Device> &devices);
+    void setService(Service service);
+    Service service() const { return offeredService; }
     void setFormat(const QVideoSurfaceFormat &format);
     void setStillCodecs(const QStringList &codecs);
     void setStillResolutions(const QList<QSize> &sizes);
@@ -102,6 +111,7 @@ private:
     TestCamera();
 
     QList<democamera::Device> offered;
+    Service offeredService = Service::Whole;
     QVideoSurfaceFormat format;
     QStringList stillCodecs;
     QList<QSize> stillResolutions;
