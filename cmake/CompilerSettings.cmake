@@ -16,8 +16,25 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     endif()
 endif()
 
-# Paths inside the binaries would differ from one build folder to the next.
-add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    # Paths inside the binaries would differ from one build folder to the next.
+    add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
+                        -ffile-prefix-map=${CMAKE_BINARY_DIR}/=build/)
+endif()
+
+# What users run is hardened: a write past a buffer on the stack or into a function's address ends the
+# program, and nothing in it lies where an attacker can know.
+if(CMAKE_SYSTEM_NAME STREQUAL Linux AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    include(CheckPIESupported)
+    check_pie_supported(LANGUAGES CXX)
+    set(released $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+    add_compile_options($<${released}:-fstack-protector-strong> $<${released}:-fstack-clash-protection>)
+    if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+        add_compile_options($<${released}:-fcf-protection>)
+    endif()
+    add_compile_definitions($<${released}:_FORTIFY_SOURCE=2>)
+    add_link_options(LINKER:-z,relro,-z,now)
+endif()
 
 # Text takes its meaning from where it stands: no silent conversion from bytes in another encoding,
 # no implicit QString from a number, and iteration that cannot detach by accident.
