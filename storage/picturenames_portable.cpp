@@ -8,5 +8,10 @@ QStringList pictureNames(const QString &path)
         return {};
     QDir folder(path, QString(), QDir::NoSort, QDir::Files | QDir::CaseSensitive);
     folder.setNameFilters({QStringLiteral("*.jpg"), QStringLiteral("*.png")});
-    return folder.entryList();
+    QStringList names;
+    for (const QFileInfo &entry : folder.entryInfoList()) {
+        if (entry.isFile()) // links to what is no file are listed too
+            names += entry.fileName();
+    }
+    return names;
 }
