@@ -24,8 +24,9 @@ constexpr qint64 mostDecodingBytes = qint64(2) << 30;
 /// than mostFileBytes, is no picture or one of more than mostPixels (decoding/decoder.h), or is one
 /// whose decoding crashes or needs more than mostDecodingMs or mostDecodingBytes.
 ///
-/// The decoding happens in a child process without an own program, which is gone when the call
-/// returns: so no file, whatever its content, takes the calling process with it.
+/// On Linux the decoding happens in a child process without an own program, which is gone when the
+/// call returns: so no file, whatever its content, takes the calling process with it. Elsewhere it
+/// happens in the calling process, and only the limits of size hold.
 QImage loadPicture(const QString &path);
 
 } // namespace kivra

@@ -1,58 +1,15 @@
 #include "storage/images.h"
 
 #include "storage/paths.h"
+#include "storage/picturenames.h"
 
 #include <QDir>
-#include <QFile>
-#include <dirent.h>
-#include <memory>
-#include <sys/stat.h>
 
 namespace {
-
-struct CloseFolder
-{
-    void operator()(DIR *folder) const { closedir(folder); }
-};
-
-bool isPictureName(const QByteArray &name)
-{
-    return !name.startsWith('.') && (name.endsWith(".jpg") || name.endsWith(".png"));
-}
 
 QStringList subfolders(const QString &path)
 {
     QStringList names = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::NoSort);
-    names.sort(Qt::CaseSensitive);
-    return names;
-}
-
-bool isFile(DIR *folder, const dirent &entry)
-{
-    if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN)
-        return entry.d_type == DT_REG;
-    struct stat target = {};
-    return fstatat(dirfd(folder), entry.d_name, &target, 0) == 0 && S_ISREG(target.st_mode);
-}
-
-// What QDir lists as files for the patterns "*.jpg" and "*.png", in a quarter of its time: a month
-// may hold 100,000 pictures, and the program starts with the newest month. An empty path, which
-// QDir takes for the current folder, names none here.
-QStringList pictures(const QString &path)
-{
-    const std::unique_ptr<DIR, CloseFolder> folder(opendir(QFile::encodeName(path).constData()));
-    if (!folder)
-        return {};
-    QStringList names;
-    while (const dirent *entry = readdir(folder.get())) {
-        const QByteArray bytes(entry->d_name);
-        if (!isPictureName(bytes) || !isFile(folder.get(), *entry))
-            continue;
-        const QString name = QFile::decodeName(bytes);
-        // A name that does not survive the way back could never be opened.
-        if (QFile::encodeName(name) == bytes)
-            names.append(name);
-    }
     names.sort(Qt::CaseSensitive);
     return names;
 }
@@ -162,7 +119,8 @@ void Images::readDirs()
 // Goes to the last picture.
 void Images::readPictures(const QString &path)
 {
-    imageList = pictures(path);
+    imageList = pictureNames(path);
+    imageList.sort(Qt::CaseSensitive);
     imageIndex = imageList.count() - 1;
 }
 
