@@ -77,14 +77,12 @@ void photographCoefficients(const Studio &studio)
     studio.photographPicture("page-contraste", {Plain, NoEffect, 0, 172}, page.detail);
 }
 
-// Alt leads into the menu bar, where the style shows no selection until a menu opens.
+// Alt leads into the menu bar.
 void photographWindow(const Studio &studio)
 {
     studio.pressAndSee("ctrl+m");
     studio.photographWindow("window");
-    studio.pressAndSee("ctrl+m");
-    studio.press("alt Right Right");
-    studio.pressAndSee("Down");
+    studio.pressAndSee("ctrl+m alt Right Right Down");
     studio.photographWindow("menu-rendu", {0, 0, 420, 240});
     studio.pressAndSee("Right");
     studio.photographWindow("menu-effet", {0, 0, 420, 240});
@@ -100,7 +98,8 @@ void photographDialogs(const Studio &studio)
     studio.waitForMainWindow();
 
     // The last menu but one, its second entry.
-    studio.press("alt Left Left Down Down Return");
+    studio.pressAndSee("alt Left Left Down Down");
+    studio.press("Return");
     studio.waitForDialog();
     studio.photographDialog("preferences");
     studio.press("Return"); // messages are shown from the first OK on
