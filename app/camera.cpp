@@ -1,5 +1,6 @@
 #include "app/camera.h"
 
+#include "app/accessibility.h"
 #include "resources/resources.h"
 #include "storage/images.h"
 #include "storage/settings.h"
@@ -75,6 +76,7 @@ void Camera::setUpForm()
 {
     ui->setupUi(this);
     setWindowTitle(QStringLiteral("Kivra"));
+    makeAccessible(this, *ui);
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
     ui->displayWidget->busy = true;
     ui->toolBar->setVisible(false);

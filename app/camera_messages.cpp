@@ -11,6 +11,7 @@ namespace {
 
 constexpr int messagePointSize = 32;
 constexpr int statusMs = 2000;
+constexpr QColor veil(255, 255, 255, 190); // black letters are read on a dark picture too
 
 // The label keeps the size that some earlier text gave it; a line too long for the window is
 // broken.
@@ -37,7 +38,9 @@ void Camera::displayMsg(const QString &text)
     label->setFont(font);
     QPalette palette = label->palette();
     palette.setBrush(QPalette::WindowText, Qt::black);
+    palette.setBrush(QPalette::Window, veil);
     label->setPalette(palette);
+    label->setAutoFillBackground(true);
     label->setText(text);
     fitToText(label, centralWidget()->width() - label->x());
     label->show();

@@ -16,6 +16,7 @@ ImageSettings::ImageSettings(QCameraImageCapture *capture, QWidget *parent)
     offerCodecs();
     ui->imageQualitySlider->setRange(QMultimedia::VeryLowQuality, QMultimedia::VeryHighQuality);
     offerResolutions();
+    nameForScreenReaders();
 }
 
 ImageSettings::~ImageSettings() = default;
@@ -42,6 +43,18 @@ void ImageSettings::offerResolutions()
         const QString text = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
         ui->imageResolutionBox->addItem(text, size);
     }
+}
+
+// The name that a combo box tells is its current entry; what it is about has to come from its
+// label, which the form leaves beside it, and from a description.
+void ImageSettings::nameForScreenReaders()
+{
+    setAccessibleName(QStringLiteral("Photographie de la caméra"));
+    ui->label_8->setBuddy(ui->imageResolutionBox);
+    ui->label_6->setBuddy(ui->imageCodecBox);
+    ui->imageResolutionBox->setAccessibleDescription(QStringLiteral("Taille de l’image"));
+    ui->imageCodecBox->setAccessibleDescription(QStringLiteral("Format de l’image"));
+    ui->imageQualitySlider->setAccessibleName(QStringLiteral("Qualité de l’image"));
 }
 
 QImageEncoderSettings ImageSettings::imageSettings() const

@@ -41,6 +41,7 @@ private:
     void logSupport() const;
     void offerCodecs();
     void offerResolutions();
+    void nameForScreenReaders();
 
     std::unique_ptr<Ui_ImageSettingsUi> ui;
     QCameraImageCapture *imageCapture;

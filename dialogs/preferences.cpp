@@ -25,6 +25,15 @@ constexpr std::array<Preference, 5> table{{
     {"preferences/smallField", &Ui_preferences::checkSmallField, true},
 }};
 
+// A screen reader tells with each box which heading it stands under.
+void describe(const Ui_preferences &form)
+{
+    form.checkRestore->setAccessibleDescription(form.label->text());
+    for (QCheckBox *box :
+         {form.checkDisplayMsg, form.checkDisplayStatus, form.checkRawStore, form.checkSmallField})
+        box->setAccessibleDescription(form.label_2->text());
+}
+
 } // namespace
 
 preferences::preferences(QWidget *parent)
@@ -36,6 +45,8 @@ preferences::preferences(QWidget *parent)
     new FittingStyle({ui->checkRestore, ui->checkDisplayMsg, ui->checkDisplayStatus,
                       ui->checkRawStore, ui->checkSmallField},
                      this);
+    describe(*ui);
+    setAccessibleName(QStringLiteral("Préférences"));
     const QSettings store = settingsStore();
     for (const Preference &entry : table) {
         QCheckBox *box = (*ui).*entry.box;

@@ -154,8 +154,18 @@ QImage Desktop::screen() const
 
 QImage Desktop::windowContent() const
 {
+    return contentOf(windowId);
+}
+
+QImage Desktop::dialogContent() const
+{
+    return contentOf(activeWindow());
+}
+
+QImage Desktop::contentOf(const QString &window)
+{
     return QGuiApplication::primaryScreen()
-        ->grabWindow(windowId.toULongLong())
+        ->grabWindow(window.toULongLong())
         .toImage()
         .convertToFormat(QImage::Format_RGB32);
 }

@@ -59,13 +59,16 @@ public:
     QImage screen() const;
     /// The content of the program's window, without what the window manager adds around it.
     QImage windowContent() const;
-    /// Where that content begins on the screen.
+    /// The content of the dialog that has the keyboard.
+    QImage dialogContent() const;
+    /// Where the content of the program's window begins on the screen.
     QPoint contentPosition() const;
     /// Keeps the screen's content as a picture in the build folder.
     void keepScreenshot(const QString &name) const;
 
 private:
     QString activeWindow() const;
+    static QImage contentOf(const QString &window);
     void clickIn(const QString &window, const QPoint &at) const;
     void placeProgram(const QString &plugins);
 

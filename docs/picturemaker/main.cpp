@@ -1,0 +1,131 @@
+// Makes the pictures of the manual and of the README: the program in its window, driven by keys, in
+// front of the demonstration camera. Takes the folder to write them into.
+
+#include "docs/picturemaker/studio.h"
+#include "tests/support/sandbox.h"
+
+#include <QApplication>
+#include <QDebug>
+
+using kivra::FrameSettings;
+using kivra::documents::Studio;
+
+namespace {
+
+// By the numbers of FrameSettings, reached by that many presses of F7 and F6.
+enum Mode { Plain, Automatic, DifficultLight, Text, Handwriting, Board };
+enum Effect { NoEffect, BlackAndWhite, Negative, TwoColours };
+
+struct Subject
+{
+    const char *device;
+    QRect detail; // what the pictures show of it
+};
+
+constexpr Subject page{"demo:texte", {130, 40, 560, 336}};
+constexpr Subject exercise{"demo:manuscrit", {100, 40, 560, 336}};
+constexpr Subject board{"demo:tableau", {20, 60, 560, 336}};
+constexpr Subject plate{"demo:eclairage", {120, 10, 560, 336}};
+
+void photographPage(const Studio &studio)
+{
+    studio.photographPicture("page", {Plain}, page.detail);
+    studio.press("F7");
+    studio.photographPicture("page-automatique", {Automatic}, page.detail);
+    studio.press("F7 F7");
+    studio.photographPicture("page-texte", {Text}, page.detail);
+}
+
+void photographExercise(const Studio &studio)
+{
+    studio.photographPicture("cahier", {Plain}, exercise.detail);
+    studio.press("F7 F7 F7");
+    studio.photographPicture("cahier-texte", {Text}, exercise.detail);
+    studio.press("F7");
+    studio.photographPicture("cahier-texte-manuscrit", {Handwriting}, exercise.detail);
+}
+
+void photographBoard(const Studio &studio)
+{
+    studio.photographPicture("tableau", {Plain}, board.detail);
+    studio.press("F7 F7 F7 F7 F7");
+    studio.photographPicture("tableau-tableau-vert", {Board}, board.detail);
+}
+
+void photographDifficultLight(const Studio &studio)
+{
+    studio.photographPicture("ombre", {Plain}, plate.detail);
+    studio.press("F7 F7");
+    studio.photographPicture("ombre-eclairage-difficile", {DifficultLight}, plate.detail);
+}
+
+void photographEffects(const Studio &studio)
+{
+    studio.press("F6");
+    studio.photographPicture("page-noir-et-blanc", {Plain, BlackAndWhite}, page.detail);
+    studio.press("F6");
+    studio.photographPicture("page-negatif", {Plain, Negative}, page.detail);
+    studio.press("F6");
+    studio.photographPicture("page-bicolore", {Plain, TwoColours}, page.detail);
+}
+
+void photographCoefficients(const Studio &studio)
+{
+    studio.press("l Up Up");
+    studio.photographPicture("page-lumiere", {Plain, NoEffect, 40, 100}, page.detail);
+    studio.press("Left c Up Up Up");
+    studio.photographPicture("page-contraste", {Plain, NoEffect, 0, 172}, page.detail);
+}
+
+// Alt leads into the menu bar.
+void photographWindow(const Studio &studio)
+{
+    studio.pressAndSee("ctrl+m");
+    studio.photographWindow("window");
+    studio.pressAndSee("ctrl+m alt Right Right Down");
+    studio.photographWindow("menu-rendu", {0, 0, 420, 240});
+    studio.pressAndSee("Right");
+    studio.photographWindow("menu-effet", {0, 0, 420, 240});
+    studio.pressAndSee("Escape");
+}
+
+void photographDialogs(const Studio &studio)
+{
+    studio.press("F8");
+    studio.waitForDialog();
+    studio.photographDialog("image-settings");
+    studio.press("Escape");
+    studio.waitForMainWindow();
+
+    // The last menu but one, its second entry.
+    studio.pressAndSee("alt Left Left Down Down");
+    studio.press("Return");
+    studio.waitForDialog();
+    studio.photographDialog("preferences");
+    studio.press("Return"); // messages are shown from the first OK on
+    studio.waitForMainWindow();
+    studio.pressAndSee("Up");
+    studio.photographWindow("message", {0, 0, 560, 260});
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QString target = argc == 2 ? QFile::decodeName(argv[1]) : QString();
+    if (target.isEmpty())
+        qFatal("usage: picturemaker FOLDER");
+    const kivra::test::Sandbox sandbox;
+    const QApplication application(argc, argv);
+    Studio studio{QDir(target)};
+    for (const auto &[subject, photograph] :
+         {std::pair(page, photographPage), std::pair(exercise, photographExercise),
+          std::pair(board, photographBoard), std::pair(plate, photographDifficultLight),
+          std::pair(page, photographEffects), std::pair(page, photographCoefficients),
+          std::pair(page, photographWindow), std::pair(page, photographDialogs)}) {
+        studio.open(subject.device);
+        photograph(studio);
+        studio.close();
+    }
+    return 0;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "processing/frame.h"
+#include "tests/desktop/desktop.h"
+
+#include <QDir>
+#include <QImage>
+#include <QRect>
+#include <memory>
+
+namespace kivra::documents {
+
+/// The running program with one moment of a demonstration scene under its camera: the picture
+/// stands still, so that every run sees the same. Takes photographs of the program's windows, and
+/// ends the process when the program does not show what it should.
+class Studio
+{
+public:
+    /// Pictures go into \a target.
+    explicit Studio(QDir target);
+    ~Studio();
+
+    /// Starts the program before the demonstration device \a name and waits for its picture.
+    void open(const QByteArray &name);
+    void close();
+
+    /// Presses these keys, named as xdotool does and separated by blanks, one after the other.
+    void press(const char *keys) const;
+    /// The same with keys whose effect is seen: waits for each one's.
+    void pressAndSee(const char *keys) const;
+    /// Waits until a dialog has the keyboard.
+    void waitForDialog() const;
+    /// Waits until the keyboard is back at the main window.
+    void waitForMainWindow() const;
+
+    /// Keeps the part \a detail of the camera's picture, once the window shows it as \a settings
+    /// make it, at a zoom of one.
+    void photographPicture(const char *name, const FrameSettings &settings,
+                           const QRect &detail) const;
+    /// Keeps the main window with its title bar and what lies over it, or \a part of that, once it
+    /// stands still.
+    void photographWindow(const char *name, const QRect &part = {}) const;
+    /// Keeps the content of the dialog that has the keyboard.
+    void photographDialog(const char *name) const;
+
+    /// The size of the camera's picture.
+    static constexpr QSize frameSize{960, 540};
+
+private:
+    QPoint waitForPicture(const FrameSettings &settings) const;
+    QImage waitForStandstill() const;
+    void keep(const QImage &photograph, const char *name) const;
+
+    const QDir target;
+    std::unique_ptr<kivra::test::Desktop> desktop;
+    QImage scene;
+};
+
+} // namespace kivra::documents
