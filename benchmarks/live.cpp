@@ -66,8 +66,8 @@ public:
     explicit FrameClock(QWidget *shown)
         : view(shown)
     {
-        connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock,
-                this, &FrameClock::rest);
+        connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+                &FrameClock::rest);
         qApp->installEventFilter(this);
     }
 
