@@ -49,9 +49,9 @@ build() {
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
-# source_time: when this tree was last changed, in seconds since 1970: its commit's time or, without
-# git, the newest day of the change log.
+# source_time: when this tree was last changed, in seconds since 1970: its commit's time (root may ask
+# for it in a user's tree) or, without git, the newest day of the change log.
 source_time() {
-    git log -1 --format=%ct 2>/dev/null ||
+    git -c safe.directory="$PWD" log -1 --format=%ct 2>/dev/null ||
         date --utc --date="$(sed -n 's/^## .* (\(.*\))$/\1/p;T;q' CHANGELOG.md)" +%s
 }
