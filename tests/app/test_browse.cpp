@@ -1,7 +1,7 @@
 // Space and Backspace: stepping through stored pictures, seen in the window.
 
 #include "storage/paths.h"
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
@@ -9,10 +9,9 @@
 #include <QFileDialog>
 #include <QLineEdit>
 
-using kivra::test::Boxes;
-using kivra::test::Sandbox;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -43,24 +42,15 @@ QString addPicture(const QString &name, int number)
 
 } // namespace
 
-class TestBrowse : public QObject
+class TestBrowse : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
-        _imgAOuvrir.clear();
-        boxes = std::make_unique<Boxes>();
+        begin();
         paths.clear();
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
     }
 
     void walk_data()
@@ -255,8 +245,6 @@ private:
         QCOMPARE(window->probe.lastFrame().pixel(4, 3), colourOf(number));
     }
 
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
     QStringList paths; // of the tree, oldest first
 };
 

@@ -2,7 +2,7 @@
 // is missing, blocked or full.
 
 #include "storage/paths.h"
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
@@ -20,19 +20,14 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 
-using kivra::test::Boxes;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
-
-TestCamera &device()
-{
-    return TestCamera::instance();
-}
 
 QStringList filesBelow(const QString &folder)
 {
@@ -122,27 +117,18 @@ private:
 
 Q_DECLARE_METATYPE(kivra::test::TestCamera::Answer)
 
-class TestCapture : public QObject
+class TestCapture : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        device().reset();
-        device().setDevices({{"un", QStringLiteral("Un")}, {"deux", QStringLiteral("Deux")}});
+        begin();
+        plugInTwo();
         QGuiApplication::clipboard()->clear();
-        boxes = std::make_unique<Boxes>();
-        window = std::make_unique<Window>();
-        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        openWindow();
         QVERIFY(device().pushPicture(gradient({200, 100})));
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
     }
 
     void rawStillByDefault()
@@ -515,9 +501,6 @@ private:
         QVERIFY(window->isEnabled());
         QVERIFY(device().pushPicture(gradient({64, 48})));
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestCapture)

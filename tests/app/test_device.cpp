@@ -1,6 +1,6 @@
 // The camera device under the window: switching, starting, stopping, locks, exposure, errors.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
@@ -12,20 +12,15 @@
 #include <QSignalSpy>
 #include <QToolBar>
 
-using kivra::test::Boxes;
 using kivra::test::freedMemoryIsKept;
 using kivra::test::gradient;
 using kivra::test::residentMemory;
 using kivra::test::Sandbox;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
-
-TestCamera &device()
-{
-    return TestCamera::instance();
-}
 
 constexpr qint64 allowedGrowth = 4 << 20;
 
@@ -36,25 +31,16 @@ QSize shownSize(const Window &window)
 
 } // namespace
 
-class TestDevice : public QObject
+class TestDevice : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        device().reset();
-        device().setDevices({{"un", QStringLiteral("Un")}, {"deux", QStringLiteral("Deux")}});
-        boxes = std::make_unique<Boxes>();
-        window = std::make_unique<Window>();
-        QTRY_VERIFY(device().isRunning());
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
+        begin();
+        plugInTwo();
+        openWindow();
     }
 
     void startsWithTheWindow()
@@ -416,9 +402,6 @@ private:
             --right;
         return right - left - 1;
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestDevice)

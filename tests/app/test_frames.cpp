@@ -1,26 +1,21 @@
 // A frame's way from the camera to the screen.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
+#include "tests/support/driverbuffer.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 #include "video/videosurface.h"
 
-#include <QAbstractVideoBuffer>
 #include <QDialog>
 
-using kivra::test::Boxes;
+using kivra::test::DriverBuffer;
 using kivra::test::gradient;
-using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
-
-TestCamera &device()
-{
-    return TestCamera::instance();
-}
 
 // The surface leaves the last 32 bytes of a frame black.
 QImage received(QImage picture)
@@ -29,34 +24,6 @@ QImage received(QImage picture)
         picture.setPixel(picture.width() - 1 - i, picture.height() - 1, 0xff000000);
     return picture;
 }
-
-// A frame whose memory and stride are not what its size says.
-class OddBuffer : public QAbstractVideoBuffer
-{
-public:
-    OddBuffer(int bytes, int rowBytes)
-        : QAbstractVideoBuffer(NoHandle)
-        , memory(bytes, '\x77')
-        , stride(rowBytes)
-    {
-    }
-    MapMode mapMode() const override { return mode; }
-    uchar *map(MapMode wanted, int *numBytes, int *bytesPerLine) override
-    {
-        if (memory.isEmpty())
-            return nullptr;
-        mode = wanted;
-        *numBytes = memory.size();
-        *bytesPerLine = stride;
-        return reinterpret_cast<uchar *>(memory.data());
-    }
-    void unmap() override { mode = NotMapped; }
-
-private:
-    QByteArray memory;
-    int stride;
-    MapMode mode = NotMapped;
-};
 
 // Brings another frame at the first painting of the view.
 class FrameAtPainting : public QObject
@@ -68,36 +35,28 @@ public:
     {
         if (event->type() == QEvent::Paint && pushed == 0) {
             ++pushed;
-            device().pushPicture(gradient({32, 24}));
+            TestCamera::instance().pushPicture(gradient({32, 24}));
         }
         return false;
     }
 };
 
+// A frame whose memory and stride are not what its size says; without memory, it cannot be mapped.
 QVideoFrame oddFrame(const QSize &size, int bytes, int stride)
 {
-    return QVideoFrame(new OddBuffer(bytes, stride), size, QVideoFrame::Format_RGB32);
+    const QByteArray memory(bytes, '\x77');
+    return QVideoFrame(new DriverBuffer(memory, bytes, stride, bytes > 0), size,
+                       QVideoFrame::Format_RGB32);
 }
 
 } // namespace
 
-class TestFrames : public QObject
+class TestFrames : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        Sandbox::instance().reset();
-        device().reset();
-        boxes = std::make_unique<Boxes>();
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
-    }
+    void init() { begin(); }
 
     void frameIsKeptAndShown()
     {
@@ -343,9 +302,6 @@ private:
         window = std::make_unique<Window>();
         QTRY_VERIFY(device().isRunning());
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestFrames)

@@ -1,6 +1,6 @@
 // The keyboard, through the window system, wherever the focus is.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
 #include <QMenu>
@@ -8,11 +8,9 @@
 #include <QSignalSpy>
 #include <QToolBar>
 
-using kivra::test::Boxes;
-using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
-using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -22,27 +20,18 @@ enum Focus { OnWindow, OnToolButton, AfterMenu };
 
 Q_DECLARE_METATYPE(Focus)
 
-class TestKeys : public QObject
+class TestKeys : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
+        begin();
         storeSetting(QStringLiteral("preferences/displayMsg"), true);
-        boxes = std::make_unique<Boxes>();
-        window = std::make_unique<Window>();
-        QTRY_VERIFY(TestCamera::instance().isRunning());
+        openWindow();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
     }
 
     void selectionKeys_data()
@@ -297,9 +286,6 @@ private:
             QTRY_VERIFY(!menu->isVisible());
         }
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestKeys)

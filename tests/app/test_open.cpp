@@ -2,7 +2,7 @@
 
 #include "storage/paths.h"
 #include "storage/settings.h"
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
@@ -13,21 +13,15 @@
 #include <QSignalSpy>
 #include <QTimer>
 
-using kivra::test::Boxes;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
 const QString failure = QStringLiteral("échec chargement de fichier");
 const QString failureText = QStringLiteral("impossible d'ouvrir l'image ");
-
-TestCamera &device()
-{
-    return TestCamera::instance();
-}
 
 QString pathOf(const QString &name)
 {
@@ -55,25 +49,15 @@ QImage plain(const QSize &size, const QColor &colour)
 
 } // namespace
 
-class TestOpen : public QObject
+class TestOpen : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        device().reset();
-        _imgAOuvrir.clear();
-        boxes = std::make_unique<Boxes>();
-        window = std::make_unique<Window>();
-        QTRY_VERIFY(device().isRunning());
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
+        begin();
+        openWindow();
     }
 
     void pictureTakesTheCamerasPlace()
@@ -350,9 +334,6 @@ private:
         window->trigger("actionReinit");
         window->trigger("actionEnregistrer_image");
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestOpen)

@@ -1,7 +1,7 @@
 // The command "Image settings": what the dialog offers for the camera in use, what reaches the
 // camera, and what the window keeps.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
 #include <QComboBox>
@@ -13,16 +13,10 @@
 #include <QSlider>
 
 using kivra::test::Boxes;
-using kivra::test::Sandbox;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
-
-TestCamera &device()
-{
-    return TestCamera::instance();
-}
 
 // What the three controls of the dialog show.
 struct Choice
@@ -89,25 +83,16 @@ const Choice chosen{png, QStringLiteral("32x24"), QMultimedia::HighQuality};
 
 } // namespace
 
-class TestStillSettings : public QObject
+class TestStillSettings : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        device().reset();
-        device().setDevices({{"un", QStringLiteral("Un")}, {"deux", QStringLiteral("Deux")}});
-        boxes = std::make_unique<Boxes>();
-        window = std::make_unique<Window>();
-        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
+        begin();
+        plugInTwo();
+        openWindow();
     }
 
     void dialogIsAWindowOfItsOwn()
@@ -340,9 +325,6 @@ private:
             qFatal("the camera took no still");
         return device().record().stills.last();
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestStillSettings)

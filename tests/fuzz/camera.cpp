@@ -6,13 +6,11 @@
 // the frame is the bytes that follow.
 
 #include "tests/app/window.h"
-#include "tests/fuzz/target.h"
+#include "tests/fuzz/desktop.h"
 #include "tests/support/dialogwatch.h"
 #include "tests/support/driverbuffer.h"
-#include "tests/support/sandbox.h"
 #include "video/videosurface.h"
 
-#include <QApplication>
 #include <QDialog>
 #include <QVideoSurfaceFormat>
 #include <algorithm>
@@ -57,8 +55,6 @@ class Closer : public test::DialogWatch
 protected:
     void opened(QDialog *dialog) override { dialog->reject(); }
 };
-
-void forget(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 QSize sizeOf(const Header &header)
 {
@@ -173,11 +169,9 @@ void runWindow(Window &window, const Input &input)
 
 } // namespace
 
-void prepare(int &argc, char **argv)
+std::unique_ptr<Surroundings> prepare(int &argc, char **argv)
 {
-    static const test::Sandbox sandbox;
-    static QApplication application(argc, argv);
-    qInstallMessageHandler(forget);
+    return std::make_unique<Desktop>(argc, argv);
 }
 
 void run(const std::uint8_t *data, std::size_t size)

@@ -152,7 +152,10 @@ void runOperation(const Input &input, QImage image)
 
 } // namespace
 
-void prepare(int &, char **) {}
+std::unique_ptr<Surroundings> prepare(int &, char **)
+{
+    return nullptr;
+}
 
 void run(const std::uint8_t *data, std::size_t size)
 {

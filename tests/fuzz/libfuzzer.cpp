@@ -6,7 +6,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
 int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    kivra::fuzz::prepare(*argc, *argv);
+    static const auto surroundings = kivra::fuzz::prepare(*argc, *argv);
     return 0;
 }
 

@@ -15,6 +15,18 @@ namespace {
 
 void forget(QtMsgType, const QMessageLogContext &, const QString &) {}
 
+// Pictures with text need fonts, and those an application.
+struct Application : Surroundings
+{
+    QGuiApplication application;
+
+    Application(int &argc, char **argv)
+        : application(argc, argv)
+    {
+        qInstallMessageHandler(forget);
+    }
+};
+
 // Every pixel is read; what is loaded has the form that it is promised to have.
 bool isWhole(const QImage &picture)
 {
@@ -34,11 +46,9 @@ bool isWhole(const QImage &picture)
 
 } // namespace
 
-// Pictures with text need fonts, and those an application.
-void prepare(int &argc, char **argv)
+std::unique_ptr<Surroundings> prepare(int &argc, char **argv)
 {
-    static QGuiApplication application(argc, argv);
-    qInstallMessageHandler(forget);
+    return std::make_unique<Application>(argc, argv);
 }
 
 void run(const std::uint8_t *data, std::size_t size)

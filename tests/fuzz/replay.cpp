@@ -13,7 +13,7 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "usage: replay_TARGET CORPUS_FOLDER\n");
         return 2;
     }
-    kivra::fuzz::prepare(argc, argv);
+    const auto surroundings = kivra::fuzz::prepare(argc, argv);
     const QDir corpus(QFile::decodeName(argv[1]));
     const QStringList names = corpus.entryList(QDir::Files, QDir::Name);
     for (const QString &name : names) {

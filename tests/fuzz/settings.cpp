@@ -4,11 +4,9 @@
 #include "storage/settings.h"
 #include "dialogs/preferences.h"
 #include "tests/app/window.h"
-#include "tests/fuzz/target.h"
+#include "tests/fuzz/desktop.h"
 #include "tests/support/pictures.h"
-#include "tests/support/sandbox.h"
 
-#include <QApplication>
 #include <QFile>
 #include <array>
 
@@ -31,8 +29,6 @@ constexpr std::array<Range, 4> ranges{{{&CameraProbe::contraste, 10, 1000},
                                        {&CameraProbe::lumiere, -100, 100},
                                        {&CameraProbe::reglage, 0, 100},
                                        {&CameraProbe::coefZoom, 12, 800}}};
-
-void forget(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 // The store goes by size and time of its file, which two inputs may have in common: so it is made
 // to look in between.
@@ -69,13 +65,11 @@ void requireRangeAfterStep(Window &window, int number, const char *step)
 
 } // namespace
 
-void prepare(int &argc, char **argv)
+std::unique_ptr<Surroundings> prepare(int &argc, char **argv)
 {
-    static const test::Sandbox sandbox;
-    static QApplication application(argc, argv);
-    qInstallMessageHandler(forget);
-    QFile(settingsStore().fileName()).remove();
+    auto desktop = std::make_unique<Desktop>(argc, argv);
     settingsStore().setValue(QStringLiteral("folder"), true); // makes the file's folder
+    return desktop;
 }
 
 void run(const std::uint8_t *data, std::size_t size)

@@ -2,13 +2,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace kivra::fuzz {
 
 // What each fuzz target is made of; libfuzzer.cpp and replay.cpp call it.
 
-/// Called once, before the first input, with the program's arguments.
-void prepare(int &argc, char **argv);
+/// What lives as long as inputs come, such as the application.
+struct Surroundings
+{
+    virtual ~Surroundings() = default;
+};
+
+/// Called once, before the first input, with the program's arguments, which stay. May be null.
+std::unique_ptr<Surroundings> prepare(int &argc, char **argv);
 
 /// Feeds one input to what is under test; ends the process by abort() at a fault.
 void run(const std::uint8_t *data, std::size_t size);

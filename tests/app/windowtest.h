@@ -1,0 +1,34 @@
+#pragma once
+
+#include "tests/app/window.h"
+
+#include <QObject>
+#include <memory>
+
+namespace kivra::test {
+
+/// What most tests of the window share: the test cameras, the boxes that are expected, the window.
+/// After each test function the window goes, and every expected box must have come.
+class WindowTest : public QObject
+{
+    Q_OBJECT
+
+protected:
+    /// For init(): nothing stored, nothing to open, the test camera as TestCamera::reset() leaves
+    /// it, no box expected and no window yet.
+    void begin();
+    /// Plugs in two cameras, "un" and "deux".
+    static void plugInTwo();
+    /// Opens the window and waits until its camera can take pictures.
+    void openWindow();
+
+    static TestCamera &device() { return TestCamera::instance(); }
+
+    std::unique_ptr<Boxes> boxes;
+    std::unique_ptr<Window> window;
+
+private slots:
+    void cleanup();
+};
+
+} // namespace kivra::test

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "tests/fuzz/target.h"
+#include "tests/support/sandbox.h"
+
+#include <QApplication>
+
+namespace kivra::fuzz {
+
+/// What the window needs around it: a home of its own and an application. What is logged is
+/// forgotten.
+struct Desktop : Surroundings
+{
+    test::Sandbox sandbox;
+    QApplication application;
+
+    Desktop(int &argc, char **argv)
+        : application(argc, argv)
+    {
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    }
+};
+
+} // namespace kivra::fuzz
