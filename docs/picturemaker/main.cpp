@@ -108,6 +108,19 @@ void photographDialogs(const Studio &studio)
     studio.photographWindow("message", {0, 0, 560, 260});
 }
 
+struct Session
+{
+    const Subject &subject;
+    void (*photograph)(const Studio &);
+};
+
+const Session sessions[] = {
+    {page, photographPage},    {exercise, photographExercise},
+    {board, photographBoard},  {plate, photographDifficultLight},
+    {page, photographEffects}, {page, photographCoefficients},
+    {page, photographWindow},  {page, photographDialogs},
+};
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -118,13 +131,9 @@ int main(int argc, char **argv)
     const kivra::test::Sandbox sandbox;
     const QApplication application(argc, argv);
     Studio studio{QDir(target)};
-    for (const auto &[subject, photograph] :
-         {std::pair(page, photographPage), std::pair(exercise, photographExercise),
-          std::pair(board, photographBoard), std::pair(plate, photographDifficultLight),
-          std::pair(page, photographEffects), std::pair(page, photographCoefficients),
-          std::pair(page, photographWindow), std::pair(page, photographDialogs)}) {
-        studio.open(subject.device);
-        photograph(studio);
+    for (const Session &session : sessions) {
+        studio.open(session.subject.device);
+        session.photograph(studio);
         studio.close();
     }
     return 0;

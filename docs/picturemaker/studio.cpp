@@ -91,8 +91,8 @@ QRect coveredPart(const QImage &screen)
 
 } // namespace
 
-Studio::Studio(QDir folder)
-    : target(std::move(folder))
+Studio::Studio(const QDir &folder)
+    : target(folder)
 {
     qputenv("KIVRA_DEMO_SIZE",
             QByteArray::number(frameSize.width()) + 'x' + QByteArray::number(frameSize.height()));

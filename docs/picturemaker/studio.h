@@ -17,7 +17,7 @@ class Studio
 {
 public:
     /// Pictures go into \a target.
-    explicit Studio(QDir target);
+    explicit Studio(const QDir &target);
     ~Studio();
 
     /// Starts the program before the demonstration device \a name and waits for its picture.

@@ -16,7 +16,6 @@
 
 using kivra::test::Boxes;
 using kivra::test::Sandbox;
-using kivra::test::storeSetting;
 using kivra::test::TestCamera;
 using kivra::test::Window;
 
