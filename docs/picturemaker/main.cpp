@@ -7,7 +7,6 @@
 #include <QApplication>
 #include <QDebug>
 
-using kivra::FrameSettings;
 using kivra::documents::Studio;
 
 namespace {
