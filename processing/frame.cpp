@@ -120,7 +120,7 @@ QImage renderApart(const QImage &frame, int mode, const Finish &finish, FrameTim
 
 QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTimes *times)
 {
-    const QImage source = withPixelWords(frame);
+    QImage source = withPixelWords(frame);
     if (source.isNull()) {
         if (times)
             *times = {};
@@ -131,7 +131,7 @@ QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTime
     const Finish finish = finishOf(settings);
     const bool isDone = isResult(source, settings.mode, finish);
     spent.effect = toc(start);
-    const QImage result = isDone ? source : renderApart(source, settings.mode, finish, spent);
+    QImage result = isDone ? source : renderApart(source, settings.mode, finish, spent);
     if (times)
         *times = spent;
     return result;

@@ -17,7 +17,7 @@ qint64 residentMemory()
 qint64 allocatedMemory()
 {
     const struct mallinfo2 heap = mallinfo2();
-    return qint64(heap.uordblks + heap.hblkhd);
+    return qint64(heap.uordblks) + qint64(heap.hblkhd);
 }
 
 } // namespace kivra::test
