@@ -355,7 +355,7 @@ public:
     {
         if (!pluggedIn())
             return failWith(ENOENT);
-        const int descriptor = memfd_create("video0", flags & O_CLOEXEC ? MFD_CLOEXEC : 0);
+        const int descriptor = memfd_create("video0", (flags & O_CLOEXEC) ? MFD_CLOEXEC : 0);
         const std::lock_guard<std::mutex> guard(lock);
         nodes[descriptor] = std::make_shared<Node>(fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
         return descriptor;
@@ -411,7 +411,7 @@ int open64(const char *path, int flags, ...)
         return Nodes::all().open(flags);
     va_list rest;
     va_start(rest, flags);
-    const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(rest, mode_t) : 0;
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(rest, mode_t) : 0;
     va_end(rest);
     return passOn(path, flags, mode);
 }
