@@ -24,14 +24,6 @@ constexpr Qt::KeyboardModifier modifiers[] = {Qt::NoModifier,  Qt::NoModifier,
 constexpr Qt::MouseButton buttons[] = {Qt::LeftButton, Qt::LeftButton, Qt::RightButton,
                                        Qt::MiddleButton};
 
-constexpr int patienceMs = 300;
-
-void closePopups()
-{
-    while (QWidget *popup = QApplication::activePopupWidget())
-        popup->close();
-}
-
 } // namespace
 
 User::User(Dice &chance, QStringList paths)
@@ -73,16 +65,13 @@ void User::act(const Tell &tell)
     };
     const auto &chosen = dice.byWeight(table);
     tell(chosen.name);
-    // A button with a menu waits in a loop of its own for somebody to close it.
-    QTimer closing;
-    closing.callOnTimeout(closePopups);
-    closing.start(patienceMs);
     (this->*chosen.acts)();
 }
 
 void User::letGo()
 {
-    closePopups();
+    while (QWidget *popup = QApplication::activePopupWidget())
+        popup->close();
     for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton}) {
         if (QGuiApplication::mouseButtons().testFlag(button))
             QTest::mouseRelease(shown->windowHandle(), button);
