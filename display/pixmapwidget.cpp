@@ -55,24 +55,27 @@ PixmapWidget::PixmapWidget(QWidget *parent)
     , pixmap(std::make_unique<QPixmap>(startSize))
     , clickTimer(std::make_unique<QTimer>())
     , menuTimer(std::make_unique<QTimer>())
+    , heldTimer(std::make_unique<QTimer>())
 {
     pixmap->fill(Qt::black);
     clickTimer->setSingleShot(true);
     menuTimer->setSingleShot(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    heldTimer->setSingleShot(true);
     connect(menuTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
+    connect(heldTimer.get(), &QTimer::timeout, this, &PixmapWidget::forgetLostPress);
 }
 
 PixmapWidget::~PixmapWidget() = default;
 
-// The widget under the mouse does not hear of a release that follows a blocked window, so that the
+// No widget is told of a release that a menu or a blocked window takes for itself, so that the
 // application's own knowledge of the buttons has to be asked.
 void PixmapWidget::forgetLostPress()
 {
     if (QGuiApplication::mouseButtons() == Qt::NoButton)
         busy = false;
     else
-        QTimer::singleShot(heldButtonMs, this, &PixmapWidget::forgetLostPress);
+        heldTimer->start(heldButtonMs);
 }
 
 void PixmapWidget::setZoomFactor(float factor)
@@ -112,6 +115,8 @@ void PixmapWidget::bTimerSlot()
 void PixmapWidget::mousePressEvent(QMouseEvent *event)
 {
     busy = true;
+    if (QGuiApplication::mouseButtons() != Qt::NoButton)
+        heldTimer->start(heldButtonMs);
     lastMousePos = event->globalPos();
     if (event->button() == Qt::LeftButton) {
         if (clickTimer->isActive())

@@ -23,7 +23,8 @@ public:
     bool busy = false;
 
     /// Lets live frames flow again when the release of a pressed button went elsewhere, as when a
-    /// modal box opened in between: at once, or as soon as no button is down any more.
+    /// modal box or a menu opened in between: at once, or soon after no button is down any more.
+    /// The view sees to it by itself after each press that the application knows of.
     void forgetLostPress();
 
 signals:
@@ -68,4 +69,5 @@ private:
     QPoint pos;          ///< pan offset, the sum of all drags
     std::unique_ptr<QTimer> clickTimer;
     std::unique_ptr<QTimer> menuTimer;
+    std::unique_ptr<QTimer> heldTimer; ///< until the next look whether a button is still held
 };

@@ -7,6 +7,7 @@
 #include "video/videosurface.h"
 
 #include <QDialog>
+#include <QMenu>
 
 using kivra::test::DriverBuffer;
 using kivra::test::gradient;
@@ -147,6 +148,20 @@ private slots:
         });
         device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
         QTRY_COMPARE(boxes->answered(), 1);
+        QTRY_VERIFY(!window->probe.view()->busy);
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+    }
+
+    void menuThatSwallowsTheReleaseDoesNotFreezeThePicture()
+    {
+        open();
+        pressView();
+        auto *const menu = window->find<QMenu>("menuFichier");
+        menu->popup(window->geometry().center());
+        QTest::mouseRelease(menu->windowHandle(), Qt::LeftButton);
+        QCoreApplication::processEvents();
+        menu->close();
         QTRY_VERIFY(!window->probe.view()->busy);
         QVERIFY(device().pushPicture(gradient({64, 48})));
         QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
