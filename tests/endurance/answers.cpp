@@ -3,20 +3,30 @@
 #include <QApplication>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPointer>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
 #include <QWindow>
 
 namespace kivra::test {
-
-namespace {
-
-constexpr int deepest = 3;
 
 void closePopups()
 {
     while (QWidget *popup = QApplication::activePopupWidget())
         popup->close();
+}
+
+namespace {
+
+constexpr int deepest = 3;
+
+// The tests themselves run no event loop: one that runs waits for an answer. A menu of the menu bar
+// has none, and stays open for what the user does next.
+bool somethingWaits()
+{
+    return QThread::currentThread()->loopLevel() > 0;
 }
 
 } // namespace
@@ -26,6 +36,18 @@ Answers::Answers(Dice &chance, QStringList paths, std::function<void()> play)
     , files(std::move(paths))
     , meanwhile(std::move(play))
 {
+}
+
+bool Answers::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *const menu = qobject_cast<QMenu *>(watched);
+    if (menu && event->type() == QEvent::Show) {
+        QTimer::singleShot(0, this, [this, guarded = QPointer<QMenu>(menu)] {
+            if (guarded && guarded->isVisible() && somethingWaits())
+                choose(guarded);
+        });
+    }
+    return DialogWatch::eventFilter(watched, event);
 }
 
 void Answers::opened(QDialog *shown)
@@ -44,6 +66,16 @@ void Answers::opened(QDialog *shown)
     if (dialog && dialog->isVisible())
         leave(dialog);
     --open;
+}
+
+void Answers::choose(QMenu *menu)
+{
+    const QPointer<QMenu> alive(menu);
+    for (int moves = dice.below(5); moves > 0 && alive && alive->isVisible(); --moves)
+        QTest::keyClick(menu, Qt::Key_Down);
+    if (alive && alive->isVisible())
+        QTest::keyClick(menu, Qt::Key_Return);
+    closePopups();
 }
 
 void Answers::choose(QFileDialog *dialog)

@@ -7,11 +7,16 @@
 #include <functional>
 
 class QFileDialog;
+class QMenu;
 
 namespace kivra::test {
 
+/// Closes every menu and list that hangs open.
+void closePopups();
+
 /// Answers every box and dialog as somebody does who does not know what to answer: tries this and
-/// that in it, and then accepts it, cancels it or closes it.
+/// that in it, and then accepts it, cancels it or closes it. From a menu for which the program
+/// waits, as for the one that shows what has no room in a tool bar, something is chosen or nothing.
 class Answers : public DialogWatch
 {
     Q_OBJECT
@@ -27,8 +32,10 @@ public:
 
 protected:
     void opened(QDialog *dialog) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void choose(QMenu *menu);
     void choose(QFileDialog *dialog);
     void tryOut(QDialog *dialog);
     void leave(QDialog *dialog);

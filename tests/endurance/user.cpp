@@ -1,5 +1,7 @@
 #include "tests/endurance/user.h"
 
+#include "tests/endurance/answers.h"
+
 #include <QApplication>
 #include <QMenu>
 #include <QWheelEvent>
@@ -70,8 +72,7 @@ void User::act(const Tell &tell)
 
 void User::letGo()
 {
-    while (QWidget *popup = QApplication::activePopupWidget())
-        popup->close();
+    closePopups();
     for (const Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton, Qt::MiddleButton}) {
         if (QGuiApplication::mouseButtons().testFlag(button))
             QTest::mouseRelease(shown->windowHandle(), button);
