@@ -16,6 +16,9 @@ namespace {
 
 enum Focus { OnWindow, OnToolButton, AfterMenu };
 
+constexpr std::pair<Focus, const char *> places[] = {
+    {OnWindow, ""}, {OnToolButton, ", tool bar used"}, {AfterMenu, ", menu used"}};
+
 } // namespace
 
 Q_DECLARE_METATYPE(Focus)
@@ -38,6 +41,7 @@ private slots:
     {
         QTest::addColumn<int>("key");
         QTest::addColumn<int>("modifiers");
+        QTest::addColumn<Focus>("focus");
         QTest::addColumn<int>("coefficient");
         QTest::addColumn<QString>("message");
         const struct
@@ -50,11 +54,13 @@ private slots:
                     {Qt::Key_R, 2, "réglage "},
                     {Qt::Key_Z, 3, "zoom "}};
         for (const auto &row : rows) {
-            for (const auto modifier : {Qt::NoModifier, Qt::ShiftModifier})
-                QTest::addRow("%c%s", char(row.key),
-                              modifier == Qt::NoModifier ? "" : " with Shift")
-                    << int(row.key) << int(modifier) << row.coefficient
-                    << QString::fromUtf8(row.message);
+            for (const auto modifier : {Qt::NoModifier, Qt::ShiftModifier}) {
+                for (const auto &[focus, where] : places)
+                    QTest::addRow("%c%s%s", char(row.key),
+                                  modifier == Qt::NoModifier ? "" : " with Shift", where)
+                        << int(row.key) << int(modifier) << focus << row.coefficient
+                        << QString::fromUtf8(row.message);
+            }
         }
     }
 
@@ -62,8 +68,10 @@ private slots:
     {
         QFETCH(int, key);
         QFETCH(int, modifiers);
+        QFETCH(Focus, focus);
         QFETCH(int, coefficient);
         QFETCH(QString, message);
+        useFirst(focus);
         window->probe.setCoefCourant(coefficient == 0 ? 3 : 0);
         press(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
         QCOMPARE(window->probe.coefCourant(), coefficient);
@@ -99,15 +107,17 @@ private slots:
             {"up with Shift", Qt::Key_Up, Qt::ShiftModifier, 166},
             {"minus", Qt::Key_Minus, Qt::NoModifier, 117},
             {"minus on the pad", Qt::Key_Minus, Qt::KeypadModifier, 117},
+            {"minus with Shift", Qt::Key_Minus, Qt::ShiftModifier, 117},
             {"down", Qt::Key_Down, Qt::NoModifier, 117},
             {"down on the pad", Qt::Key_Down, Qt::KeypadModifier, 117},
+            {"down with Shift", Qt::Key_Down, Qt::ShiftModifier, 117},
             {"left", Qt::Key_Left, Qt::NoModifier, 100},
+            {"left on the pad", Qt::Key_Left, Qt::KeypadModifier, 100},
             {"left with Shift", Qt::Key_Left, Qt::ShiftModifier, 100},
             {"right", Qt::Key_Right, Qt::NoModifier, 140},
+            {"right on the pad", Qt::Key_Right, Qt::KeypadModifier, 140},
             {"right with Shift", Qt::Key_Right, Qt::ShiftModifier, 140},
         };
-        const std::pair<Focus, const char *> places[] = {
-            {OnWindow, ""}, {OnToolButton, ", tool bar used"}, {AfterMenu, ", menu used"}};
         for (const auto &row : rows) {
             for (const auto &[focus, where] : places)
                 QTest::addRow("%s%s", row.name, where)
@@ -173,13 +183,18 @@ private slots:
     void browsingWithoutStoredPicturesTellsTheUser_data()
     {
         QTest::addColumn<int>("key");
-        QTest::newRow("next") << int(Qt::Key_Space);
-        QTest::newRow("previous") << int(Qt::Key_Backspace);
+        QTest::addColumn<Focus>("focus");
+        for (const auto &[focus, where] : places) {
+            QTest::addRow("next%s", where) << int(Qt::Key_Space) << focus;
+            QTest::addRow("previous%s", where) << int(Qt::Key_Backspace) << focus;
+        }
     }
 
     void browsingWithoutStoredPicturesTellsTheUser()
     {
         QFETCH(int, key);
+        QFETCH(Focus, focus);
+        useFirst(focus);
         boxes->expect(QStringLiteral("échec chargement de fichier"));
         press(Qt::Key(key));
         QTRY_COMPARE(boxes->answered(), 1);

@@ -28,6 +28,20 @@ QByteArray storeContent()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+struct StoredCoefficient
+{
+    const char *key;
+    int value;
+    int absent;
+    int (CameraProbe::*shown)() const;
+};
+
+constexpr StoredCoefficient storedCoefficients[] = {
+    {"params/lumiere", -40, 0, &CameraProbe::lumiere},
+    {"params/contraste", 172, 100, &CameraProbe::contraste},
+    {"params/reglage", 70, 50, &CameraProbe::reglage},
+    {"params/zoom", 200, 100, &CameraProbe::coefZoom}};
+
 QList<QAction *> deviceActions(const Window &window)
 {
     return window.find<QMenu>("menuDevices")->actions().mid(3); // after Start, Stop, separator
@@ -68,23 +82,19 @@ private slots:
         QCOMPARE(window.focusWidget(), &window);
     }
 
+    // Each key stored or not, in every combination.
     void restore_data()
     {
         QTest::addColumn<QVariant>("restore");
-        QTest::addColumn<bool>("coefficientsStored");
         QTest::addColumn<QVariant>("smallField");
-        QTest::addColumn<bool>("expectsCoefficients");
-        QTest::addColumn<bool>("expectsSmallField");
+        QTest::addColumn<int>("stored");
         for (const QVariant &restore : {QVariant(), QVariant(false), QVariant(true)}) {
-            for (const bool stored : {false, true}) {
-                for (const QVariant &smallField : {QVariant(), QVariant(false), QVariant(true)}) {
-                    const bool wanted = restore.toBool();
-                    QTest::addRow("restore %s, coefficients %d, small field %s",
-                                  qPrintable(restore.toString()), int(stored),
-                                  qPrintable(smallField.toString()))
-                        << restore << stored << smallField << (wanted && stored)
-                        << (wanted && (!smallField.isValid() || smallField.toBool()));
-                }
+            for (const QVariant &smallField : {QVariant(), QVariant(false), QVariant(true)}) {
+                for (int stored = 0; stored < 1 << std::size(storedCoefficients); ++stored)
+                    QTest::addRow("restore %s, small field %s, coefficients %d",
+                                  qPrintable(restore.toString()), qPrintable(smallField.toString()),
+                                  stored)
+                        << restore << smallField << stored;
             }
         }
     }
@@ -92,52 +102,26 @@ private slots:
     void restore()
     {
         QFETCH(QVariant, restore);
-        QFETCH(bool, coefficientsStored);
         QFETCH(QVariant, smallField);
-        QFETCH(bool, expectsCoefficients);
-        QFETCH(bool, expectsSmallField);
+        QFETCH(int, stored);
         if (restore.isValid())
             storeSetting(QStringLiteral("preferences/restore"), restore);
         if (smallField.isValid())
             storeSetting(QStringLiteral("preferences/smallField"), smallField);
-        if (coefficientsStored) {
-            storeSetting(QStringLiteral("params/lumiere"), -40);
-            storeSetting(QStringLiteral("params/contraste"), 172);
-            storeSetting(QStringLiteral("params/reglage"), 70);
-            storeSetting(QStringLiteral("params/zoom"), 200);
+        for (std::size_t i = 0; i < std::size(storedCoefficients); ++i) {
+            if (stored & 1 << i)
+                storeSetting(QLatin1String(storedCoefficients[i].key), storedCoefficients[i].value);
         }
-        const Window window;
-        QCOMPARE(window.probe.lumiere(), expectsCoefficients ? -40 : 0);
-        QCOMPARE(window.probe.contraste(), expectsCoefficients ? 172 : 100);
-        QCOMPARE(window.probe.reglage(), expectsCoefficients ? 70 : 50);
-        QCOMPARE(window.probe.coefZoom(), expectsCoefficients ? 200 : 100);
-        QCOMPARE(window.probe.coefCourant(), 3);
-        QCOMPARE(window.probe.smallField(), expectsSmallField);
-    }
-
-    void restoreAlone_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<int>("value");
-        QTest::newRow("lumiere") << QStringLiteral("params/lumiere") << 20;
-        QTest::newRow("contraste") << QStringLiteral("params/contraste") << 57;
-        QTest::newRow("reglage") << QStringLiteral("params/reglage") << 0;
-        QTest::newRow("zoom") << QStringLiteral("params/zoom") << 48;
-    }
-
-    // Each of the four coefficients is read from its own key, the others keep their start values.
-    void restoreAlone()
-    {
-        QFETCH(QString, key);
-        QFETCH(int, value);
-        storeSetting(QStringLiteral("preferences/restore"), true);
-        storeSetting(key, value);
-        const Window window;
-        const QString name = QString::fromLatin1(QTest::currentDataTag());
-        QCOMPARE(window.probe.lumiere(), name == QLatin1String("lumiere") ? value : 0);
-        QCOMPARE(window.probe.contraste(), name == QLatin1String("contraste") ? value : 100);
-        QCOMPARE(window.probe.reglage(), name == QLatin1String("reglage") ? value : 50);
-        QCOMPARE(window.probe.coefZoom(), name == QLatin1String("zoom") ? value : 100);
+        const Window restored;
+        const bool wanted = restore.toBool();
+        for (std::size_t i = 0; i < std::size(storedCoefficients); ++i) {
+            const StoredCoefficient &one = storedCoefficients[i];
+            QCOMPARE((restored.probe.*one.shown)(),
+                     wanted && (stored & 1 << i) ? one.value : one.absent);
+        }
+        QCOMPARE(restored.probe.coefCourant(), 3);
+        QCOMPARE(restored.probe.smallField(),
+                 wanted && (!smallField.isValid() || smallField.toBool()));
     }
 
     void restoredZoomIsShown()

@@ -152,6 +152,7 @@ private slots:
     void stillOfTheChosenSize();
     void toTheDemonstrationAndBack();
     void unpluggedAndPluggedInAgain();
+    void startedWhileUnplugged();
     void unpluggedUnderAHeldButton();
     void busyAtTheStart();
     void absentAtTheStart();
@@ -317,6 +318,23 @@ void TestVideoCamera::unpluggedAndPluggedInAgain()
     desktop->key(QStringLiteral("Return"));
     QVERIFY(desktop->waitForMainWindow());
     QVERIFY(!moves());
+    plugIn();
+    desktop->key(QStringLiteral("ctrl+k"));
+    QVERIFY(moves());
+}
+
+void TestVideoCamera::startedWhileUnplugged()
+{
+    unplug();
+    QVERIFY(desktop->waitForDialog());
+    desktop->key(QStringLiteral("Return"));
+    QVERIFY(desktop->waitForMainWindow());
+    desktop->key(QStringLiteral("ctrl+k"));
+    QVERIFY(desktop->waitForDialog());
+    QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
+    desktop->keepScreenshot(QStringLiteral("startedWhileUnplugged"));
+    desktop->key(QStringLiteral("Return"));
+    QVERIFY(desktop->waitForMainWindow());
     plugIn();
     desktop->key(QStringLiteral("ctrl+k"));
     QVERIFY(moves());

@@ -403,7 +403,6 @@ DIR *opendir(const char *path)
     return passOn(devices ? devicesFolder().c_str() : path);
 }
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): it is what it stands for
 int open64(const char *path, int flags, ...)
 {
     static auto *const passOn = next<int(const char *, int, ...)>("open64");
@@ -419,7 +418,9 @@ int open64(const char *path, int flags, ...)
 int stat64(const char *path, struct stat64 *answer) noexcept
 {
     static auto *const passOn = next<int(const char *, struct stat64 *)>("stat64");
-    return passOn(std::strcmp(path, nodePath) == 0 ? otherDevice : path, answer);
+    if (std::strcmp(path, nodePath) != 0)
+        return passOn(path, answer);
+    return pluggedIn() ? passOn(otherDevice, answer) : failWith(ENOENT);
 }
 
 int dup(int descriptor) noexcept
@@ -437,7 +438,6 @@ int close(int descriptor)
     return passOn(descriptor);
 }
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): it is what it stands for
 int ioctl(int descriptor, unsigned long request, ...) noexcept
 {
     static auto *const passOn = next<int(int, unsigned long, ...)>("ioctl");

@@ -70,6 +70,7 @@ private slots:
                               data + QStringLiteral("/applications/kivra.desktop"),
                               data + QStringLiteral("/doc/kivra-democamera/README.md"),
                               data + QStringLiteral("/doc/kivra/administration.md"),
+                              data + QStringLiteral("/doc/kivra/cameras.md"),
                               data + QStringLiteral("/doc/kivra/environment.md"),
                               icons + QStringLiteral("scalable/apps/kivra.svg"),
                               data + QStringLiteral("/man/fr/man1/kivra.1.gz"),
