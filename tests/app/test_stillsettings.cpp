@@ -7,7 +7,6 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
-#include <QMenu>
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
@@ -309,7 +308,7 @@ private:
 
     void switchTo(int number)
     {
-        window->find<QMenu>("menuDevices")->actions().at(3 + number)->trigger();
+        chooseDevice(number);
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
     }
 
