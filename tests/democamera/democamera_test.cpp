@@ -712,6 +712,8 @@ void DemoCameraTest::locksAreSearchedThenLocked()
     QVERIFY(lockedLater.wait(patienceMs));
     QCOMPARE(locked.count(), 0);
     QCOMPARE(rig.camera.lockStatus(), QCamera::Unlocked);
+    rig.camera.searchAndLock();
+    QCOMPARE(rig.camera.lockStatus(), QCamera::Searching); // nothing is locked already
 }
 
 void DemoCameraTest::stoppingLosesTheLocks()
