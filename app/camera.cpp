@@ -134,22 +134,24 @@ void Camera::groupActions()
 
 void Camera::setShortcuts()
 {
+    constexpr int ctrl = Qt::CTRL; // as numbers: the modifiers and the keys are unlike enumerations
+    constexpr int alt = Qt::ALT;
     const std::pair<QAction *, QKeySequence> shortcuts[] = {
         {ui->actionImageSettings, Qt::Key_F8},
-        {ui->actionExit, Qt::ALT + Qt::Key_F4},
-        {ui->actionEnregistrer_image, Qt::CTRL + Qt::Key_S},
-        {ui->actionNegatif, Qt::CTRL + Qt::Key_I},
-        {ui->actionNoir_et_blanc, Qt::CTRL + Qt::Key_C},
-        {ui->actionBicolore, Qt::CTRL + Qt::Key_B},
+        {ui->actionExit, alt | Qt::Key_F4},
+        {ui->actionEnregistrer_image, ctrl | Qt::Key_S},
+        {ui->actionNegatif, ctrl | Qt::Key_I},
+        {ui->actionNoir_et_blanc, ctrl | Qt::Key_C},
+        {ui->actionBicolore, ctrl | Qt::Key_B},
         {ui->actionEffet, Qt::Key_F7},
         {ui->actionMode, Qt::Key_F6},
         {ui->actionTailleFenetre, Qt::Key_F5},
         {ui->actionAide, Qt::Key_F1},
         {ui->actionInfoSysteme, Qt::Key_F3},
         {ui->actionA_propos, Qt::Key_F4},
-        {ui->actionOuvrir_Image, Qt::CTRL + Qt::Key_O},
-        {ui->actionReinit, Qt::CTRL + Qt::Key_Z},
-        {ui->actionMenu_graphique, Qt::CTRL + Qt::Key_M},
+        {ui->actionOuvrir_Image, ctrl | Qt::Key_O},
+        {ui->actionReinit, ctrl | Qt::Key_Z},
+        {ui->actionMenu_graphique, ctrl | Qt::Key_M},
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);

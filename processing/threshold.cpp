@@ -31,6 +31,7 @@ void chooseByGray(Pixels to, int threshold, TwoColours colours)
 // order of the operations is OpenCV's, because the last bits decide between equal levels.
 int otsuLevel(const Histogram &histogram, int width, int height)
 {
+    constexpr auto negligible = static_cast<double>(FLT_EPSILON);
     const double share = 1.0 / (width * height);
     double mean = 0;
     for (int i = 0; i < 256; ++i)
@@ -46,8 +47,8 @@ int otsuLevel(const Histogram &histogram, int width, int height)
         lowMean *= lowWeight;
         lowWeight += weight;
         const double highWeight = 1.0 - lowWeight;
-        if (std::min(lowWeight, highWeight) < double{FLT_EPSILON} ||
-            std::max(lowWeight, highWeight) > 1.0 - double{FLT_EPSILON})
+        if (std::min(lowWeight, highWeight) < negligible ||
+            std::max(lowWeight, highWeight) > 1.0 - negligible)
             continue;
         lowMean = (lowMean + i * weight) / lowWeight;
         const double highMean = (mean - lowWeight * lowMean) / highWeight;

@@ -26,46 +26,58 @@ constexpr Subject exercise{"demo:manuscrit", {100, 40, 560, 336}};
 constexpr Subject board{"demo:tableau", {20, 60, 560, 336}};
 constexpr Subject plate{"demo:eclairage", {120, 10, 560, 336}};
 
+struct Shot
+{
+    const char *name;
+    int mode;
+    int effect = NoEffect;
+};
+
+// One after the other, stepping mode and effect forwards.
+void photographShots(const Studio &studio, const Subject &subject,
+                     std::initializer_list<Shot> shots)
+{
+    int mode = Plain;
+    int effect = NoEffect;
+    for (const Shot &shot : shots) {
+        for (; mode < shot.mode; ++mode)
+            studio.press("F7");
+        for (; effect < shot.effect; ++effect)
+            studio.press("F6");
+        studio.photographPicture(shot.name, {mode, effect}, subject.detail);
+    }
+}
+
 void photographPage(const Studio &studio)
 {
-    studio.photographPicture("page", {Plain}, page.detail);
-    studio.press("F7");
-    studio.photographPicture("page-automatique", {Automatic}, page.detail);
-    studio.press("F7 F7");
-    studio.photographPicture("page-texte", {Text}, page.detail);
+    photographShots(studio, page,
+                    {{"page", Plain}, {"page-automatique", Automatic}, {"page-texte", Text}});
 }
 
 void photographExercise(const Studio &studio)
 {
-    studio.photographPicture("cahier", {Plain}, exercise.detail);
-    studio.press("F7 F7 F7");
-    studio.photographPicture("cahier-texte", {Text}, exercise.detail);
-    studio.press("F7");
-    studio.photographPicture("cahier-texte-manuscrit", {Handwriting}, exercise.detail);
+    photographShots(
+        studio, exercise,
+        {{"cahier", Plain}, {"cahier-texte", Text}, {"cahier-texte-manuscrit", Handwriting}});
 }
 
 void photographBoard(const Studio &studio)
 {
-    studio.photographPicture("tableau", {Plain}, board.detail);
-    studio.press("F7 F7 F7 F7 F7");
-    studio.photographPicture("tableau-tableau-vert", {Board}, board.detail);
+    photographShots(studio, board, {{"tableau", Plain}, {"tableau-tableau-vert", Board}});
 }
 
 void photographDifficultLight(const Studio &studio)
 {
-    studio.photographPicture("ombre", {Plain}, plate.detail);
-    studio.press("F7 F7");
-    studio.photographPicture("ombre-eclairage-difficile", {DifficultLight}, plate.detail);
+    photographShots(studio, plate,
+                    {{"ombre", Plain}, {"ombre-eclairage-difficile", DifficultLight}});
 }
 
 void photographEffects(const Studio &studio)
 {
-    studio.press("F6");
-    studio.photographPicture("page-noir-et-blanc", {Plain, BlackAndWhite}, page.detail);
-    studio.press("F6");
-    studio.photographPicture("page-negatif", {Plain, Negative}, page.detail);
-    studio.press("F6");
-    studio.photographPicture("page-bicolore", {Plain, TwoColours}, page.detail);
+    photographShots(studio, page,
+                    {{"page-noir-et-blanc", Plain, BlackAndWhite},
+                     {"page-negatif", Plain, Negative},
+                     {"page-bicolore", Plain, TwoColours}});
 }
 
 void photographCoefficients(const Studio &studio)

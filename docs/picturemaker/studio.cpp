@@ -14,13 +14,13 @@
 #include <iterator>
 
 using kivra::test::Desktop;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace kivra::documents {
 
 namespace {
 
-constexpr int patienceMs = 30000;
 constexpr int looksAlike = 5;
 constexpr double moment = 3.4; // of the scene, in seconds
 constexpr QRgb bareScreen = 0xff000000;

@@ -1,7 +1,7 @@
 // What a user without a mouse or without sight has: names for a screen reader, the keyboard's way
 // to every command, and letters that can be read.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
 #include "dialogs/imagesettings.h"
@@ -19,10 +19,9 @@
 #include <QToolBar>
 #include <QToolButton>
 
-using kivra::test::Sandbox;
 using kivra::test::storeSetting;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -55,21 +54,18 @@ bool hasKeyInstead(const QAction *action)
 
 } // namespace
 
-class TestAccessibility : public QObject
+class TestAccessibility : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
+        begin();
         window = std::make_unique<Window>();
         window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
     }
-
-    void cleanup() { window.reset(); }
 
     void partsOfTheWindowAreNamed()
     {
@@ -135,11 +131,11 @@ private slots:
     {
         ImageSettings dialog(window->probe.imageCapture(), nullptr);
         QCOMPARE(spokenName(&dialog), QStringLiteral("Photographie de la caméra"));
-        const std::tuple<const char *, const char *, const char *> boxes[] = {
+        const std::tuple<const char *, const char *, const char *> choices[] = {
             {"imageResolutionBox", "label_8", "Taille de l’image"},
             {"imageCodecBox", "label_6", "Format de l’image"},
         };
-        for (const auto &[name, label, description] : boxes) {
+        for (const auto &[name, label, description] : choices) {
             auto *const box = dialog.findChild<QComboBox *>(QLatin1String(name));
             QCOMPARE(spokenDescription(box), QString::fromUtf8(description));
             const auto *const itsLabel = dialog.findChild<QLabel *>(QLatin1String(label));
@@ -231,8 +227,6 @@ private:
         QTest::keyClick(window->menuBar(), Qt::Key_Down);
         QTRY_VERIFY(QApplication::activePopupWidget());
     }
-
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestAccessibility)

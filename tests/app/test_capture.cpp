@@ -10,16 +10,15 @@
 #include <QClipboard>
 #include <QDateTime>
 #include <QDir>
-#include <QDirIterator>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QMenu>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <csignal>
 #include <sys/mount.h>
 #include <sys/resource.h>
 
+using kivra::test::filesBelow;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
@@ -29,18 +28,9 @@ using kivra::test::WindowTest;
 
 namespace {
 
-QStringList filesBelow(const QString &folder)
-{
-    QStringList files;
-    QDirIterator tree(folder, QDir::Files, QDirIterator::Subdirectories);
-    while (tree.hasNext())
-        files += tree.next();
-    return files;
-}
-
 QStringList storedFiles()
 {
-    return filesBelow(Sandbox::instance().documents());
+    return Sandbox::instance().storedFiles();
 }
 
 QByteArray contentOf(const QString &path)
@@ -111,6 +101,26 @@ private:
     QByteArray folder;
     bool mounted;
     rlimit before = {};
+};
+
+// What the program writes to its log while this lives.
+class LogReader
+{
+public:
+    LogReader() { written.clear(); }
+    ~LogReader() { qInstallMessageHandler(before); }
+    Q_DISABLE_COPY(LogReader)
+
+    QStringList lines() const { return written; }
+
+private:
+    static void read(QtMsgType, const QMessageLogContext &, const QString &line)
+    {
+        written += line;
+    }
+
+    static inline QStringList written;
+    QtMessageHandler before = qInstallMessageHandler(read);
 };
 
 } // namespace
@@ -211,6 +221,7 @@ private slots:
             QVERIFY(device().record().stills.isEmpty());
             QVERIFY(storedFiles().isEmpty());
             QVERIFY(window->probe.captureInProgress());
+            QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Searching);
         });
         takePicture();
         QVERIFY(filled);
@@ -228,11 +239,18 @@ private slots:
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
 
+    void log_data() { clipboardHasWhatTheViewShows_data(); }
+
     void log()
     {
-        QTest::ignoreMessage(QtDebugMsg, "take image");
-        QTest::ignoreMessage(QtDebugMsg, "\"\""); // of a raw capture, successful or not
+        QFETCH(bool, raw);
+        storeSetting(QStringLiteral("preferences/rawStore"), raw);
+        QStringList expected(QStringLiteral("take image"));
+        if (raw)
+            expected += QStringLiteral("\"\""); // of a raw capture, successful or not
+        const LogReader log;
         window->call("takeImage");
+        QCOMPARE(log.lines(), expected);
     }
 
     void messages_data()
@@ -276,7 +294,7 @@ private slots:
     void refusedStill()
     {
         device().setStillAnswer(TestCamera::Answer::Refuse);
-        boxes->expect(QStringLiteral("Image Capture Error"));
+        expectWarning(QStringLiteral("Image Capture Error"));
         takePicture();
         QTRY_COMPARE(boxes->answered(), 1);
         QCOMPARE(boxes->lastText(), QStringLiteral("La caméra d'essai refuse."));
@@ -344,7 +362,7 @@ private slots:
     {
         device().setStillAnswer(TestCamera::Answer::OnCall);
         takePicture();
-        window->find<QMenu>("menuDevices")->actions().at(4)->trigger();
+        chooseDevice(1);
         QTRY_VERIFY(device().isRunning());
         QCOMPARE(device().record().device, QByteArray("deux"));
         device().setStillAnswer(TestCamera::Answer::AtOnce);

@@ -1,6 +1,6 @@
 // The four coefficients: steps, limits, reset, selection, settings, messages.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/reference/reference.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
@@ -8,13 +8,14 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QScreen>
 #include <climits>
 
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 namespace reference = kivra::reference;
 
 namespace {
@@ -115,21 +116,18 @@ QString storedByAnotherProcess(const char *key)
 
 } // namespace
 
-class TestCoefficients : public QObject
+class TestCoefficients : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
+        begin();
         storeSetting(QStringLiteral("preferences/displayMsg"), true);
         window = std::make_unique<Window>();
-        QTRY_VERIFY(TestCamera::instance().isRunning());
+        QTRY_VERIFY(device().isRunning());
     }
-
-    void cleanup() { window.reset(); }
 
     void stepsFromEveryValue_data()
     {
@@ -244,7 +242,7 @@ private slots:
 
     void everyChangeRendersAgain()
     {
-        QVERIFY(TestCamera::instance().pushPicture(gradient({100, 60})));
+        QVERIFY(device().pushPicture(gradient({100, 60})));
         const QImage frame = window->probe.lastFrame();
         window->call("on_changeCoef", Q_ARG(int, 1), Q_ARG(int, 40));
         KIVRA_COMPARE_PICTURES(window->shownPicture({100, 60}),
@@ -256,7 +254,7 @@ private slots:
 
     void unknownChangeRendersAgainToo()
     {
-        QVERIFY(TestCamera::instance().pushPicture(gradient({100, 60})));
+        QVERIFY(device().pushPicture(gradient({100, 60})));
         const QImage frame = window->probe.lastFrame();
         window->trigger("actionTexte"); // selects without rendering
         window->call("on_changeCoef", Q_ARG(int, 17), Q_ARG(int, 5));
@@ -320,7 +318,7 @@ private slots:
 
     void reinit()
     {
-        QVERIFY(TestCamera::instance().pushPicture(gradient({100, 60})));
+        QVERIFY(device().pushPicture(gradient({100, 60})));
         const QImage frame = window->probe.lastFrame();
         window->trigger("actionTexte");
         window->trigger("actionBicolore");
@@ -333,6 +331,7 @@ private slots:
         QCOMPARE(window->probe.displayMode(), 0);
         QCOMPARE(window->probe.coefCourant(), 0);
         QCOMPARE(window->probe.modeTailleFenetre(), 0);
+        QCOMPARE(window->size(), window->screen()->availableSize() * 7 / 10);
         QCOMPARE(window->messageText(), QStringLiteral("réinit "));
         for (int number = 0; number < 4; ++number) {
             QCOMPARE(value(number), ruleTable[number].start);
@@ -370,8 +369,8 @@ private slots:
             for (const Rule &rule : ruleTable)
                 storeSetting(QLatin1String(rule.key), stored);
             window = std::make_unique<Window>();
-            QTRY_VERIFY(TestCamera::instance().isRunning());
-            QVERIFY(TestCamera::instance().pushPicture(gradient({100, 60})));
+            QTRY_VERIFY(device().isRunning());
+            QVERIFY(device().pushPicture(gradient({100, 60})));
             QVERIFY(!window->probe.lastFrame().isNull());
             for (int number = 0; number < 4; ++number) {
                 window->probe.setCoefCourant(number);
@@ -406,8 +405,8 @@ private slots:
         QVERIFY(QFile::remove(file));
         QVERIFY(QDir().mkpath(file));
         window = std::make_unique<Window>();
-        QTRY_VERIFY(TestCamera::instance().isRunning());
-        QVERIFY(TestCamera::instance().pushPicture(gradient({100, 60})));
+        QTRY_VERIFY(device().isRunning());
+        QVERIFY(device().pushPicture(gradient({100, 60})));
         for (int number = 0; number < 4; ++number) {
             window->probe.setCoefCourant(number);
             window->call("on_incCoef");
@@ -428,8 +427,6 @@ private:
     {
         window->call("on_changeCoef", Q_ARG(int, number), Q_ARG(int, to));
     }
-
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestCoefficients)

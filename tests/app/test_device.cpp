@@ -7,7 +7,6 @@
 
 #include <QCameraImageCapture>
 #include <QDialog>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QSignalSpy>
 #include <QToolBar>
@@ -275,7 +274,7 @@ private slots:
         window->trigger("actionStopCamera");
         device().setErrorText(QStringLiteral("La caméra est occupée"));
         device().setStartAnswer(TestCamera::Answer::Refuse);
-        boxes->expect(QStringLiteral("Camera error"));
+        expectWarning(QStringLiteral("Camera error"));
         window->trigger("actionStartCamera");
         QTRY_COMPARE(boxes->answered(), 1);
         QCOMPARE(boxes->lastText(), QStringLiteral("La caméra est occupée"));
@@ -356,11 +355,6 @@ private:
     {
         QCOMPARE(window->action("actionStartCamera")->isEnabled(), !running);
         QCOMPARE(window->action("actionStopCamera")->isEnabled(), running);
-    }
-
-    void chooseDevice(int number)
-    {
-        window->find<QMenu>("menuDevices")->actions().at(3 + number)->trigger();
     }
 
     // Every frame of the new camera is shown once.

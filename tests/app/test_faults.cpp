@@ -1,24 +1,22 @@
 // What goes wrong at the device: the user is told, or nothing is to be told, and afterwards the
 // window shows frames, changes its mode and stores pictures as before.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
 #include <QClipboard>
 #include <QComboBox>
 #include <QDialog>
-#include <QDirIterator>
-#include <QMenu>
 #include <QMessageBox>
 #include <QTimer>
 
-using kivra::test::Boxes;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -27,23 +25,9 @@ using Answer = TestCamera::Answer;
 const QString cameraError = QStringLiteral("Camera error");
 const QString captureError = QStringLiteral("Image Capture Error");
 
-TestCamera &device()
-{
-    return TestCamera::instance();
-}
-
 QStringList storedFiles()
 {
-    QStringList files;
-    QDirIterator tree(Sandbox::instance().documents(), QDir::Files, QDirIterator::Subdirectories);
-    while (tree.hasNext())
-        files += tree.next();
-    return files;
-}
-
-void plugIn()
-{
-    device().setDevices({{"essai", QStringLiteral("Caméra d'essai")}});
+    return Sandbox::instance().storedFiles();
 }
 
 // A frame of a format that the surface has not asked for.
@@ -55,7 +39,7 @@ QVideoFrame foreignFrame(QVideoFrame::PixelFormat format, const QSize &size, int
 
 } // namespace
 
-class TestFaults : public QObject
+class TestFaults : public WindowTest
 {
     Q_OBJECT
 
@@ -64,7 +48,6 @@ public:
 
 private slots:
     void init();
-    void cleanup();
 
     void fault_data();
     void fault();
@@ -108,26 +91,15 @@ private:
     void expectUsable();
     void expectBox(const QString &title, const QString &text);
     void takePicture() const { window->trigger("actionEnregistrer_image"); }
-    void chooseDevice(int number) const;
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
+    static void plugIn() { device().setDevices({{"essai", QStringLiteral("Caméra d'essai")}}); }
 };
 
 Q_DECLARE_METATYPE(TestFaults::Fault)
 
 void TestFaults::init()
 {
-    Sandbox::instance().reset();
+    begin();
     QGuiApplication::clipboard()->clear();
-    device().reset();
-    boxes = std::make_unique<Boxes>();
-}
-
-void TestFaults::cleanup()
-{
-    window.reset();
-    QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
 }
 
 void TestFaults::fault_data()
@@ -265,7 +237,7 @@ void TestFaults::unpluggedAndAPictureOpened()
 
 void TestFaults::unpluggedAndAnotherChosen()
 {
-    device().setDevices({{"un", QStringLiteral("Un")}, {"deux", QStringLiteral("Deux")}});
+    plugInTwo();
     open();
     boxes->expect(cameraError);
     device().unplug("un");
@@ -480,7 +452,7 @@ void TestFaults::stillAfterTheDeviceIsGone()
 
 void TestFaults::stillAfterAnotherCameraIsChosen()
 {
-    device().setDevices({{"un", QStringLiteral("Un")}, {"deux", QStringLiteral("Deux")}});
+    plugInTwo();
     device().setStillAnswer(Answer::OnCall);
     open();
     QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
@@ -596,12 +568,6 @@ void TestFaults::expectBox(const QString &title, const QString &text)
         QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), text);
         box->accept();
     });
-}
-
-// In the menu, after start, stop and a line.
-void TestFaults::chooseDevice(int number) const
-{
-    window->find<QMenu>("menuDevices")->actions().at(3 + number)->trigger();
 }
 
 KIVRA_TEST_MAIN(TestFaults)

@@ -1,7 +1,7 @@
 // The menu "Aide": two addresses for the desktop to open, two boxes of text, and no trace in the
 // program.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
@@ -13,12 +13,12 @@
 #include <QScreen>
 #include <QUrl>
 
-using kivra::test::Boxes;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -70,25 +70,18 @@ QString screenSize(const Window &window)
 
 } // namespace
 
-class TestHelp : public QObject
+class TestHelp : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
-        boxes = std::make_unique<Boxes>();
-    }
-
-    void cleanup() { QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify())); }
+    void init() { begin(); }
 
     void menu()
     {
-        const Window window;
+        window = std::make_unique<Window>();
         QStringList texts;
-        for (const QAction *entry : window.find<QMenu>("menuAide")->actions())
+        for (const QAction *entry : window->find<QMenu>("menuAide")->actions())
             texts += entry->text();
         QCOMPARE(texts,
                  (QStringList{QStringLiteral("Aide"), QString(), QStringLiteral("Mise à jour"),
@@ -110,22 +103,22 @@ private slots:
         QFETCH(QString, action);
         QFETCH(QString, address);
         const Browser browser;
-        const Window window;
-        const QVariantList before = stateOf(window);
-        window.trigger(action.toLatin1().constData());
+        window = std::make_unique<Window>();
+        const QVariantList before = stateOf(*window);
+        window->trigger(action.toLatin1().constData());
         QCOMPARE(browser.opened.size(), 1);
         QCOMPARE(browser.opened.constFirst().toString(QUrl::FullyEncoded), address);
         QVERIFY(browser.opened.constFirst().isValid());
-        QCOMPARE(stateOf(window), before);
+        QCOMPARE(stateOf(*window), before);
     }
 
     void eachUseOpensTheAddressAgain()
     {
         const Browser browser;
-        const Window window;
-        window.trigger("actionAide");
-        window.trigger("actionMiseAJour");
-        window.trigger("actionAide");
+        window = std::make_unique<Window>();
+        window->trigger("actionAide");
+        window->trigger("actionMiseAJour");
+        window->trigger("actionAide");
         QCOMPARE(browser.opened.size(), 3);
         QCOMPARE(browser.opened.at(0), browser.opened.at(2));
         QVERIFY(browser.opened.at(0) != browser.opened.at(1));
@@ -143,41 +136,38 @@ private slots:
     {
         QFETCH(QString, action);
         QCOMPARE(QGuiApplication::platformName(), QStringLiteral("offscreen"));
-        const Window window;
-        const QVariantList before = stateOf(window);
-        window.trigger(action.toLatin1().constData());
+        window = std::make_unique<Window>();
+        const QVariantList before = stateOf(*window);
+        window->trigger(action.toLatin1().constData());
         QCoreApplication::processEvents();
         QVERIFY(!QApplication::activeModalWidget());
-        QCOMPARE(stateOf(window), before);
+        QCOMPARE(stateOf(*window), before);
     }
 
     void sizesBeforeAnyFrame()
     {
-        const Window window;
-        expectBox(window, "actionInfoSysteme",
-                  QStringLiteral("Taille écran ") + screenSize(window) +
-                      QStringLiteral("\nTaille image 0x0"));
+        window = std::make_unique<Window>();
+        expectBox("actionInfoSysteme", QStringLiteral("Taille écran ") + screenSize(*window) +
+                                           QStringLiteral("\nTaille image 0x0"));
     }
 
     void sizesOfScreenAndPicture()
     {
-        const Window window;
-        QTRY_VERIFY(TestCamera::instance().isRunning());
-        QVERIFY(TestCamera::instance().pushPicture(gradient({1280, 720})));
-        expectBox(window, "actionInfoSysteme",
-                  QStringLiteral("Taille écran ") + screenSize(window) +
-                      QStringLiteral("\nTaille image 1280x720"));
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(device().isRunning());
+        QVERIFY(device().pushPicture(gradient({1280, 720})));
+        expectBox("actionInfoSysteme", QStringLiteral("Taille écran ") + screenSize(*window) +
+                                           QStringLiteral("\nTaille image 1280x720"));
     }
 
     void sizesOfAFile()
     {
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
         QVERIFY(gradient({31, 17}).save(path));
-        Window window;
-        window.probe.displayFile(path);
-        expectBox(window, "actionInfoSysteme",
-                  QStringLiteral("Taille écran ") + screenSize(window) +
-                      QStringLiteral("\nTaille image 31x17"));
+        window = std::make_unique<Window>();
+        window->probe.displayFile(path);
+        expectBox("actionInfoSysteme", QStringLiteral("Taille écran ") + screenSize(*window) +
+                                           QStringLiteral("\nTaille image 31x17"));
     }
 
     void sizesInTheReducedField_data()
@@ -194,38 +184,36 @@ private slots:
         QFETCH(QString, shown);
         storeSetting(QStringLiteral("preferences/restore"), true);
         storeSetting(QStringLiteral("preferences/smallField"), true);
-        const Window window;
-        QTRY_VERIFY(TestCamera::instance().isRunning());
-        QVERIFY(TestCamera::instance().pushPicture(gradient(frame)));
-        expectBox(window, "actionInfoSysteme",
-                  QStringLiteral("Taille écran ") + screenSize(window) +
-                      QStringLiteral("\nTaille image ") + shown);
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(device().isRunning());
+        QVERIFY(device().pushPicture(gradient(frame)));
+        expectBox("actionInfoSysteme", QStringLiteral("Taille écran ") + screenSize(*window) +
+                                           QStringLiteral("\nTaille image ") + shown);
     }
 
     void about()
     {
-        const Window window;
-        expectBox(window, "actionA_propos",
-                  QStringLiteral("Kivra multi-plateforme\n\nVersion 0.5.7"));
+        window = std::make_unique<Window>();
+        expectBox("actionA_propos", QStringLiteral("Kivra multi-plateforme\n\nVersion 0.5.7"));
     }
 
     void boxesCloseByEscape()
     {
-        const Window window;
+        window = std::make_unique<Window>();
         for (const char *action : {"actionInfoSysteme", "actionA_propos"}) {
             boxes->expect(QString(), [](QDialog *box) { QTest::keyClick(box, Qt::Key_Escape); });
-            window.trigger(action);
+            window->trigger(action);
         }
         QCOMPARE(boxes->answered(), 2);
-        QVERIFY(window.isVisible());
+        QVERIFY(window->isVisible());
     }
 
 private:
     // The action shows this text in a plain box: no title, no icon, no parent, OK alone; and
     // nothing of the program is different afterwards.
-    void expectBox(const Window &window, const char *action, const QString &text)
+    void expectBox(const char *action, const QString &text)
     {
-        const QVariantList before = stateOf(window);
+        const QVariantList before = stateOf(*window);
         boxes->expect(QString(), [](QDialog *dialog) {
             const auto *const box = qobject_cast<const QMessageBox *>(dialog);
             QVERIFY(box);
@@ -237,13 +225,11 @@ private:
             QCOMPARE(box->standardButtons(), QMessageBox::Ok);
             QTest::keyClick(dialog, Qt::Key_Return);
         });
-        window.trigger(action);
+        window->trigger(action);
         QCOMPARE(boxes->answered(), 1);
         QCOMPARE(boxes->lastText(), text);
-        QCOMPARE(stateOf(window), before);
+        QCOMPARE(stateOf(*window), before);
     }
-
-    std::unique_ptr<Boxes> boxes;
 };
 
 KIVRA_TEST_MAIN(TestHelp)

@@ -1,57 +1,47 @@
 // Stills of the demonstration camera, chosen and taken by the window's own commands: the file on
 // disk is what the dialog said.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
 #include <QComboBox>
 #include <QDialog>
-#include <QDirIterator>
 #include <QImageReader>
 #include <QSlider>
 
-using kivra::test::Boxes;
 using kivra::test::Sandbox;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
+constexpr int patienceMs = 30000; // the demonstration camera draws its pictures, and large ones
+
 QString onlyStoredFile()
 {
-    QStringList files;
-    QDirIterator tree(Sandbox::instance().documents(), QDir::Files, QDirIterator::Subdirectories);
-    while (tree.hasNext())
-        files += tree.next();
+    const QStringList files = Sandbox::instance().storedFiles();
     return files.size() == 1 ? files.constFirst() : QString();
 }
 
 } // namespace
 
-class TestRawCapture : public QObject
+class TestRawCapture : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void initTestCase()
     {
-        TestCamera::instance().setDevices({});
         QCoreApplication::addLibraryPath(QStringLiteral(KIVRA_MEDIA_SERVICES "/.."));
         qputenv("KIVRA_DEMO_SIZE", "320x180");
     }
 
     void init()
     {
-        Sandbox::instance().reset();
-        boxes = std::make_unique<Boxes>();
+        begin();
+        device().setDevices({}); // there is the demonstration camera alone
         window = std::make_unique<Window>();
-        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    }
-
-    void cleanup()
-    {
-        window.reset();
-        QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
+        QTRY_VERIFY_WITH_TIMEOUT(window->probe.imageCapture()->isReadyForCapture(), patienceMs);
     }
 
     void sizeAndFormat_data()
@@ -131,12 +121,9 @@ private:
                 return !onlyStoredFile().isEmpty() &&
                        window->probe.imageCapture()->isReadyForCapture();
             },
-            30000);
+            patienceMs);
         return stored ? onlyStoredFile() : QString();
     }
-
-    std::unique_ptr<Boxes> boxes;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestRawCapture)

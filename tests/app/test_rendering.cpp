@@ -1,6 +1,6 @@
 // Selection of mode and effect, and what the window makes of a frame.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/reference/reference.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
@@ -10,10 +10,9 @@
 #include <cmath>
 
 using kivra::test::gradient;
-using kivra::test::Sandbox;
 using kivra::test::storeSetting;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 namespace reference = kivra::reference;
 
 namespace {
@@ -29,23 +28,20 @@ constexpr QSize frameSize(120, 80);
 
 } // namespace
 
-class TestRendering : public QObject
+class TestRendering : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
+        begin();
         storeSetting(QStringLiteral("preferences/displayMsg"), true);
         window = std::make_unique<Window>();
-        QTRY_VERIFY(TestCamera::instance().isRunning());
-        QVERIFY(TestCamera::instance().pushPicture(gradient(frameSize)));
+        QTRY_VERIFY(device().isRunning());
+        QVERIFY(device().pushPicture(gradient(frameSize)));
         frame = window->probe.lastFrame();
     }
-
-    void cleanup() { window.reset(); }
 
     void everyCombinationIsShown()
     {
@@ -85,19 +81,23 @@ private slots:
     }
 
     // In milliseconds per megapixel: together no more than the whole took, and not a fraction of
-    // it.
+    // it. Medians and means of every neighbourhood take longer than a table, unless another program
+    // took the processor meanwhile: then again.
     void figuresShareTheTimeOfAFrame()
     {
-        QImage picture = gradient({1600, 1200});
-        QElapsedTimer clock;
-        clock.start();
-        window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 4), Q_ARG(int, 1));
-        const double whole = double(clock.nsecsElapsed()) * 1e-6 / (1600 * 1200 * 1e-6);
-        const double mode = window->probe.processingTimeMsPerMp();
-        const double rest = window->probe.displayTimeMsPerMp();
-        QVERIFY(mode + rest <= whole);
-        QVERIFY(mode + rest > whole / 100);
-        QVERIFY(mode > rest); // medians and means of every neighbourhood, against a table
+        bool asExpected = false;
+        for (int attempt = 0; !asExpected && attempt < 20; ++attempt) {
+            QImage picture = gradient({1600, 1200});
+            QElapsedTimer clock;
+            clock.start();
+            window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 4), Q_ARG(int, 1));
+            const double whole = double(clock.nsecsElapsed()) * 1e-6 / (1600 * 1200 * 1e-6);
+            const double mode = window->probe.processingTimeMsPerMp();
+            const double rest = window->probe.displayTimeMsPerMp();
+            QVERIFY(mode + rest <= whole);
+            asExpected = mode + rest > whole / 100 && mode > rest;
+        }
+        QVERIFY(asExpected);
     }
 
     void figuresOfNoFrame()
@@ -127,7 +127,7 @@ private slots:
     void nextFrameShowsTheChosenMode()
     {
         window->trigger("actionTexte");
-        QVERIFY(TestCamera::instance().pushPicture(gradient(frameSize)));
+        QVERIFY(device().pushPicture(gradient(frameSize)));
         KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), reference::mode(frame, 3));
     }
 
@@ -221,7 +221,6 @@ private slots:
     }
 
 private:
-    std::unique_ptr<Window> window;
     QImage frame;
 };
 

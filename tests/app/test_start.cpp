@@ -1,22 +1,23 @@
 // Start and end of the window: settings, device menu, a picture to open, closing.
 
 #include "storage/settings.h"
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
 #include <QActionGroup>
+#include <QCheckBox>
 #include <QDialog>
 #include <QFile>
 #include <QMenu>
 #include <QStatusBar>
 #include <QToolBar>
 
-using kivra::test::Boxes;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -49,37 +50,29 @@ QList<QAction *> deviceActions(const Window &window)
 
 } // namespace
 
-class TestStart : public QObject
+class TestStart : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
-        _imgAOuvrir.clear();
-        boxes = std::make_unique<Boxes>();
-    }
-
-    void cleanup() { QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify())); }
+    void init() { begin(); }
 
     void startValues()
     {
-        const Window window;
-        QCOMPARE(window.windowTitle(), QStringLiteral("Kivra"));
-        QCOMPARE(window.probe.imageProcessing(), 0);
-        QCOMPARE(window.probe.displayMode(), 0);
-        QCOMPARE(window.probe.framesDisplayed(), 0);
-        QCOMPARE(window.probe.coefCourant(), 3);
-        QVERIFY(window.probe.lastFrame().isNull());
-        QVERIFY(!window.probe.captureInProgress());
-        QVERIFY(!window.probe.closePending());
-        QVERIFY(!window.probe.view()->busy);
-        QVERIFY(!window.find<QToolBar>("toolBar")->isVisible());
-        QCOMPARE(window.statusText(), QStringLiteral("caméra active"));
-        QCOMPARE(window.focusPolicy(), Qt::ClickFocus);
-        QCOMPARE(window.focusWidget(), &window);
+        window = std::make_unique<Window>();
+        QCOMPARE(window->windowTitle(), QStringLiteral("Kivra"));
+        QCOMPARE(window->probe.imageProcessing(), 0);
+        QCOMPARE(window->probe.displayMode(), 0);
+        QCOMPARE(window->probe.framesDisplayed(), 0);
+        QCOMPARE(window->probe.coefCourant(), 3);
+        QVERIFY(window->probe.lastFrame().isNull());
+        QVERIFY(!window->probe.captureInProgress());
+        QVERIFY(!window->probe.closePending());
+        QVERIFY(!window->probe.view()->busy);
+        QVERIFY(!window->find<QToolBar>("toolBar")->isVisible());
+        QCOMPARE(window->statusText(), QStringLiteral("caméra active"));
+        QCOMPARE(window->focusPolicy(), Qt::ClickFocus);
+        QCOMPARE(window->focusWidget(), window.get());
     }
 
     // Each key stored or not, in every combination.
@@ -112,15 +105,15 @@ private slots:
             if (stored & 1 << i)
                 storeSetting(QLatin1String(storedCoefficients[i].key), storedCoefficients[i].value);
         }
-        const Window restored;
+        window = std::make_unique<Window>();
         const bool wanted = restore.toBool();
         for (std::size_t i = 0; i < std::size(storedCoefficients); ++i) {
             const StoredCoefficient &one = storedCoefficients[i];
-            QCOMPARE((restored.probe.*one.shown)(),
+            QCOMPARE((window->probe.*one.shown)(),
                      wanted && (stored & 1 << i) ? one.value : one.absent);
         }
-        QCOMPARE(restored.probe.coefCourant(), 3);
-        QCOMPARE(restored.probe.smallField(),
+        QCOMPARE(window->probe.coefCourant(), 3);
+        QCOMPARE(window->probe.smallField(),
                  wanted && (!smallField.isValid() || smallField.toBool()));
     }
 
@@ -129,14 +122,37 @@ private slots:
         storeSetting(QStringLiteral("preferences/restore"), true);
         storeSetting(QStringLiteral("preferences/smallField"), false);
         storeSetting(QStringLiteral("params/zoom"), 200);
-        Window window;
+        window = std::make_unique<Window>();
         QImage white(64, 48, QImage::Format_RGB32);
         white.fill(Qt::white);
-        QTRY_VERIFY(TestCamera::instance().pushPicture(white));
-        const QImage shown = window.probe.view()->grab().toImage();
+        QTRY_VERIFY(device().pushPicture(white));
+        const QImage shown = window->probe.view()->grab().toImage();
         const QPoint middle = shown.rect().center();
         QCOMPARE(shown.pixelColor(middle + QPoint(-60, 0)), QColor(Qt::white));
         QVERIFY(shown.pixelColor(middle + QPoint(-70, 0)) != QColor(Qt::white));
+    }
+
+    // What is read at the start is not read again when it is changed.
+    void preferencesOfTheStartActAtTheNextOne()
+    {
+        openWindow();
+        boxes->expect(QStringLiteral("Dialog"), [this](QDialog *dialog) {
+            QCOMPARE(dialog->parent(), window.get());
+            QVERIFY(dialog->isModal());
+            dialog->findChild<QCheckBox *>(QStringLiteral("checkRestore"))->setChecked(true);
+            QTest::keyClick(dialog, Qt::Key_Return);
+        });
+        storeSetting(QStringLiteral("params/zoom"), 200);
+        window->trigger("actionPreferences");
+        QVERIFY(device().pushPicture(kivra::test::gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+        QCOMPARE(window->probe.coefZoom(), 100);
+
+        window.reset();
+        openWindow();
+        QVERIFY(device().pushPicture(kivra::test::gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
+        QCOMPARE(window->probe.coefZoom(), 200);
     }
 
     void textWhereNumbersBelong()
@@ -145,20 +161,20 @@ private slots:
         for (const char *key : {"lumiere", "contraste", "reglage", "zoom"})
             storeSetting(QStringLiteral("params/") + QLatin1String(key),
                          QStringLiteral("beaucoup"));
-        const Window window;
-        QCOMPARE(window.probe.lumiere(), 0);
-        QCOMPARE(window.probe.contraste(), 100);
-        QCOMPARE(window.probe.reglage(), 50);
-        QCOMPARE(window.probe.coefZoom(), 100);
+        window = std::make_unique<Window>();
+        QCOMPARE(window->probe.lumiere(), 0);
+        QCOMPARE(window->probe.contraste(), 100);
+        QCOMPARE(window->probe.reglage(), 50);
+        QCOMPARE(window->probe.coefZoom(), 100);
     }
 
     void deviceMenuListsTheDevices()
     {
-        TestCamera::instance().setDevices({{"b", QStringLiteral("Deuxième")},
-                                           {"a", QStringLiteral("Première")},
-                                           {"c", QStringLiteral("Troisième")}});
-        const Window window;
-        const QList<QAction *> devices = deviceActions(window);
+        device().setDevices({{"b", QStringLiteral("Deuxième")},
+                             {"a", QStringLiteral("Première")},
+                             {"c", QStringLiteral("Troisième")}});
+        window = std::make_unique<Window>();
+        const QList<QAction *> devices = deviceActions(*window);
         QCOMPARE(devices.size(), 3);
         QCOMPARE(devices.at(0)->text(), QStringLiteral("Deuxième"));
         QCOMPARE(devices.at(1)->text(), QStringLiteral("Première"));
@@ -168,42 +184,42 @@ private slots:
             QVERIFY(device->isCheckable());
         QVERIFY(devices.at(0)->isChecked());
         QVERIFY(devices.at(0)->actionGroup()->isExclusive());
-        QCOMPARE(devices.at(0)->actionGroup()->parent(), &window);
-        QCOMPARE(TestCamera::instance().record().device, QByteArray("b"));
+        QCOMPARE(devices.at(0)->actionGroup()->parent(), window.get());
+        QCOMPARE(device().record().device, QByteArray("b"));
     }
 
     void withoutACameraABoxAndAUsableWindow()
     {
-        TestCamera::instance().setDevices({});
+        device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
-        Window window;
-        QVERIFY(deviceActions(window).isEmpty());
-        QVERIFY(window.isVisible());
-        QVERIFY(window.isEnabled());
+        window = std::make_unique<Window>();
+        QVERIFY(deviceActions(*window).isEmpty());
+        QVERIFY(window->isVisible());
+        QVERIFY(window->isEnabled());
         QVERIFY(!boxes->lastText().isEmpty());
-        QVERIFY(window.probe.camera());
-        QVERIFY(window.action("actionStartCamera")->isEnabled());
-        QVERIFY(!window.action("actionStopCamera")->isEnabled());
-        QCOMPARE(boxes->lastText(), window.probe.camera()->errorString());
-        window.trigger("actionZoom");
-        window.trigger("actionIncCoef");
-        QCOMPARE(window.probe.coefZoom(), 118);
+        QVERIFY(window->probe.camera());
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        QVERIFY(!window->action("actionStopCamera")->isEnabled());
+        QCOMPARE(boxes->lastText(), window->probe.camera()->errorString());
+        window->trigger("actionZoom");
+        window->trigger("actionIncCoef");
+        QCOMPARE(window->probe.coefZoom(), 118);
     }
 
     // The toggle marks what it asked for, whatever becomes of it; the service refuses both.
     void toggleWithoutACamera()
     {
-        TestCamera::instance().setDevices({});
+        device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
-        const Window window;
+        window = std::make_unique<Window>();
         boxes->expect(QStringLiteral("Camera error"));
-        window.trigger("actionCamera");
-        QVERIFY(!window.action("actionStartCamera")->isEnabled());
-        QVERIFY(window.action("actionStopCamera")->isEnabled());
+        window->trigger("actionCamera");
+        QVERIFY(!window->action("actionStartCamera")->isEnabled());
+        QVERIFY(window->action("actionStopCamera")->isEnabled());
         boxes->expect(QStringLiteral("Camera error"));
-        window.trigger("actionCamera");
-        QVERIFY(window.action("actionStartCamera")->isEnabled());
-        QVERIFY(!window.action("actionStopCamera")->isEnabled());
+        window->trigger("actionCamera");
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        QVERIFY(!window->action("actionStopCamera")->isEnabled());
     }
 
     void pictureOfTheCommandLine()
@@ -212,20 +228,20 @@ private slots:
         const QImage picture = kivra::test::gradient({300, 200});
         QVERIFY(picture.save(path));
         _imgAOuvrir = path;
-        const Window window;
-        KIVRA_COMPARE_PICTURES(window.probe.lastFrame(), picture);
-        QCOMPARE(window.statusText(), path);
-        QVERIFY(window.action("actionStartCamera")->isEnabled());
-        QVERIFY(!window.probe.view()->busy);
+        window = std::make_unique<Window>();
+        KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), picture);
+        QCOMPARE(window->statusText(), path);
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        QVERIFY(!window->probe.view()->busy);
     }
 
     void missingPictureOfTheCommandLine()
     {
         _imgAOuvrir = QStringLiteral("nulle/part.jpg");
         boxes->expect(QStringLiteral("échec chargement de fichier"));
-        const Window window;
+        window = std::make_unique<Window>();
         QCOMPARE(boxes->lastText(), QStringLiteral("impossible d'ouvrir l'image nulle/part.jpg"));
-        QVERIFY(window.isVisible());
+        QVERIFY(window->isVisible());
     }
 
     // A box that opens while the window is made lets the camera's frames in.
@@ -233,79 +249,78 @@ private slots:
     {
         _imgAOuvrir = QStringLiteral("nulle/part.jpg");
         boxes->expect(QStringLiteral("échec chargement de fichier"), [](QDialog *box) {
-            QTRY_VERIFY(TestCamera::instance().pushPicture(kivra::test::gradient({64, 48})));
+            QTRY_VERIFY(device().pushPicture(kivra::test::gradient({64, 48})));
             box->accept();
         });
-        const Window window;
-        QVERIFY(window.probe.lastFrame().isNull());
-        QVERIFY(TestCamera::instance().pushPicture(kivra::test::gradient({64, 48})));
-        QCOMPARE(window.probe.lastFrame().size(), QSize(64, 48));
+        window = std::make_unique<Window>();
+        QVERIFY(window->probe.lastFrame().isNull());
+        QVERIFY(device().pushPicture(kivra::test::gradient({64, 48})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
     }
 
     void closes()
     {
-        Window window;
-        QVERIFY(window.close());
-        QVERIFY(!window.isVisible());
+        window = std::make_unique<Window>();
+        QVERIFY(window->close());
+        QVERIFY(!window->isVisible());
     }
 
     void closeWaitsForTheCapture()
     {
-        Window window;
-        window.probe.setCaptureInProgress(true);
-        QVERIFY(!window.close());
-        QVERIFY(window.isVisible());
-        QVERIFY(!window.isEnabled());
-        QVERIFY(window.probe.closePending());
-        window.call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
-        QVERIFY(!window.isVisible());
-        QVERIFY(!window.probe.captureInProgress());
+        window = std::make_unique<Window>();
+        window->probe.setCaptureInProgress(true);
+        QVERIFY(!window->close());
+        QVERIFY(window->isVisible());
+        QVERIFY(!window->isEnabled());
+        QVERIFY(window->probe.closePending());
+        window->call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
+        QVERIFY(!window->isVisible());
+        QVERIFY(!window->probe.captureInProgress());
     }
 
     void savedPictureAloneDoesNotClose()
     {
-        Window window;
-        window.probe.setCaptureInProgress(true);
-        window.call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
-        QVERIFY(window.isVisible());
-        QVERIFY(!window.probe.captureInProgress());
+        window = std::make_unique<Window>();
+        window->probe.setCaptureInProgress(true);
+        window->call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
+        QVERIFY(window->isVisible());
+        QVERIFY(!window->probe.captureInProgress());
     }
 
     void captureErrorDoesNotResumeAClose()
     {
-        Window window;
-        window.probe.setCaptureInProgress(true);
-        QVERIFY(!window.close());
+        window = std::make_unique<Window>();
+        window->probe.setCaptureInProgress(true);
+        QVERIFY(!window->close());
         boxes->expect(QStringLiteral("Image Capture Error"));
-        window.call("displayCaptureError", Q_ARG(int, 1),
-                    Q_ARG(QCameraImageCapture::Error, QCameraImageCapture::ResourceError),
-                    Q_ARG(QString, QStringLiteral("plus de place")));
+        window->call("displayCaptureError", Q_ARG(int, 1),
+                     Q_ARG(QCameraImageCapture::Error, QCameraImageCapture::ResourceError),
+                     Q_ARG(QString, QStringLiteral("plus de place")));
         QCOMPARE(boxes->lastText(), QStringLiteral("plus de place"));
-        QVERIFY(!window.probe.captureInProgress());
-        QVERIFY(window.isVisible());
-        QVERIFY(!window.isEnabled());
-        QVERIFY(window.probe.closePending());
+        QVERIFY(!window->probe.captureInProgress());
+        QVERIFY(window->isVisible());
+        QVERIFY(!window->isEnabled());
+        QVERIFY(window->probe.closePending());
     }
 
     void closeRightAfterACaptureTakesEffect()
     {
-        TestCamera::instance().setStillAnswer(TestCamera::Answer::OnCall);
-        Window window;
-        QTRY_VERIFY(TestCamera::instance().isRunning());
-        window.call("takeImage");
-        QVERIFY(!window.probe.captureInProgress());
-        QVERIFY(window.close());
-        QVERIFY(!window.isVisible());
+        device().setStillAnswer(TestCamera::Answer::OnCall);
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(device().isRunning());
+        window->call("takeImage");
+        QVERIFY(!window->probe.captureInProgress());
+        QVERIFY(window->close());
+        QVERIFY(!window->isVisible());
     }
 
     void closingWritesNoSettings()
     {
         storeSetting(QStringLiteral("params/zoom"), 166);
         const QByteArray before = storeContent();
-        {
-            Window window;
-            window.close();
-        }
+        window = std::make_unique<Window>();
+        window->close();
+        window.reset();
         QCOMPARE(storeContent(), before);
     }
 
@@ -313,7 +328,7 @@ private slots:
     void captureGoesBeforeTheCameraAndThatBeforeTheSurface()
     {
         QStringList gone;
-        auto window = std::make_unique<Window>();
+        window = std::make_unique<Window>();
         const std::pair<QObject *, QString> parts[] = {
             {window->probe.videoSurface(), QStringLiteral("surface")},
             {window->probe.camera(), QStringLiteral("camera")},
@@ -330,14 +345,12 @@ private slots:
     void manyWindowsOneAfterTheOther()
     {
         for (int i = 0; i < 20; ++i) {
-            const Window window;
-            QTRY_VERIFY(TestCamera::instance().isRunning());
+            window = std::make_unique<Window>();
+            QTRY_VERIFY(device().isRunning());
+            window.reset();
         }
-        QCOMPARE(TestCamera::instance().record().opened, TestCamera::instance().record().closed);
+        QCOMPARE(device().record().opened, device().record().closed);
     }
-
-private:
-    std::unique_ptr<Boxes> boxes;
 };
 
 KIVRA_TEST_MAIN(TestStart)

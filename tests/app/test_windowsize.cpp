@@ -1,29 +1,25 @@
 // Size presets, tool bar, and the trace of the screen's geometry.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
 #include <QRegularExpression>
 #include <QScreen>
 #include <QToolBar>
 
-using kivra::test::Sandbox;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
-class TestWindowSize : public QObject
+class TestWindowSize : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
+        begin();
         window = std::make_unique<Window>();
     }
-
-    void cleanup() { window.reset(); }
 
     void presetsInTurn()
     {
@@ -96,8 +92,6 @@ private:
         QCOMPARE(window->size(), size);
         QCOMPARE(window->pos(), position);
     }
-
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestWindowSize)

@@ -1,9 +1,9 @@
 #include "tests/app/window.h"
 
-#include "storage/settings.h"
-
 #include <QLabel>
+#include <QSettings>
 #include <QStatusBar>
+#include <QTimer>
 
 namespace kivra::test {
 
@@ -28,6 +28,13 @@ QString Window::statusText() const
     return statusBar()->currentMessage();
 }
 
+// The bar has a timer as long as it has a text that goes by itself.
+int Window::statusTimeMs() const
+{
+    const auto *const timer = statusBar()->findChild<QTimer *>();
+    return timer ? timer->interval() : 0;
+}
+
 QString Window::messageText() const
 {
     const auto *const label = find<QLabel>("msgDisplay");
@@ -43,7 +50,7 @@ QImage Window::shownPicture(const QSize &size) const
 
 void storeSetting(const QString &key, const QVariant &value)
 {
-    QSettings store = settingsStore();
+    QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
     store.setValue(key, value);
 }
 

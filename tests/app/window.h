@@ -38,6 +38,9 @@ public:
             qFatal("the window has no slot %s", slot);
     }
     QString statusText() const;
+    /// How long the status bar shows a text such as the present one; 0 for until the next one
+    /// comes.
+    int statusTimeMs() const;
     /// The message on the picture; empty when none is shown.
     QString messageText() const;
     /// What the view shows in its middle, of this size: a picture of that size at its own scale.

@@ -2,6 +2,9 @@
 
 #include "tests/support/sandbox.h"
 
+#include <QMenu>
+#include <QMessageBox>
+
 namespace kivra::test {
 
 void WindowTest::begin()
@@ -21,6 +24,24 @@ void WindowTest::openWindow()
 {
     window = std::make_unique<Window>();
     QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+}
+
+// In the menu, after start, stop and a line.
+void WindowTest::chooseDevice(int number) const
+{
+    window->find<QMenu>("menuDevices")->actions().at(3 + number)->trigger();
+}
+
+void WindowTest::expectWarning(const QString &title)
+{
+    boxes->expect(title, [this](QDialog *dialog) {
+        dialog->accept(); // it lives on until its program takes notice
+        const auto *const box = qobject_cast<const QMessageBox *>(dialog);
+        QVERIFY(box);
+        QCOMPARE(box->icon(), QMessageBox::Warning);
+        QCOMPARE(box->standardButtons(), QMessageBox::Ok);
+        QCOMPARE(box->parent(), window.get());
+    });
 }
 
 void WindowTest::cleanup()

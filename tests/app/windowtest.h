@@ -21,6 +21,11 @@ protected:
     static void plugInTwo();
     /// Opens the window and waits until its camera can take pictures.
     void openWindow();
+    /// Chooses the camera of this number, from 0, in the window's menu.
+    void chooseDevice(int number) const;
+
+    /// Expects a warning of this title above the window, with OK alone, and presses OK.
+    void expectWarning(const QString &title);
 
     static TestCamera &device() { return TestCamera::instance(); }
 

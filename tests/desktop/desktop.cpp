@@ -13,8 +13,6 @@ namespace kivra::test {
 
 namespace {
 
-constexpr int patienceMs = 30000;
-
 bool xdoWorks(const QStringList &words, QString *output)
 {
     QProcess xdotool;
@@ -122,6 +120,18 @@ void Desktop::click(const QPoint &at, int button) const
 {
     moveTo(at);
     xdo(QStringLiteral("click %1").arg(button));
+}
+
+bool Desktop::doubleClickUntil(const std::function<bool()> &there, const QPoint &at) const
+{
+    constexpr int attempts = 6;
+    moveTo(at);
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
+        if (QTest::qWaitFor(there, patienceMs / attempts))
+            return true;
+    }
+    return false;
 }
 
 // Empty while the keyboard goes from one window to another.

@@ -5,6 +5,7 @@
 
 using kivra::test::Desktop;
 using kivra::test::extentOf;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace {
@@ -39,14 +40,14 @@ private slots:
     void firstIsThePictureToShow()
     {
         QVERIFY(desktop->start({path()}));
-        QTRY_VERIFY(!extentOf(desktop->windowContent(), purple).isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(!extentOf(desktop->windowContent(), purple).isEmpty(), patienceMs);
     }
 
     // The window would wait behind a box if the second one were opened too.
     void furtherOnesAreIgnored()
     {
         QVERIFY(desktop->start({path(), QStringLiteral("/nowhere/at/all.png")}));
-        QTRY_VERIFY(!extentOf(desktop->windowContent(), purple).isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(!extentOf(desktop->windowContent(), purple).isEmpty(), patienceMs);
     }
 
 private:

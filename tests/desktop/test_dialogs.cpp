@@ -5,11 +5,11 @@
 #include "tests/support/testmain.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QImageReader>
 
 using kivra::test::Desktop;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace {
@@ -39,8 +39,7 @@ QByteArray storeWith(bool displayMsg, bool displayStatus, bool rawStore, bool re
 
 QString storedPicture()
 {
-    QDirIterator tree(Sandbox::instance().documents(), QDir::Files, QDirIterator::Subdirectories);
-    return tree.hasNext() ? tree.next() : QString();
+    return Sandbox::instance().storedFiles().value(0);
 }
 
 // The ways to leave a dialog without accepting it, as keys.
@@ -109,7 +108,7 @@ private slots:
         QCOMPARE(storeFile(), QByteArray());
         desktop->key(QStringLiteral("Return"));
         QVERIFY(desktop->waitForMainWindow());
-        QTRY_COMPARE(storeFile(), stored);
+        QTRY_COMPARE_WITH_TIMEOUT(storeFile(), stored, patienceMs);
     }
 
     void mouseTogglesPreferences()
@@ -120,7 +119,8 @@ private slots:
         desktop->keepScreenshot(QStringLiteral("preferences"));
         desktop->key(QStringLiteral("Return"));
         QVERIFY(desktop->waitForMainWindow());
-        QTRY_COMPARE(storeFile(), storeWith(false, true, false, true, false));
+        QTRY_COMPARE_WITH_TIMEOUT(storeFile(), storeWith(false, true, false, true, false),
+                                  patienceMs);
     }
 
     void preferencesLeftWithoutOkWriteNothing_data()
@@ -143,16 +143,16 @@ private slots:
         desktop->key(QStringLiteral("Tab Tab Tab space Return"));
         QVERIFY(desktop->waitForMainWindow());
         const QByteArray stored = storeWith(false, false, true, false, true);
-        QTRY_COMPARE(storeFile(), stored);
+        QTRY_COMPARE_WITH_TIMEOUT(storeFile(), stored, patienceMs);
         openPreferences();
         desktop->key(QStringLiteral("Tab Tab space"));
         desktop->key(keys);
         QVERIFY(desktop->waitForMainWindow());
-        QTRY_COMPARE(storeFile(), stored);
+        QTRY_COMPARE_WITH_TIMEOUT(storeFile(), stored, patienceMs);
         openPreferences();
         desktop->key(QStringLiteral("Return"));
         QVERIFY(desktop->waitForMainWindow());
-        QTRY_COMPARE(storeFile(), stored);
+        QTRY_COMPARE_WITH_TIMEOUT(storeFile(), stored, patienceMs);
     }
 
     void imageSettingsByKeys()
@@ -216,8 +216,9 @@ private slots:
     void helpOpensTheManual()
     {
         desktop->key(QStringLiteral("F1"));
-        QTRY_COMPARE(contentOf(visited()),
-                     QByteArray("http://" KIVRA_DOWNLOAD_HOST "/downloads/notice-KvQt.pdf\n"));
+        QTRY_COMPARE_WITH_TIMEOUT(
+            contentOf(visited()),
+            QByteArray("http://" KIVRA_DOWNLOAD_HOST "/downloads/notice-KvQt.pdf\n"), patienceMs);
         QVERIFY(desktop->waitForMainWindow());
     }
 
@@ -256,7 +257,7 @@ private:
     void expectStill(const QByteArray &format, const QSize &size)
     {
         desktop->key(QStringLiteral("ctrl+s"));
-        QTRY_VERIFY(!storedPicture().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(!storedPicture().isEmpty(), patienceMs);
         const QString path = storedPicture();
         QImageReader reader(path);
         reader.setDecideFormatFromContent(true);

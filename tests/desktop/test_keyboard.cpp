@@ -10,6 +10,7 @@
 
 using kivra::test::Desktop;
 using kivra::test::extentOf;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace {
@@ -50,7 +51,7 @@ private slots:
     {
         Sandbox::instance().reset();
         QVERIFY(desktop->start());
-        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
     }
 
     void cleanup()
@@ -66,15 +67,15 @@ private slots:
     {
         for (const char *up : {"plus", "KP_Add", "Up", "KP_Up"}) {
             desktop->key(QLatin1String(up));
-            QTRY_COMPARE(square(dark), QSize(118, 118));
+            QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(118, 118), patienceMs);
             desktop->key(QStringLiteral("Left"));
-            QTRY_COMPARE(square(dark), QSize(100, 100));
+            QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
         }
         for (const char *down : {"minus", "KP_Subtract", "Down", "KP_Down"}) {
             desktop->key(QLatin1String(down));
-            QTRY_COMPARE(square(dark), QSize(84, 84));
+            QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(84, 84), patienceMs);
             desktop->key(QStringLiteral("Left"));
-            QTRY_COMPARE(square(dark), QSize(100, 100));
+            QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
         }
     }
 
@@ -90,12 +91,13 @@ private slots:
         QFETCH(QString, letter);
         desktop->key(letter);
         desktop->key(QStringLiteral("Up"));
-        QTRY_COMPARE(square(QColor(80, 80, 80)), QSize(100, 100)); // 60 + 20
+        QTRY_COMPARE_WITH_TIMEOUT(square(QColor(80, 80, 80)), QSize(100, 100),
+                                  patienceMs); // 60 + 20
         desktop->key(QStringLiteral("Down"));
         desktop->key(QStringLiteral("Down"));
-        QTRY_COMPARE(square(QColor(40, 40, 40)), QSize(100, 100));
+        QTRY_COMPARE_WITH_TIMEOUT(square(QColor(40, 40, 40)), QSize(100, 100), patienceMs);
         desktop->key(QStringLiteral("Left"));
-        QTRY_COMPARE(square(dark), QSize(100, 100));
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
     }
 
     void contrastKeys()
@@ -103,19 +105,21 @@ private slots:
         desktop->key(QStringLiteral("c"));
         desktop->key(QStringLiteral("Up"));
         // (60 - 128) x 1.2 + 128 = 46.4
-        QTRY_COMPARE(square(QColor(46, 46, 46)), QSize(100, 100));
+        QTRY_COMPARE_WITH_TIMEOUT(square(QColor(46, 46, 46)), QSize(100, 100), patienceMs);
     }
 
     void textModeAndNegative()
     {
         for (int step = 0; step < 3; ++step)
             desktop->key(QStringLiteral("F7"));
-        QTRY_COMPARE(square(QColor(Qt::black)), QSize(100, 100)); // text: pure black
+        QTRY_COMPARE_WITH_TIMEOUT(square(QColor(Qt::black)), QSize(100, 100),
+                                  patienceMs); // text: pure black
         desktop->key(QStringLiteral("F6"));
         desktop->key(QStringLiteral("F6"));
-        QTRY_COMPARE(square(QColor(Qt::white)), QSize(100, 100)); // in negative
+        QTRY_COMPARE_WITH_TIMEOUT(square(QColor(Qt::white)), QSize(100, 100),
+                                  patienceMs); // in negative
         desktop->key(QStringLiteral("ctrl+z"));
-        QTRY_COMPARE(square(dark), QSize(100, 100));
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
     }
 
     void keysAfterTheToolBar()
@@ -124,9 +128,9 @@ private slots:
         // The tool bar's fifth button is the zoom.
         desktop->clickInWindow({162, 40});
         desktop->key(QStringLiteral("Up"));
-        QTRY_VERIFY(square(dark) != QSize(100, 100));
+        QTRY_VERIFY_WITH_TIMEOUT(square(dark) != QSize(100, 100), patienceMs);
         desktop->key(QStringLiteral("Left"));
-        QTRY_COMPARE(square(dark), QSize(100, 100));
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
     }
 
     void keysAfterAMenu()
@@ -135,7 +139,7 @@ private slots:
         desktop->key(QStringLiteral("Escape"));
         desktop->key(QStringLiteral("Escape"));
         desktop->key(QStringLiteral("Up"));
-        QTRY_COMPARE(square(dark), QSize(118, 118));
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(118, 118), patienceMs);
     }
 
     void sizePresets()
@@ -147,7 +151,7 @@ private slots:
             screen.boundedTo(largest), QSize(screen.width() * 7 / 10, screen.height() * 7 / 10)};
         for (const QSize &preset : presets) {
             desktop->key(QStringLiteral("F5"));
-            QTRY_COMPARE(desktop->windowContent().size(), preset);
+            QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().size(), preset, patienceMs);
         }
     }
 
@@ -159,13 +163,14 @@ private slots:
         const QPoint middle((screen.width() - reduced.width()) / 2,
                             (screen.height() - reduced.height()) / 2);
         desktop->key(QStringLiteral("F5"));
-        QTRY_VERIFY(desktop->contentPosition().x() < 10 && desktop->contentPosition().y() < 50);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            desktop->contentPosition().x() < 10 && desktop->contentPosition().y() < 50, patienceMs);
         const QPoint frame = desktop->contentPosition(); // what the window manager adds
         desktop->key(QStringLiteral("F5"));
-        QTRY_COMPARE(desktop->windowContent().size(), screen);
-        QTRY_COMPARE(desktop->contentPosition(), frame);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().size(), screen, patienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->contentPosition(), frame, patienceMs);
         desktop->key(QStringLiteral("F5"));
-        QTRY_COMPARE(desktop->contentPosition(), frame + middle);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->contentPosition(), frame + middle, patienceMs);
     }
 
 private:

@@ -4,13 +4,13 @@
 #include "tests/support/testmain.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QPainter>
 #include <algorithm>
 
 using kivra::test::Desktop;
 using kivra::test::extentOf;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace {
@@ -18,7 +18,6 @@ namespace {
 constexpr QSize frameSize(320, 240);
 const QColor topLeft(230, 40, 40);
 const QColor bottomRight(40, 60, 220);
-constexpr int patience = 20000; // looking at a screen takes its time on a busy machine
 
 const QColor blinking[] = {QColor(40, 200, 60), QColor(220, 200, 40)};
 // Not simply in turn: a test that looks at the same pace would see one colour only.
@@ -46,15 +45,6 @@ QRect pictureOn(const QImage &screen)
     return {first.topLeft(), last.bottomRight()};
 }
 
-QStringList storedPictures()
-{
-    QStringList files;
-    QDirIterator tree(Sandbox::instance().documents(), QDir::Files, QDirIterator::Subdirectories);
-    while (tree.hasNext())
-        files += tree.next();
-    return files;
-}
-
 } // namespace
 
 class TestLive : public QObject
@@ -78,7 +68,7 @@ private slots:
     {
         Sandbox::instance().reset();
         QVERIFY(desktop->start());
-        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).size(), frameSize, 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).size(), frameSize, patienceMs);
     }
 
     void cleanup()
@@ -92,7 +82,7 @@ private slots:
     void pictureMoves()
     {
         for (const QColor &colour : {blinking[0], blinking[1], blinking[0], blinking[1]})
-            QTRY_VERIFY_WITH_TIMEOUT(shows(colour), patience);
+            QTRY_VERIFY_WITH_TIMEOUT(shows(colour), patienceMs);
     }
 
     void pictureIsSharp()
@@ -110,10 +100,10 @@ private slots:
         const QPoint middle = pictureOn(desktop->screen()).center();
         desktop->click(middle, 4);
         QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).width(), 358,
-                                  patience); // 320 x 1.12
+                                  patienceMs); // 320 x 1.12
         desktop->click(middle, 5);
         QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).width(), 315,
-                                  patience); // and x 0.88
+                                  patienceMs); // and x 0.88
     }
 
     void dragMovesWhatIsLargerThanTheView()
@@ -122,12 +112,12 @@ private slots:
         for (int step = 0; step < 8; ++step)
             desktop->click(middle, 4);
         // 2.476 times: 792 wide, more than the view, and 594 high.
-        QTRY_VERIFY_WITH_TIMEOUT(blinkingWidth() > 45, patience);
-        QTRY_VERIFY_WITH_TIMEOUT(extentOf(desktop->screen(), topLeft).isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(blinkingWidth() > 45, patienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(extentOf(desktop->screen(), topLeft).isEmpty(), patienceMs);
         desktop->moveTo(middle);
         desktop->xdo(QStringLiteral("mousedown 1"));
         desktop->moveTo(middle + QPoint(60, 60));
-        QTRY_VERIFY_WITH_TIMEOUT(!extentOf(desktop->screen(), topLeft).isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!extentOf(desktop->screen(), topLeft).isEmpty(), patienceMs);
         desktop->xdo(QStringLiteral("mouseup 1"));
     }
 
@@ -137,28 +127,26 @@ private slots:
         desktop->moveTo(middle);
         desktop->xdo(QStringLiteral("mousedown 1"));
         // The press shows the tool bar; from then on the same frame stays.
-        QTRY_VERIFY_WITH_TIMEOUT(pictureOn(desktop->screen()).center() != middle, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(pictureOn(desktop->screen()).center() != middle, patienceMs);
         const QColor other = otherColour(shownColour());
         QVERIFY(neverShows(other, 1000));
         desktop->xdo(QStringLiteral("mouseup 1"));
-        QTRY_VERIFY_WITH_TIMEOUT(shows(other), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(shows(other), patienceMs);
     }
 
     void clickShowsTheToolBarForAWhile()
     {
         const QRect before = pictureOn(desktop->screen());
         desktop->click(before.center(), 3);
-        QTRY_VERIFY_WITH_TIMEOUT(pictureOn(desktop->screen()).top() > before.top(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(pictureOn(desktop->screen()).top() > before.top(), patienceMs);
         desktop->keepScreenshot(QStringLiteral("toolbar"));
-        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).top(), before.top(), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).top(), before.top(), patienceMs);
     }
 
     void doubleClickStoresAPicture()
     {
-        const QPoint middle = pictureOn(desktop->screen()).center();
-        desktop->moveTo(middle);
-        desktop->xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
-        QTRY_COMPARE_WITH_TIMEOUT(storedPictures().size(), 1, patience);
+        const auto stored = [] { return !Sandbox::instance().storedFiles().isEmpty(); };
+        QVERIFY(desktop->doubleClickUntil(stored, pictureOn(desktop->screen()).center()));
     }
 
     void menuStopsAndStartsTheCamera()
@@ -168,7 +156,7 @@ private slots:
         desktop->key(QStringLiteral("Down"));
         desktop->keepScreenshot(QStringLiteral("menu"));
         desktop->key(QStringLiteral("Return")); // Start is disabled: the first entry is Stop
-        QTRY_VERIFY_WITH_TIMEOUT(standsStill(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(standsStill(), patienceMs);
         desktop->clickInWindow(cameraMenu);
         desktop->key(QStringLiteral("Down"));
         desktop->key(QStringLiteral("Return"));

@@ -7,12 +7,13 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QDirIterator>
 #include <QPainter>
 #include <QSettings>
 
 using kivra::test::Desktop;
 using kivra::test::extentOf;
+using kivra::test::filesBelow;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace {
@@ -63,12 +64,7 @@ QByteArray clipboard(const QString &target)
 
 QStringList picturesOfThisMonth()
 {
-    QStringList files;
-    QDirIterator tree(documents() + QStringLiteral("/TablinoQt/tableaux/") + monthDir(),
-                      QDir::Files);
-    while (tree.hasNext())
-        files += tree.next();
-    return files;
+    return filesBelow(documents() + QStringLiteral("/TablinoQt/tableaux/") + monthDir());
 }
 
 // The greatest difference of a channel in a picture from the same place of another.
@@ -123,14 +119,14 @@ private slots:
         stored(QStringLiteral("2025-01/im250108101500.png"), markers[3]);
         startLive();
         desktop->key(QStringLiteral("space"));
-        QTRY_VERIFY(shows(markers[3]));
+        QTRY_VERIFY_WITH_TIMEOUT(shows(markers[3]), patienceMs);
         for (const int number : {2, 1, 0, 0}) {
             desktop->key(QStringLiteral("BackSpace"));
-            QTRY_VERIFY(shows(markers[number]));
+            QTRY_VERIFY_WITH_TIMEOUT(shows(markers[number]), patienceMs);
         }
         for (const int number : {1, 2, 3, 3}) {
             desktop->key(QStringLiteral("space"));
-            QTRY_VERIFY(shows(markers[number]));
+            QTRY_VERIFY_WITH_TIMEOUT(shows(markers[number]), patienceMs);
         }
     }
 
@@ -144,11 +140,10 @@ private slots:
         settings.sync();
         startLive();
         const QRect marker = extentOf(desktop->screen(), liveColour);
-        desktop->moveTo(marker.center());
-        desktop->xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
-        QTRY_COMPARE(picturesOfThisMonth().size(), 1);
+        const auto isStored = [] { return !picturesOfThisMonth().isEmpty(); };
+        QVERIFY(desktop->doubleClickUntil(isStored, marker.center()));
         QImage file;
-        QTRY_VERIFY(file.load(picturesOfThisMonth().constFirst()));
+        QTRY_VERIFY_WITH_TIMEOUT(file.load(picturesOfThisMonth().constFirst()), patienceMs);
         // The first press has shown the tool bar: the view is that much smaller and stays so.
         const QImage screen = desktop->screen();
         const QRect onScreen = extentOf(screen, liveColour);
@@ -171,7 +166,8 @@ private slots:
     {
         startLive();
         desktop->key(QStringLiteral("ctrl+s"));
-        QTRY_VERIFY(clipboard(QStringLiteral("TARGETS")).contains("image/png"));
+        QTRY_VERIFY_WITH_TIMEOUT(clipboard(QStringLiteral("TARGETS")).contains("image/png"),
+                                 patienceMs);
         const QList<QByteArray> targets = clipboard(QStringLiteral("TARGETS")).split('\n');
         for (const char *target : {"image/png", "image/bmp", "image/jpeg", "image/tiff"})
             QVERIFY2(targets.contains(target), target);
@@ -192,7 +188,7 @@ private slots:
         const QString first = stored(QStringLiteral("premier été.png"), markers[0]);
         const QString second = stored(QStringLiteral("second.png"), markers[1]);
         QVERIFY(desktop->start({first, second}));
-        QTRY_VERIFY(shows(markers[0]));
+        QTRY_VERIFY_WITH_TIMEOUT(shows(markers[0]), patienceMs);
         QVERIFY(!shows(markers[1]));
         QVERIFY(!shows(liveColour));
     }
@@ -201,7 +197,7 @@ private:
     void startLive()
     {
         QVERIFY(desktop->start());
-        QTRY_VERIFY_WITH_TIMEOUT(shows(liveColour), 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(shows(liveColour), patienceMs);
     }
 
     bool shows(const QColor &marker) const

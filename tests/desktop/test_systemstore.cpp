@@ -9,6 +9,7 @@
 
 using kivra::test::Desktop;
 using kivra::test::extentOf;
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 
 namespace {
@@ -95,7 +96,8 @@ private slots:
         if (!user.isEmpty())
             writeStore(folderOfStores("config"), user);
         QVERIFY(desktop->start());
-        QTRY_COMPARE_WITH_TIMEOUT(extentOf(desktop->screen(), frameColour).size(), shown, 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(extentOf(desktop->screen(), frameColour).size(), shown,
+                                  patienceMs);
     }
 
 private:

@@ -1,7 +1,7 @@
 // The manual is true where a test can tell: the texts of the program that it quotes are the
 // program's, its keys do something, no key is missing, its pictures are there.
 
-#include "tests/app/window.h"
+#include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -14,10 +14,8 @@
 #include <QSet>
 #include <QXmlStreamReader>
 
-using kivra::test::Boxes;
-using kivra::test::Sandbox;
-using kivra::test::TestCamera;
 using kivra::test::Window;
+using kivra::test::WindowTest;
 
 namespace {
 
@@ -137,7 +135,7 @@ Qt::Key namedKey(const QString &name)
 
 } // namespace
 
-class TestNotice : public QObject
+class TestNotice : public WindowTest
 {
     Q_OBJECT
 
@@ -150,12 +148,9 @@ private slots:
 
     void init()
     {
-        Sandbox::instance().reset();
-        TestCamera::instance().reset();
+        begin();
         window = std::make_unique<Window>();
     }
-
-    void cleanup() { window.reset(); }
 
     void quotedTextsAreTheProgramsOwn()
     {
@@ -235,16 +230,15 @@ private:
     // A key that the window has no use for stays unaccepted.
     bool windowTakes(Qt::Key key) const
     {
-        Boxes boxes; // there are no stored pictures to browse
+        // There are no stored pictures to browse.
         if (key == Qt::Key_Space || key == Qt::Key_Backspace)
-            boxes.expect(QStringLiteral("échec chargement de fichier"));
+            boxes->expect(QStringLiteral("échec chargement de fichier"));
         QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
         QCoreApplication::sendEvent(window.get(), &press);
-        return press.isAccepted() && boxes.verify().isEmpty();
+        return press.isAccepted() && boxes->verify().isEmpty();
     }
 
     Manual manual;
-    std::unique_ptr<Window> window;
 };
 
 KIVRA_TEST_MAIN(TestNotice)

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QLibraryInfo>
 #include <QSettings>
@@ -72,6 +73,11 @@ QString Sandbox::documents() const
     return root.filePath(QStringLiteral("Documents"));
 }
 
+QStringList Sandbox::storedFiles() const
+{
+    return filesBelow(documents());
+}
+
 void Sandbox::reset() const
 {
     QSettings store(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
@@ -114,6 +120,15 @@ void Sandbox::refuseToEscape() const
     const QString store = QSettings(QStringLiteral("Orvane"), QStringLiteral("KivraQt")).fileName();
     if (!store.startsWith(home()))
         giveUp(QStringLiteral("the settings store %1 lies outside %2").arg(store, home()));
+}
+
+QStringList filesBelow(const QString &folder)
+{
+    QStringList files;
+    QDirIterator tree(folder, QDir::Files, QDirIterator::Subdirectories);
+    while (tree.hasNext())
+        files += tree.next();
+    return files;
 }
 
 } // namespace kivra::test

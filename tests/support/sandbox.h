@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 namespace kivra::test {
@@ -20,6 +21,8 @@ public:
     QString home() const;
     /// The Documents folder in it, without a trailing "/".
     QString documents() const;
+    /// Paths of all files below the Documents folder, in no order.
+    QStringList storedFiles() const;
     /// Empties the settings store and the Documents folder.
     void reset() const;
 
@@ -32,5 +35,8 @@ private:
 
     QTemporaryDir root;
 };
+
+/// Paths of all files in a folder and below, in no order.
+QStringList filesBelow(const QString &folder);
 
 } // namespace kivra::test
