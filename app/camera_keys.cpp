@@ -50,7 +50,8 @@ void Camera::keyPressEvent(QKeyEvent *event)
         event->accept();
         break;
     case Qt::Key_CameraFocus:
-        camera->searchAndLock();
+        if (!event->isAutoRepeat())
+            camera->searchAndLock();
         event->accept();
         break;
     default:
@@ -58,10 +59,11 @@ void Camera::keyPressEvent(QKeyEvent *event)
     }
 }
 
+// A held key is repeated by releases and presses, which end no lock and begin no search.
 void Camera::keyReleaseEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_CameraFocus)
-        camera->unlock();
-    else
+    if (event->key() != Qt::Key_CameraFocus)
         QMainWindow::keyReleaseEvent(event);
+    else if (!event->isAutoRepeat())
+        camera->unlock();
 }

@@ -162,6 +162,26 @@ private slots:
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
 
+    // The keyboard repeats a held key by releases and presses.
+    void repeatedFocusKeyCountsAsHeld()
+    {
+        sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        QSignalSpy changes(
+            window->probe.camera(),
+            SIGNAL(lockStatusChanged(QCamera::LockStatus, QCamera::LockChangeReason)));
+        for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+            QKeyEvent repeated(type, Qt::Key_CameraFocus, Qt::NoModifier, QString(), true);
+            QCoreApplication::sendEvent(window.get(), &repeated);
+            QVERIFY(repeated.isAccepted());
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(changes.count(), 0);
+        QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
+    }
+
     void cameraKeyTakesAPictureWithoutAMessage()
     {
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
