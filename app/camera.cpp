@@ -153,6 +153,8 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
+    // A key held a little longer asks for one picture; the camera would refuse the next ones.
+    ui->actionEnregistrer_image->setAutoRepeat(false);
 }
 
 void Camera::startTimers()

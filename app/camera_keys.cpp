@@ -46,7 +46,8 @@ void Camera::keyPressEvent(QKeyEvent *event)
         setFocus(Qt::OtherFocusReason);
         break;
     case Qt::Key_Camera:
-        takeImage();
+        if (!event->isAutoRepeat())
+            takeImage();
         event->accept();
         break;
     case Qt::Key_CameraFocus:

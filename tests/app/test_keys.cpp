@@ -3,6 +3,8 @@
 #include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -188,6 +190,29 @@ private slots:
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_Camera));
         QTRY_COMPARE(TestCamera::instance().record().stills.size(), 1);
         QCOMPARE(window->messageText(), QString());
+    }
+
+    void heldKeyTakesOnePicture_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::newRow("shortcut") << int(Qt::Key_S) << int(Qt::ControlModifier);
+        QTest::newRow("camera key") << int(Qt::Key_Camera) << int(Qt::NoModifier);
+    }
+
+    // The camera would refuse what comes before it is ready again, and each time with a box.
+    void heldKeyTakesOnePicture()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QSignalSpy copies(QGuiApplication::clipboard(), &QClipboard::dataChanged);
+        for (const bool repeated : {false, true, true, true, true, true, true}) {
+            qt_handleKeyEvent(window->windowHandle(), QEvent::KeyPress, key,
+                              Qt::KeyboardModifiers(modifiers), QString(), repeated);
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(copies.count(), 1);
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
     }
 
     void browsingWithoutStoredPicturesTellsTheUser_data()
