@@ -153,8 +153,11 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
-    // A key held a little longer asks for one picture; the camera would refuse the next ones.
-    ui->actionEnregistrer_image->setAutoRepeat(false);
+    // A key held a little longer asks the camera once; it would refuse the next pictures, and be
+    // opened and closed long after the key.
+    for (QAction *action :
+         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera})
+        action->setAutoRepeat(false);
 }
 
 void Camera::startTimers()

@@ -206,13 +206,19 @@ private slots:
         QFETCH(int, key);
         QFETCH(int, modifiers);
         QSignalSpy copies(QGuiApplication::clipboard(), &QClipboard::dataChanged);
-        for (const bool repeated : {false, true, true, true, true, true, true}) {
-            qt_handleKeyEvent(window->windowHandle(), QEvent::KeyPress, key,
-                              Qt::KeyboardModifiers(modifiers), QString(), repeated);
-            QCoreApplication::processEvents();
-        }
+        hold(key, Qt::KeyboardModifiers(modifiers));
         QCOMPARE(copies.count(), 1);
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+    }
+
+    // Each start takes a camera its time.
+    void heldKeyStopsTheCameraOnce()
+    {
+        QSignalSpy changes(window->probe.camera(), SIGNAL(stateChanged(QCamera::State)));
+        hold(Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(changes.count(), 1);
+        hold(Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(changes.count(), 2);
     }
 
     void browsingWithoutStoredPicturesTellsTheUser_data()
@@ -307,6 +313,16 @@ private:
         event.ignore();
         QCoreApplication::sendEvent(window.get(), &event);
         return event.isAccepted();
+    }
+
+    // Long enough for the keyboard to repeat the key.
+    void hold(int key, Qt::KeyboardModifiers modifiers)
+    {
+        for (const bool repeated : {false, true, true, true, true, true}) {
+            qt_handleKeyEvent(window->windowHandle(), QEvent::KeyPress, key, modifiers, QString(),
+                              repeated);
+            QCoreApplication::processEvents();
+        }
     }
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
