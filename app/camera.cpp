@@ -155,6 +155,11 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
+    // A key held a little longer asks the camera once; it would refuse the next pictures, and be
+    // opened and closed long after the key.
+    for (QAction *action :
+         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera})
+        action->setAutoRepeat(false);
 }
 
 void Camera::startTimers()
@@ -165,14 +170,6 @@ void Camera::startTimers()
     bTimer = std::make_unique<QTimer>();
     bTimer->setInterval(messageMs);
     connect(bTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
-}
-
-// A modal box that opened while a mouse button was down has swallowed the release.
-bool Camera::event(QEvent *event)
-{
-    if (event->type() == QEvent::WindowUnblocked && isVisible())
-        ui->displayWidget->forgetLostPress();
-    return QMainWindow::event(event);
 }
 
 void Camera::closeEvent(QCloseEvent *event)

@@ -35,7 +35,6 @@ public:
     ~Camera() override;
 
 protected:
-    bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
@@ -55,8 +54,11 @@ private slots:
     void stopCamera();
     /// Focuses and locks, or unlocks.
     void toggleLock();
-    /// Puts the shown picture on the clipboard and stores a picture.
+    /// Puts the shown picture on the clipboard and stores the camera's still or the shown picture,
+    /// as the user prefers. The camera may answer later; a file of the shown picture that cannot be
+    /// written is not reported.
     void takeImage();
+    /// Tells of a still that the camera could not take or write.
     void displayCaptureError(int id, QCameraImageCapture::Error error, const QString &errorString);
     /// Lets the user choose format, resolution and quality of stills.
     void configureImageSettings();

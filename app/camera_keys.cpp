@@ -46,11 +46,13 @@ void Camera::keyPressEvent(QKeyEvent *event)
         setFocus(Qt::OtherFocusReason);
         break;
     case Qt::Key_Camera:
-        takeImage();
+        if (!event->isAutoRepeat())
+            takeImage();
         event->accept();
         break;
     case Qt::Key_CameraFocus:
-        camera->searchAndLock();
+        if (!event->isAutoRepeat())
+            camera->searchAndLock();
         event->accept();
         break;
     default:
@@ -58,10 +60,11 @@ void Camera::keyPressEvent(QKeyEvent *event)
     }
 }
 
+// A held key is repeated by releases and presses, which end no lock and begin no search.
 void Camera::keyReleaseEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_CameraFocus)
-        camera->unlock();
-    else
+    if (event->key() != Qt::Key_CameraFocus)
         QMainWindow::keyReleaseEvent(event);
+    else if (!event->isAutoRepeat())
+        camera->unlock();
 }

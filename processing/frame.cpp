@@ -102,9 +102,15 @@ bool isResult(const QImage &frame, int mode, const Finish &finish)
            isOpaque(pixelsOf(frame));
 }
 
-QImage renderApart(const QImage &frame, int mode, const Finish &finish, FrameTimes &times)
+ImagePool &results()
 {
     static ImagePool pool;
+    return pool;
+}
+
+QImage renderApart(const QImage &frame, int mode, const Finish &finish, FrameTimes &times)
+{
+    ImagePool &pool = results();
     QImage result = pool.take(frame.size());
     if (result.isNull())
         return result;
@@ -131,6 +137,8 @@ QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTime
     const Finish finish = finishOf(settings);
     const bool isDone = isResult(source, settings.mode, finish);
     spent.effect = toc(start);
+    if (isDone)
+        results().keepOnly(source.size()); // those of a far larger picture may be left
     QImage result = isDone ? source : renderApart(source, settings.mode, finish, spent);
     if (times)
         *times = spent;

@@ -33,8 +33,9 @@ struct FrameTimes
 /// Null for an empty frame.
 ///
 /// What is left as it is, is the frame itself, shared: an opaque Format_RGB32 without mode, table
-/// and effect. Otherwise the results of the last frames are kept, and the memory of one that nobody
-/// else holds any more is used again, so a steady stream allocates nothing.
+/// and effect. Otherwise the results of the last frames are kept until frames of another size come,
+/// and the memory of one that nobody else holds any more is used again, so a steady stream
+/// allocates nothing.
 QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTimes *times = nullptr);
 
 /// The same in place. \a image keeps its format if that is Format_RGB32 or Format_ARGB32, and other

@@ -32,4 +32,11 @@ void ImagePool::keep(const QImage &image)
     images.push_back(image);
 }
 
+void ImagePool::keepOnly(const QSize &size)
+{
+    images.erase(std::remove_if(images.begin(), images.end(),
+                                [&](const QImage &image) { return image.size() != size; }),
+                 images.end());
+}
+
 } // namespace kivra

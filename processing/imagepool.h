@@ -17,6 +17,8 @@ public:
     QImage take(const QSize &size);
     /// Remembers a picture from take(), now that its pixels are written.
     void keep(const QImage &image);
+    /// Forgets the pictures of other sizes, whose memory is freed when their last holder lets go.
+    void keepOnly(const QSize &size);
 
 private:
     std::vector<QImage> images;

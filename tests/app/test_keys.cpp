@@ -3,6 +3,8 @@
 #include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -172,12 +174,61 @@ private slots:
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
 
+    // The keyboard repeats a held key by releases and presses.
+    void repeatedFocusKeyCountsAsHeld()
+    {
+        sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        QSignalSpy changes(
+            window->probe.camera(),
+            SIGNAL(lockStatusChanged(QCamera::LockStatus, QCamera::LockChangeReason)));
+        for (const QEvent::Type type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+            QKeyEvent repeated(type, Qt::Key_CameraFocus, Qt::NoModifier, QString(), true);
+            QCoreApplication::sendEvent(window.get(), &repeated);
+            QVERIFY(repeated.isAccepted());
+        }
+        QCoreApplication::processEvents();
+        QCOMPARE(changes.count(), 0);
+        QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
+    }
+
     void cameraKeyTakesAPictureWithoutAMessage()
     {
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_Camera));
         QTRY_COMPARE(TestCamera::instance().record().stills.size(), 1);
         QCOMPARE(window->messageText(), QString());
+    }
+
+    void heldKeyTakesOnePicture_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::newRow("shortcut") << int(Qt::Key_S) << int(Qt::ControlModifier);
+        QTest::newRow("camera key") << int(Qt::Key_Camera) << int(Qt::NoModifier);
+    }
+
+    // The camera would refuse what comes before it is ready again, and each time with a box.
+    void heldKeyTakesOnePicture()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QSignalSpy copies(QGuiApplication::clipboard(), &QClipboard::dataChanged);
+        hold(key, Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(copies.count(), 1);
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+    }
+
+    // Each start takes a camera its time.
+    void heldKeyStopsTheCameraOnce()
+    {
+        QSignalSpy changes(window->probe.camera(), SIGNAL(stateChanged(QCamera::State)));
+        hold(Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(changes.count(), 1);
+        hold(Qt::Key_K, Qt::ControlModifier);
+        QCOMPARE(changes.count(), 2);
     }
 
     void browsingWithoutStoredPicturesTellsTheUser_data()
@@ -277,6 +328,16 @@ private:
         event.ignore();
         QCoreApplication::sendEvent(window.get(), &event);
         return event.isAccepted();
+    }
+
+    // Long enough for the keyboard to repeat the key.
+    void hold(int key, Qt::KeyboardModifiers modifiers)
+    {
+        for (const bool repeated : {false, true, true, true, true, true}) {
+            qt_handleKeyEvent(window->windowHandle(), QEvent::KeyPress, key, modifiers, QString(),
+                              repeated);
+            QCoreApplication::processEvents();
+        }
     }
 
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)

@@ -106,6 +106,7 @@ private slots:
     void rowsWithPaddingStayPadded();
     void resultIsShownWithoutACopy();
     void steadyStreamReusesMemory();
+    void resultsOfAnotherSizeAreNotKept();
     void heldResultIsNeverOverwritten();
     void timesAreMeasured();
 };
@@ -342,6 +343,23 @@ void TestFrame::steadyStreamReusesMemory()
         shown = QPixmap::fromImage(result);
     }
     QVERIFY(seen.size() <= 2);
+}
+
+void TestFrame::resultsOfAnotherSizeAreNotKept()
+{
+    const QImage picture = randomPicture(QSize(64, 48));
+    const QImage first = renderFrame(picture, {1, 0, 0, 100});
+    const QImage second = renderFrame(picture, {2, 0, 0, 100});
+    QVERIFY(!first.isDetached()); // for the memory's next use
+    QVERIFY(!second.isDetached());
+    QImage plain(picture.size(), QImage::Format_RGB32);
+    plain.fill(Qt::black);
+    renderFrame(plain, {});
+    QVERIFY(!first.isDetached());
+    QVERIFY(!second.isDetached());
+    renderFrame(plain.copy(0, 0, 32, 24), {});
+    QVERIFY(first.isDetached());
+    QVERIFY(second.isDetached());
 }
 
 void TestFrame::heldResultIsNeverOverwritten()
