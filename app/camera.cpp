@@ -172,6 +172,15 @@ void Camera::startTimers()
     connect(bTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
 }
 
+// A modal box that opened while a mouse button was down has swallowed the release. The view sees
+// that by itself, but for a press that came from no device.
+bool Camera::event(QEvent *event)
+{
+    if (event->type() == QEvent::WindowUnblocked && isVisible())
+        ui->displayWidget->forgetLostPress();
+    return QMainWindow::event(event);
+}
+
 void Camera::closeEvent(QCloseEvent *event)
 {
     if (captureInProgress) {

@@ -60,16 +60,16 @@ PixmapWidget::PixmapWidget(QWidget *parent)
     pixmap->fill(Qt::black);
     clickTimer->setSingleShot(true);
     menuTimer->setSingleShot(true);
-    heldTimer->setSingleShot(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    heldTimer->setSingleShot(true);
     connect(menuTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
     connect(heldTimer.get(), &QTimer::timeout, this, &PixmapWidget::forgetLostPress);
 }
 
 PixmapWidget::~PixmapWidget() = default;
 
-// No widget is told of a release that a menu or a modal box takes for itself, so that the
-// application's own knowledge of the buttons has to be asked, until no button is down any more.
+// No widget is told of a release that a menu or a blocked window takes for itself, so that the
+// application's own knowledge of the buttons has to be asked.
 void PixmapWidget::forgetLostPress()
 {
     if (QGuiApplication::mouseButtons() == Qt::NoButton)

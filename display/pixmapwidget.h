@@ -22,6 +22,12 @@ public:
     /// frames that arrive meanwhile are dropped.
     bool busy = false;
 
+    /// Lets live frames flow again when the release of a pressed button went elsewhere, as when a
+    /// modal box or a menu opened in between: at once, or soon after no button is down any more.
+    /// The view sees to it by itself after each press that the application knows of; presses that
+    /// were sent to the view alone, by a program, are not among them.
+    void forgetLostPress();
+
 signals:
     /// For the window's status bar; so far the view has nothing to say there.
     void displayOnStatusBar(QString text);
@@ -54,7 +60,6 @@ protected:
 
 private:
     struct Placement;
-    void forgetLostPress();
     Placement placement() const;
     void paintSurroundings(QPainter &painter, const Placement &at) const;
 
