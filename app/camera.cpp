@@ -155,10 +155,10 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
-    // A key held a little longer asks the camera once; it would refuse the next pictures, and be
-    // opened and closed long after the key.
+    // A key held a little longer asks once: the camera would refuse the next pictures, and be
+    // opened and closed long after the key; the browser would show one manual beside the other.
     for (QAction *action :
-         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera})
+         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera, ui->actionAide})
         action->setAutoRepeat(false);
 }
 

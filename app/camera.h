@@ -2,6 +2,7 @@
 
 #include <QCamera>
 #include <QCameraImageCapture>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QImageEncoderSettings>
 #include <QMainWindow>
@@ -155,6 +156,8 @@ private:
     void toggleEffect(int effect);
     void selectCoefficient(int coefficient, const QString &message);
     void stepCoefficient(bool up);
+    void browse();
+    bool isLate(const QKeyEvent &event) const;
 
     std::unique_ptr<Ui_Camera> ui;
     std::unique_ptr<QCamera> camera;
@@ -182,5 +185,6 @@ private:
     std::unique_ptr<QTimer> aTimer;
     std::unique_ptr<QTimer> bTimer;
     std::unique_ptr<Images> images;
+    QElapsedTimer sinceBrowsed; ///< since a key's picture was shown; invalid before the first
     QClipboard *clipboard = nullptr;
 };

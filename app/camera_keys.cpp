@@ -6,16 +6,34 @@
 
 #include <QKeyEvent>
 
+// Repeated faster than pictures can be loaded, a held key would go on leafing after its release.
+// What comes at once after a picture has waited for it.
+bool Camera::isLate(const QKeyEvent &event) const
+{
+    constexpr int soonMs = 10;
+    return event.isAutoRepeat() && sinceBrowsed.isValid() && !sinceBrowsed.hasExpired(soonMs);
+}
+
+void Camera::browse()
+{
+    displayFile(images->currentImage);
+    sinceBrowsed.start();
+}
+
 void Camera::keyPressEvent(QKeyEvent *event)
 {
     switch (event->key()) {
     case Qt::Key_Space:
-        images->getNextImage();
-        displayFile(images->currentImage);
+        if (!isLate(*event)) {
+            images->getNextImage();
+            browse();
+        }
         break;
     case Qt::Key_Backspace:
-        images->getPrevImage();
-        displayFile(images->currentImage);
+        if (!isLate(*event)) {
+            images->getPrevImage();
+            browse();
+        }
         break;
     case Qt::Key_Plus:
     case Qt::Key_Up:

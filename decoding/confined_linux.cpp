@@ -227,10 +227,10 @@ Outcome awaitReport(pid_t child, int reports, const QElapsedTimer &waiting, bool
     Progress last;
     while (true) {
         const int ready = poll(&watched, 1, lookMs);
-        if (ready < 0 && errno == EINTR)
-            continue;
-        if (ready != 0)
+        if (ready > 0)
             break;
+        if (ready < 0 && errno != EINTR)
+            return {};
         const Progress now = progressOf(child);
         const bool sleeps = last.state == "S" && now.state == "S" && now.workedMs == last.workedMs;
         if (canBeStuck && sleeps)

@@ -86,6 +86,27 @@ private slots:
         expectShown(last);
     }
 
+    // A queue of repeated presses would go on leafing when the key is no longer held.
+    void heldKeyDoesNotRunAhead()
+    {
+        constexpr int repeats = 60;
+        makeTree(1, 2 * repeats);
+        open();
+        hold(Qt::Key_Backspace, Qt::NoModifier, repeats);
+        const int shown = paths.indexOf(window->statusText());
+        QVERIFY(shown > paths.size() - 1 - repeats);
+        QVERIFY(shown < paths.size() - 1);
+    }
+
+    void heldKeyLeafs()
+    {
+        makeTree(1, 5);
+        open();
+        press(Qt::Key_Backspace);
+        QTRY_COMPARE(shownAfterRepeated(Qt::Key_Backspace), paths.first());
+        QTRY_COMPARE(shownAfterRepeated(Qt::Key_Space), paths.last());
+    }
+
     void keysStopTheCamera()
     {
         makeTree(1, 1);
@@ -237,6 +258,13 @@ private:
             QMetaObject::invokeMethod(dialog, "accept");
         });
         window->trigger("actionOuvrir_Image");
+    }
+
+    QString shownAfterRepeated(Qt::Key key) const
+    {
+        QKeyEvent repeated(QEvent::KeyPress, key, Qt::NoModifier, QString(), true);
+        QCoreApplication::sendEvent(window.get(), &repeated);
+        return window->statusText();
     }
 
     void expectShown(int number) const

@@ -124,6 +124,14 @@ private slots:
         QVERIFY(browser.opened.at(0) != browser.opened.at(1));
     }
 
+    void heldKeyOpensTheManualOnce()
+    {
+        const Browser browser;
+        openWindow();
+        hold(Qt::Key_F1);
+        QCOMPARE(browser.opened.size(), 1);
+    }
+
     void silenceWhenNothingOpensTheAddress_data()
     {
         QTest::addColumn<QString>("action");

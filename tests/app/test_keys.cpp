@@ -330,16 +330,6 @@ private:
         return event.isAccepted();
     }
 
-    // Long enough for the keyboard to repeat the key.
-    void hold(int key, Qt::KeyboardModifiers modifiers)
-    {
-        for (const bool repeated : {false, true, true, true, true, true}) {
-            qt_handleKeyEvent(window->windowHandle(), QEvent::KeyPress, key, modifiers, QString(),
-                              repeated);
-            QCoreApplication::processEvents();
-        }
-    }
-
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QTest::keyClick(window->windowHandle(), key, modifiers);

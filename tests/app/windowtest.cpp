@@ -32,6 +32,16 @@ void WindowTest::chooseDevice(int number) const
     window->find<QMenu>("menuDevices")->actions().at(3 + number)->trigger();
 }
 
+void WindowTest::hold(int key, Qt::KeyboardModifiers modifiers, int repeats) const
+{
+    for (int presses = 0; presses <= repeats; ++presses) {
+        const bool isRepeated = presses > 0;
+        qt_handleKeyEvent(window->windowHandle(), QEvent::KeyPress, key, modifiers, QString(),
+                          isRepeated);
+        QCoreApplication::processEvents();
+    }
+}
+
 void WindowTest::expectWarning(const QString &title)
 {
     boxes->expect(title, [this](QDialog *dialog) {

@@ -24,6 +24,9 @@ protected:
     /// Chooses the camera of this number, from 0, in the window's menu.
     void chooseDevice(int number) const;
 
+    /// Presses a key and lets the keyboard repeat it so many times, without a pause.
+    void hold(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, int repeats = 6) const;
+
     /// Expects a warning of this title above the window, with OK alone, and presses OK.
     void expectWarning(const QString &title);
 
