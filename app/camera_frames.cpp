@@ -46,7 +46,8 @@ void Camera::updateDisplay()
 void Camera::fProcessing(QImage *pImg, int mode, int effect)
 {
     kivra::FrameTimes seconds;
-    kivra::processFrame(pImg, {mode, effect, lumiere, contraste}, &seconds);
+    const bool isOpaque = videoSurface->isOpaqueFrame(*pImg);
+    kivra::processFrame(pImg, {mode, effect, lumiere, contraste, isOpaque}, &seconds);
 
     // Of an empty picture the times are no numbers; they are only ever shown.
     lastPixelCount = pImg->width() * pImg->height();

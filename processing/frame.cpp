@@ -95,11 +95,11 @@ bool isOpaque(ConstPixels pixels)
 
 // With nothing selected and no coefficient changed, a frame is its own result. Reading it costs
 // less than copying it.
-bool isResult(const QImage &frame, int mode, const Finish &finish)
+bool isResult(const QImage &frame, const FrameSettings &settings, const Finish &finish)
 {
-    const bool isMode = mode >= 1 && mode <= 6;
+    const bool isMode = settings.mode >= 1 && settings.mode <= 6;
     return !isMode && finish.keepsColours() && frame.format() == QImage::Format_RGB32 &&
-           isOpaque(pixelsOf(frame));
+           (settings.isOpaque || isOpaque(pixelsOf(frame)));
 }
 
 ImagePool &results()
@@ -135,7 +135,7 @@ QImage renderFrame(const QImage &frame, const FrameSettings &settings, FrameTime
     FrameTimes spent;
     const double start = tic();
     const Finish finish = finishOf(settings);
-    const bool isDone = isResult(source, settings.mode, finish);
+    const bool isDone = isResult(source, settings, finish);
     spent.effect = toc(start);
     if (isDone)
         results().keepOnly(source.size()); // those of a far larger picture may be left

@@ -17,6 +17,9 @@ struct FrameSettings
     /// Brightness and contrast as CalculerLut() takes them.
     int lumiere = 0;
     int contraste = 100;
+    /// Known to the caller: the alpha of every pixel of the frame is 255. Otherwise they are looked
+    /// at where it matters.
+    bool isOpaque = false;
 };
 
 /// Where the time went, in seconds. A mode other than none writes each pixel with its table and

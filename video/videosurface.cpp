@@ -1,8 +1,9 @@
 #include "video/videosurface.h"
 
+#include "processing/pixelcopy.h"
+
 #include <QVideoSurfaceFormat>
 #include <algorithm>
-#include <cstring>
 
 int iFrame = 0;
 
@@ -34,20 +35,18 @@ bool hasSeveralPlanes(QVideoFrame::PixelFormat format)
     }
 }
 
-// Fills the picture from the start of the block; rows are taken as they lie.
-void copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
+// Fills the picture from the start of the block; rows are taken as they lie. True if every pixel is
+// opaque.
+bool copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
 {
-    const qsizetype room = picture.sizeInBytes();
-    const qsizetype offered = bits ? qsizetype(mappedBytes) - trailer : 0;
-    const qsizetype copied = std::clamp<qsizetype>(offered, 0, room);
-    uchar *const pixels = picture.bits();
-    if (copied > 0)
-        std::memcpy(pixels, bits, size_t(copied));
-
+    constexpr qsizetype pixelBytes = sizeof(QRgb);
+    const qsizetype room = picture.sizeInBytes() / pixelBytes;
     // The word in which the block ends is black as a whole: half a pixel is no colour.
-    const qsizetype firstBlack = copied / qsizetype(sizeof(QRgb));
-    std::fill(reinterpret_cast<QRgb *>(pixels) + firstBlack,
-              reinterpret_cast<QRgb *>(pixels) + room / qsizetype(sizeof(QRgb)), opaqueBlack);
+    const qsizetype offered = bits ? (qsizetype(mappedBytes) - trailer) / pixelBytes : 0;
+    const qsizetype copied = std::clamp<qsizetype>(offered, 0, room);
+    auto *const pixels = reinterpret_cast<QRgb *>(picture.bits());
+    std::fill(pixels + copied, pixels + room, opaqueBlack);
+    return kivra::copyPixels(bits, pixels, copied);
 }
 
 } // namespace
@@ -81,6 +80,11 @@ void VideoSurface::stop()
     QAbstractVideoSurface::stop();
 }
 
+bool VideoSurface::isOpaqueFrame(const QImage &picture) const
+{
+    return opaqueKey != 0 && picture.cacheKey() == opaqueKey;
+}
+
 bool VideoSurface::present(const QVideoFrame &frame)
 {
     if (!frame.isValid() || hasSeveralPlanes(frame.pixelFormat()))
@@ -91,13 +95,14 @@ bool VideoSurface::present(const QVideoFrame &frame)
 
     QImage picture = pool.take(frame.size());
     const bool outOfMemory = picture.isNull() && !frame.size().isEmpty();
-    if (!picture.isNull())
-        copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
+    const bool isOpaque =
+        !picture.isNull() && copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
     mapped.unmap();
     if (outOfMemory)
         return false;
 
     image = picture;
+    opaqueKey = isOpaque ? picture.cacheKey() : 0;
     pool.keep(picture);
     emit frameAvailable();
     ++iFrame;

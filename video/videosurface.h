@@ -35,10 +35,14 @@ public:
     /// The last frame (RGB32; shared, copied on write); null before the first one.
     QImage frame() const { return image; }
 
+    /// True if \a picture shares the pixels of frame() and each of them is opaque.
+    bool isOpaqueFrame(const QImage &picture) const;
+
 signals:
     void frameAvailable();
 
 private:
     QImage image;
+    qint64 opaqueKey = 0; ///< of the last frame that was opaque; changes with its pixels
     kivra::ImagePool pool;
 };

@@ -21,6 +21,7 @@ constexpr Isa version = Isa::Avx2;
 
 const Kernels avx2Kernels{version,
                           isOpaque,
+                          copy,
                           opaque,
                           negative,
                           grey,

@@ -45,6 +45,19 @@ KIVRA_LOOP bool isOpaque(const Pixel *pixels, int n)
     return common == opaqueAlpha;
 }
 
+KIVRA_LOOP bool copy(const std::byte *from, Pixel *to, int n)
+{
+    Pixel common = opaqueAlpha;
+    KIVRA_SAME_ROW
+    for (int i = 0; i < n; ++i) {
+        Pixel pixel = 0;
+        std::memcpy(&pixel, from + std::ptrdiff_t{i} * std::ptrdiff_t{sizeof pixel}, sizeof pixel);
+        common &= pixel;
+        to[i] = pixel;
+    }
+    return common == opaqueAlpha;
+}
+
 KIVRA_LOOP void opaque(const Pixel *from, Pixel *to, int n)
 {
     KIVRA_SAME_ROW

@@ -15,6 +15,7 @@ constexpr Isa version = Isa::Portable;
 
 const Kernels portableKernels{version,
                               isOpaque,
+                              copy,
                               opaque,
                               negative,
                               grey,

@@ -17,6 +17,7 @@ constexpr Isa version = Isa::Sse41;
 
 const Kernels sse41Kernels{version,
                            isOpaque,
+                           copy,
                            opaque,
                            negative,
                            grey,

@@ -139,6 +139,11 @@ void TestFrame::opaqueFrameThatNothingChangesIsItsOwnResult()
         KIVRA_COMPARE_PICTURES(renderFrame(picture, {}), whole);
         picture = whole;
     }
+    FrameSettings known;
+    known.isOpaque = true; // then nobody looks
+    picture.setPixel(0, 0, 0xFF112233U);
+    reinterpret_cast<unsigned int *>(picture.scanLine(0))[0] = 0x00112233U;
+    QVERIFY(isShared(known));
 }
 
 void TestFrame::negativeOfAPixel()

@@ -7,6 +7,7 @@
 
 #include <QRandomGenerator>
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <numeric>
 #include <opencv2/imgproc.hpp>
@@ -115,6 +116,7 @@ private slots:
     void everyVersionNotesThatItRan();
     void pixelKernelsAgreeAtEveryLength();
     void oneTranslucentPixelIsFoundAtEveryPlace();
+    void copyTakesPixelsAtAnyAddress();
     void byteKernelsAgreeAtEveryLength();
     void lookUpAgreesAtEveryLength();
     void chooseAgreesAtEveryLength();
@@ -205,6 +207,31 @@ void TestKernels::oneTranslucentPixelIsFoundAtEveryPlace()
         QVERIFY(!version->isOpaque(row.data(), longest));
         QVERIFY(version->isOpaque(row.data(), static_cast<int>(place)));
         row[place] = 0xFFFFFFFFU;
+    }
+}
+
+void TestKernels::copyTakesPixelsAtAnyAddress()
+{
+    for (const std::size_t misplaced : {0U, 1U, 2U, 3U}) {
+        for (int n = 0; n <= longest; ++n) {
+            const auto count = static_cast<std::size_t>(n);
+            Words expected(count, 0xFF123456U);
+            std::vector<std::byte> block(misplaced + count * sizeof(Pixel));
+            Words copied(count + 1, sentinel);
+            const auto copy = [&] {
+                if (n > 0)
+                    std::memcpy(block.data() + misplaced, expected.data(), count * sizeof(Pixel));
+                return version->copy(block.data() + misplaced, copied.data(), n);
+            };
+            QVERIFY(copy());
+            for (std::size_t place = 0; place < count; ++place) {
+                expected[place] = 0xFE000000U + static_cast<Pixel>(place);
+                QVERIFY(!copy());
+                QVERIFY(std::equal(expected.begin(), expected.end(), copied.begin()));
+                QCOMPARE(copied.back(), sentinel);
+                expected[place] = 0xFFABCDEFU;
+            }
+        }
     }
 }
 

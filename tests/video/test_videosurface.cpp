@@ -314,6 +314,35 @@ private slots:
         QCOMPARE(bytesOf(held), before);
     }
 
+    void opaqueFrameIsKnown()
+    {
+        const QSize size(8, 8);
+        const QByteArray opaque(size.width() * size.height() * 4, '\xff');
+        VideoSurface surface;
+        QVERIFY(!surface.isOpaqueFrame(surface.frame()));
+        QVERIFY(surface.present(frameOver(opaque, size)));
+        const QImage first = surface.frame();
+        QVERIFY(surface.isOpaqueFrame(first));
+        QImage edited = first;
+        edited.setPixel(0, 0, 0);
+        QVERIFY(!surface.isOpaqueFrame(edited));
+        QVERIFY(!surface.isOpaqueFrame(QImage()));
+
+        const int places = opaque.size() / 4;
+        const int lastCopied = places - 1 - trailer / 4;
+        for (int place = 0; place < places; ++place) {
+            QByteArray memory = opaque;
+            memory[place * 4 + 3] = '\xfe'; // its alpha
+            QVERIFY(surface.present(frameOver(memory, size)));
+            QVERIFY(!surface.isOpaqueFrame(first)); // the last frame alone is known
+            QCOMPARE(surface.isOpaqueFrame(surface.frame()), place > lastCopied);
+        }
+        QVERIFY(surface.present(frameOver(QByteArray(), size)));
+        QVERIFY(surface.isOpaqueFrame(surface.frame())); // black as a whole
+        surface.stop();
+        QVERIFY(!surface.isOpaqueFrame(surface.frame()));
+    }
+
     void stopLeavesRed()
     {
         const QSize size(8, 8);
