@@ -78,6 +78,8 @@ void Camera::setUpForm()
     setWindowTitle(QStringLiteral("Kivra"));
     makeAccessible(this, *ui);
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
+    ui->msgDisplay
+        ->hide(); // while it has no text, it would be painted over every frame all the same
     ui->displayWidget->busy = true;
     ui->toolBar->setVisible(false);
     setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));

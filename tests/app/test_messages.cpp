@@ -68,6 +68,16 @@ private slots:
         QCOMPARE(window->statusText(), start);
     }
 
+    // It would be painted with every frame.
+    void emptyMessageIsHiddenFromTheStart()
+    {
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        open();
+        QVERIFY(label()->isHidden());
+        window->trigger("actionContraste");
+        QVERIFY(label()->isVisible());
+    }
+
     void timers()
     {
         open();
