@@ -78,8 +78,7 @@ void Camera::setUpForm()
     setWindowTitle(QStringLiteral("Kivra"));
     makeAccessible(this, *ui);
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
-    ui->msgDisplay
-        ->hide(); // while it has no text, it would be painted over every frame all the same
+    ui->msgDisplay->hide(); // even without a text it would be painted over every frame
     ui->displayWidget->busy = true;
     ui->toolBar->setVisible(false);
     setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));
@@ -172,15 +171,6 @@ void Camera::startTimers()
     bTimer = std::make_unique<QTimer>();
     bTimer->setInterval(messageMs);
     connect(bTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
-}
-
-// A modal box that opened while a mouse button was down has swallowed the release. The view sees
-// that by itself, but for a press that came from no device.
-bool Camera::event(QEvent *event)
-{
-    if (event->type() == QEvent::WindowUnblocked && isVisible())
-        ui->displayWidget->forgetLostPress();
-    return QMainWindow::event(event);
 }
 
 void Camera::closeEvent(QCloseEvent *event)

@@ -36,7 +36,6 @@ public:
     ~Camera() override;
 
 protected:
-    bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
@@ -156,8 +155,8 @@ private:
     void toggleEffect(int effect);
     void selectCoefficient(int coefficient, const QString &message);
     void stepCoefficient(bool up);
-    void browse();
-    bool isLate(const QKeyEvent &event) const;
+    /// Takes a step among the stored pictures and shows where it leads, for a key.
+    void browse(const QKeyEvent &key, void (Images::*step)());
 
     std::unique_ptr<Ui_Camera> ui;
     std::unique_ptr<QCamera> camera;

@@ -7,15 +7,13 @@
 #include <QKeyEvent>
 
 // Repeated faster than pictures can be loaded, a held key would go on leafing after its release.
-// What comes at once after a picture has waited for it.
-bool Camera::isLate(const QKeyEvent &event) const
+// What comes at once after a picture has waited for it, and is no longer meant.
+void Camera::browse(const QKeyEvent &key, void (Images::*step)())
 {
     constexpr int soonMs = 10;
-    return event.isAutoRepeat() && sinceBrowsed.isValid() && !sinceBrowsed.hasExpired(soonMs);
-}
-
-void Camera::browse()
-{
+    if (key.isAutoRepeat() && sinceBrowsed.isValid() && !sinceBrowsed.hasExpired(soonMs))
+        return;
+    (images.get()->*step)();
     displayFile(images->currentImage);
     sinceBrowsed.start();
 }
@@ -24,16 +22,10 @@ void Camera::keyPressEvent(QKeyEvent *event)
 {
     switch (event->key()) {
     case Qt::Key_Space:
-        if (!isLate(*event)) {
-            images->getNextImage();
-            browse();
-        }
+        browse(*event, &Images::getNextImage);
         break;
     case Qt::Key_Backspace:
-        if (!isLate(*event)) {
-            images->getPrevImage();
-            browse();
-        }
+        browse(*event, &Images::getPrevImage);
         break;
     case Qt::Key_Plus:
     case Qt::Key_Up:

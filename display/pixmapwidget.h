@@ -19,14 +19,9 @@ public:
     ~PixmapWidget() override;
 
     /// True while a mouse button is held on the view and while the window processes a frame: live
-    /// frames that arrive meanwhile are dropped.
+    /// frames that arrive meanwhile are dropped. It ends soon after the button is let go, even
+    /// where a menu or a modal box that has opened in between takes the release.
     bool busy = false;
-
-    /// Lets live frames flow again when the release of a pressed button went elsewhere, as when a
-    /// modal box or a menu opened in between: at once, or soon after no button is down any more.
-    /// The view sees to it by itself after each press that the application knows of; presses that
-    /// were sent to the view alone, by a program, are not among them.
-    void forgetLostPress();
 
 signals:
     /// For the window's status bar; so far the view has nothing to say there.
@@ -60,6 +55,7 @@ protected:
 
 private:
     struct Placement;
+    void forgetLostPress();
     Placement placement() const;
     void paintSurroundings(QPainter &painter, const Placement &at) const;
 

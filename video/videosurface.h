@@ -35,7 +35,8 @@ public:
     /// The last frame (RGB32; shared, copied on write); null before the first one.
     QImage frame() const { return image; }
 
-    /// True if \a picture shares the pixels of frame() and each of them is opaque.
+    /// True if \a picture shares the pixels of the last frame and the alpha of each is 255. False
+    /// for a null picture, and after stop().
     bool isOpaqueFrame(const QImage &picture) const;
 
 signals:

@@ -28,11 +28,6 @@ using kivra::test::WindowTest;
 
 namespace {
 
-QStringList storedFiles()
-{
-    return Sandbox::instance().storedFiles();
-}
-
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);

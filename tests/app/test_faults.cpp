@@ -25,11 +25,6 @@ using Answer = TestCamera::Answer;
 const QString cameraError = QStringLiteral("Camera error");
 const QString captureError = QStringLiteral("Image Capture Error");
 
-QStringList storedFiles()
-{
-    return Sandbox::instance().storedFiles();
-}
-
 // A frame of a format that the surface has not asked for.
 QVideoFrame foreignFrame(QVideoFrame::PixelFormat format, const QSize &size, int bytesPerPixel)
 {

@@ -1,6 +1,7 @@
 // The message on the picture and the status line.
 
 #include "tests/app/windowtest.h"
+#include "tests/support/patience.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
@@ -11,13 +12,13 @@
 #include <QTimer>
 
 using kivra::test::gradient;
+using kivra::test::patienceMs;
 using kivra::test::storeSetting;
 using kivra::test::Window;
 using kivra::test::WindowTest;
 
 namespace {
 
-constexpr int patienceMs = 30000;
 const QString start = QStringLiteral("caméra active");
 const QString figures = QStringLiteral(
     "^(\\d+) fps --- (\\S+) Mp --- traitement (\\S+) ms/Mp --- affichage (\\S+) ms/Mp$");

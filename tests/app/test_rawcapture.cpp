@@ -2,6 +2,7 @@
 // disk is what the dialog said.
 
 #include "tests/app/windowtest.h"
+#include "tests/support/patience.h"
 #include "tests/support/testmain.h"
 
 #include <QComboBox>
@@ -9,13 +10,12 @@
 #include <QImageReader>
 #include <QSlider>
 
+using kivra::test::patienceMs;
 using kivra::test::Sandbox;
 using kivra::test::Window;
 using kivra::test::WindowTest;
 
 namespace {
-
-constexpr int patienceMs = 30000; // the demonstration camera draws its pictures, and large ones
 
 QString onlyStoredFile()
 {

@@ -97,9 +97,9 @@ private slots:
     void dialogIsAWindowOfItsOwn()
     {
         answerDialog([](QDialog *dialog) {
-            dialog->reject(); // it lives on until its program takes notice
             QVERIFY(!dialog->parent());
             QCOMPARE(dialog->windowModality(), Qt::ApplicationModal);
+            dialog->reject();
         });
     }
 

@@ -1,7 +1,5 @@
 #include "tests/app/windowtest.h"
 
-#include "tests/support/sandbox.h"
-
 #include <QMenu>
 #include <QMessageBox>
 
@@ -45,12 +43,12 @@ void WindowTest::hold(int key, Qt::KeyboardModifiers modifiers, int repeats) con
 void WindowTest::expectWarning(const QString &title)
 {
     boxes->expect(title, [this](QDialog *dialog) {
-        dialog->accept(); // it lives on until its program takes notice
         const auto *const box = qobject_cast<const QMessageBox *>(dialog);
         QVERIFY(box);
         QCOMPARE(box->icon(), QMessageBox::Warning);
         QCOMPARE(box->standardButtons(), QMessageBox::Ok);
         QCOMPARE(box->parent(), window.get());
+        QTest::keyClick(dialog, Qt::Key_Return);
     });
 }
 

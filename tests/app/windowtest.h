@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/app/window.h"
+#include "tests/support/sandbox.h"
 
 #include <QObject>
 #include <memory>
@@ -27,9 +28,12 @@ protected:
     /// Presses a key and lets the keyboard repeat it so many times, without a pause.
     void hold(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, int repeats = 6) const;
 
-    /// Expects a warning of this title above the window, with OK alone, and presses OK.
+    /// Expects a warning of this title above the window, with OK alone, and answers it by
+    /// the key of its default button.
     void expectWarning(const QString &title);
 
+    /// Paths of all files in the folder of documents.
+    static QStringList storedFiles() { return Sandbox::instance().storedFiles(); }
     static TestCamera &device() { return TestCamera::instance(); }
 
     std::unique_ptr<Boxes> boxes;

@@ -1,4 +1,5 @@
 #include "tests/democamera/framerecorder.h"
+#include "tests/support/patience.h"
 #include "tests/support/testmain.h"
 
 #include <QCamera>
@@ -17,8 +18,6 @@
 namespace kivra::test {
 
 namespace {
-
-constexpr int patienceMs = 30000; // the camera draws its pictures, some of them large
 
 /// A demonstration device with a surface, as a window has it.
 struct Rig

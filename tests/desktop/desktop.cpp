@@ -122,16 +122,10 @@ void Desktop::click(const QPoint &at, int button) const
     xdo(QStringLiteral("click %1").arg(button));
 }
 
-bool Desktop::doubleClickUntil(const std::function<bool()> &there, const QPoint &at) const
+void Desktop::doubleClick(const QPoint &at) const
 {
-    constexpr int attempts = 6;
     moveTo(at);
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
-        if (QTest::qWaitFor(there, patienceMs / attempts))
-            return true;
-    }
-    return false;
+    xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
 }
 
 // Empty while the keyboard goes from one window to another.

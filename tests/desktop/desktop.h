@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/patience.h"
+
 #include <QColor>
 #include <QImage>
 #include <QPoint>
@@ -7,13 +9,8 @@
 #include <QSize>
 #include <QStringList>
 #include <QTemporaryDir>
-#include <functional>
 
 namespace kivra::test {
-
-/// How long to wait for what a screen is to show or a program to do: both take their time on a busy
-/// machine.
-constexpr int patienceMs = 30000;
 
 /// A window manager on the X server of this test, and the built program in it, driven by X events.
 ///
@@ -50,9 +47,7 @@ public:
     void key(const QString &name) const { xdo(QStringLiteral("key ") + name); }
     void moveTo(const QPoint &at) const;
     void click(const QPoint &at, int button = 1) const;
-    /// Double-clicks until what that brings about is there; false if it never is. On a busy machine
-    /// the second press may come too late to count.
-    bool doubleClickUntil(const std::function<bool()> &there, const QPoint &at) const;
+    void doubleClick(const QPoint &at) const;
     /// A left click at a place counted from the corner of the window's content.
     void clickInWindow(const QPoint &at) const;
     /// The same in the dialog that has the keyboard.

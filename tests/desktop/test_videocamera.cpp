@@ -445,8 +445,8 @@ int TestVideoCamera::shownWidth() const
 // has just started anew may not be ready for it, with a box or without; then it is asked again.
 QString TestVideoCamera::newPicture(const QStringList &before) const
 {
-    constexpr int attempts = 10;
-    constexpr int attemptMs = 3000;
+    constexpr int attempts = 4;
+    constexpr int attemptMs = patienceMs / attempts;
     QString path;
     const auto complete = [&] {
         for (const QString &stored : Sandbox::instance().storedFiles()) {

@@ -314,6 +314,22 @@ private slots:
         QCOMPARE(bytesOf(held), before);
     }
 
+    void largeFrameIsCopiedWhole()
+    {
+        const QSize size(1200, 1000);
+        const QByteArray opaque = bytesOf(gradient(size));
+        VideoSurface surface;
+        QVERIFY(surface.present(frameOver(opaque, size)));
+        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenBlack(opaque, size));
+        QVERIFY(surface.isOpaqueFrame(surface.frame()));
+        for (const int place : {0, 600 * 1000, 1200 * 990}) {
+            QByteArray memory = opaque;
+            memory[place * 4 + 3] = '\x7f'; // its alpha
+            QVERIFY(surface.present(frameOver(memory, size)));
+            QVERIFY(!surface.isOpaqueFrame(surface.frame()));
+        }
+    }
+
     void opaqueFrameIsKnown()
     {
         const QSize size(8, 8);
