@@ -205,12 +205,28 @@ Progress progressOf(pid_t child)
     return {fields.value(0), ticks * 1000 / sysconf(_SC_CLK_TCK)};
 }
 
-// True while a child waits for its turn, as it does where other programs keep the processor busy:
-// it is ready to run and has not had the time that it may have.
-bool isKeptWaiting(const Progress &progress)
+// The time that a decoding may take.
+class TimeLimit
 {
-    return progress.state == "R" && progress.workedMs < mostDecodingMs;
-}
+public:
+    explicit TimeLimit(int ms)
+        : mostMs(ms)
+    {
+        waiting.start();
+    }
+
+    // False as long as a child waits for its turn, as it does where other programs keep the
+    // processor busy: it is ready to run and has not had the time that it may have.
+    bool isUsedUp(const Progress &progress) const
+    {
+        const bool isKeptWaiting = progress.state == "R" && progress.workedMs < mostMs;
+        return waiting.elapsed() >= mostMs && !isKeptWaiting;
+    }
+
+private:
+    int mostMs;
+    QElapsedTimer waiting;
+};
 
 struct Outcome
 {
@@ -220,7 +236,7 @@ struct Outcome
 
 // What the child reports in time. A reader works and never sleeps: a child that does waits for a
 // lock that another thread held at the fork, and which nobody will release in the child.
-Outcome awaitReport(pid_t child, int reports, const QElapsedTimer &waiting, bool canBeStuck)
+Outcome awaitReport(pid_t child, int reports, const TimeLimit &limit, bool canBeStuck)
 {
     constexpr int lookMs = 50;
     pollfd watched = {reports, POLLIN, 0};
@@ -235,7 +251,7 @@ Outcome awaitReport(pid_t child, int reports, const QElapsedTimer &waiting, bool
         const bool sleeps = last.state == "S" && now.state == "S" && now.workedMs == last.workedMs;
         if (canBeStuck && sleeps)
             return {{}, true};
-        if (waiting.elapsed() >= mostDecodingMs && !isKeptWaiting(now))
+        if (limit.isUsedUp(now))
             return {};
         last = now;
     }
@@ -266,7 +282,7 @@ QImage pictureIn(const SharedMemoryPtr &memory, const QSize &size)
                   std::make_unique<SharedMemoryPtr>(memory).release());
 }
 
-Outcome decodeOnce(const QByteArray &content, SharedMemory &memory, const QElapsedTimer &waiting,
+Outcome decodeOnce(const QByteArray &content, SharedMemory &memory, const TimeLimit &limit,
                    bool canBeStuck)
 {
     std::array<int, 2> ends = {-1, -1};
@@ -284,7 +300,7 @@ Outcome decodeOnce(const QByteArray &content, SharedMemory &memory, const QElaps
         decodeInChild(content, memory, reporting.get());
     }
     reporting.close();
-    const Outcome outcome = awaitReport(child, reports.get(), waiting, canBeStuck);
+    const Outcome outcome = awaitReport(child, reports.get(), limit, canBeStuck);
     endChild(child); // from here on, nobody else changes the memory or its size
     memory.update();
     return outcome;
@@ -307,19 +323,18 @@ QByteArray contentOfFile(const QString &path)
     return file.read(is.st_size);
 }
 
-QImage decodeConfined(const QByteArray &content)
+QImage decodeConfined(const QByteArray &content, int mostMs)
 {
     constexpr int mostAttempts = 4;
     const SharedMemoryPtr memory = takeMemory();
     if (!memory->isOpen())
         return {};
-    QElapsedTimer waiting;
-    waiting.start();
+    const TimeLimit limit(mostMs);
     Outcome outcome;
     int attempt = 0;
     do {
         ++attempt;
-        outcome = decodeOnce(content, *memory, waiting, attempt < mostAttempts);
+        outcome = decodeOnce(content, *memory, limit, attempt < mostAttempts);
     } while (outcome.stuck);
     dropLargeMemory(memory);
     const std::optional<Report> &report = outcome.report;

@@ -16,7 +16,7 @@ QByteArray contentOfFile(const QString &path)
     return file.read(is.size());
 }
 
-QImage decodeConfined(const QByteArray &content)
+QImage decodeConfined(const QByteArray &content, int /*mostMs*/)
 {
     QImage picture;
     const QSize size = decodePicture(content, [&](const QSize &wanted) {

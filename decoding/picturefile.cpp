@@ -30,11 +30,11 @@ QString withSuffix(const QString &path)
 
 } // namespace
 
-QImage loadPicture(const QString &path)
+QImage loadPicture(const QString &path, int mostMs)
 {
     formats();
     const QByteArray content = contentOfFile(withSuffix(path));
-    return content.isEmpty() ? QImage() : decodeConfined(content);
+    return content.isEmpty() ? QImage() : decodeConfined(content, mostMs);
 }
 
 } // namespace kivra

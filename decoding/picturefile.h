@@ -8,9 +8,9 @@ namespace kivra {
 /// The largest file that is opened, in bytes: 512 MiB.
 constexpr qint64 mostFileBytes = qint64(512) << 20;
 
-/// How long the decoding of a file's content may take, in milliseconds; where other programs keep
-/// the processor busy, as much of its time. The reading of the file itself is not limited: a slow
-/// disk is no fault of the picture.
+/// How long the decoding of a file's content may take while a user waits, in milliseconds; where
+/// other programs keep the processor busy, as much of its time. The reading of the file itself is
+/// not limited: a slow disk is no fault of the picture.
 constexpr int mostDecodingMs = 1800;
 
 /// How much memory the decoding may take on the way, in bytes: 2 GiB.
@@ -22,11 +22,11 @@ constexpr qint64 mostDecodingBytes = qint64(2) << 30;
 ///
 /// Null when the file cannot be read, is no regular file (a folder, a pipe, a device), is larger
 /// than mostFileBytes, is no picture or one of more than mostPixels (decoding/decoder.h), or is one
-/// whose decoding crashes or needs more than mostDecodingMs or mostDecodingBytes.
+/// whose decoding crashes or needs more than mostMs or mostDecodingBytes.
 ///
 /// On Linux the decoding happens in a child process without an own program, which is gone when the
 /// call returns: so no file, whatever its content, takes the calling process with it. Elsewhere it
 /// happens in the calling process, and only the limits of size hold.
-QImage loadPicture(const QString &path);
+QImage loadPicture(const QString &path, int mostMs = mostDecodingMs);
 
 } // namespace kivra
