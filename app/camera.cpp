@@ -11,6 +11,7 @@
 #include <QClipboard>
 #include <QCloseEvent>
 #include <QGuiApplication>
+#include <QLayout>
 #include <QScreen>
 #include <QTimer>
 
@@ -77,12 +78,22 @@ void Camera::setUpForm()
     ui->setupUi(this);
     setWindowTitle(QStringLiteral("Kivra"));
     makeAccessible(this, *ui);
-    ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
-    ui->msgDisplay->hide(); // even without a text it would be painted over every frame
     ui->displayWidget->busy = true;
     ui->toolBar->setVisible(false);
+    layOut();
+    ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
+    ui->msgDisplay->hide(); // even without a text it would be painted over every frame
     setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));
     setFocus(Qt::OtherFocusReason);
+}
+
+// A window is laid out when it is shown. A picture that it starts with is fitted to the view before
+// that, and the message's label, hidden from the start, would never be given its place.
+void Camera::layOut()
+{
+    layout()->activate();
+    centralWidget()->layout()->activate();
+    ui->displayWidget->layout()->activate();
 }
 
 // The reduced field is off unless the last settings are wanted; then it is on unless stored as off.
@@ -171,6 +182,12 @@ void Camera::startTimers()
     bTimer = std::make_unique<QTimer>();
     bTimer->setInterval(messageMs);
     connect(bTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
+}
+
+// No entry of the menus has a text for the status bar; the window would clear it at each.
+bool Camera::event(QEvent *event)
+{
+    return event->type() == QEvent::StatusTip || QMainWindow::event(event);
 }
 
 void Camera::closeEvent(QCloseEvent *event)

@@ -36,6 +36,7 @@ public:
     ~Camera() override;
 
 protected:
+    bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
@@ -142,6 +143,7 @@ private:
 
     // Steps of the construction
     void setUpForm();
+    void layOut();
     void readSettings();
     QByteArray fillDeviceMenu();
     void groupActions();
@@ -155,6 +157,7 @@ private:
     void toggleEffect(int effect);
     void selectCoefficient(int coefficient, const QString &message);
     void stepCoefficient(bool up);
+    void endLivePicture();
     /// Takes a step among the stored pictures and shows where it leads, for a key.
     void browse(const QKeyEvent &key, void (Images::*step)());
 

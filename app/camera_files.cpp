@@ -11,17 +11,15 @@
 #include <QFileInfo>
 #include <QMessageBox>
 
-namespace {
-
 // A camera that is not running, such as one that was unplugged, would be loaded by a call to stop,
-// and a box would tell that this fails.
-void endLivePicture(QCamera &camera)
+// and a box would tell that this fails. Start and Stop may still say that it runs.
+void Camera::endLivePicture()
 {
-    if (camera.state() == QCamera::ActiveState)
-        camera.stop();
+    if (camera->state() == QCamera::ActiveState)
+        camera->stop();
+    else
+        updateCameraState(camera->state());
 }
-
-} // namespace
 
 void Camera::displayFile(const QString &path)
 {
@@ -34,7 +32,7 @@ void Camera::displayFile(const QString &path)
         return;
     }
     imagePath = path;
-    endLivePicture(*camera);
+    endLivePicture();
     coefZoom = 100;
     PixmapWidget *const view = ui->displayWidget;
     view->setZoomFactor(1.0F);
@@ -47,7 +45,7 @@ void Camera::displayFile(const QString &path)
 // A cancelled dialog is not told apart: the failed loading of no file tells the user.
 void Camera::on_actionOuvrir_Image_triggered()
 {
-    endLivePicture(*camera);
+    endLivePicture();
     const QString file = QFileDialog::getOpenFileName(nullptr, QStringLiteral("Ouvrir image"),
                                                       getDir(QStringLiteral("tableaux")),
                                                       QStringLiteral("Files (*.*)"));

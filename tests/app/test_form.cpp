@@ -404,14 +404,6 @@ private slots:
         }
     }
 
-    void metaTypesAreRegistered()
-    {
-        const Window window;
-        for (const char *name : {"QCamera::LockStatus", "QCamera::LockChangeReason",
-                                 "QCamera::State", "QCameraImageCapture::Error"})
-            QVERIFY2(QMetaType::isRegistered(QMetaType::type(name)), name);
-    }
-
     void modesAndEffectsAreExclusive()
     {
         const Window window;

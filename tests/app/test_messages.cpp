@@ -5,7 +5,10 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
+#include <QApplication>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStatusBar>
@@ -102,6 +105,24 @@ private slots:
         QCOMPARE(window->statusTimeMs(), 0);
     }
 
+    // Neither the titles nor the entries have a text of their own for the status bar.
+    void menusLeaveTheStatusLine()
+    {
+        open();
+        QMenuBar *const bar = window->menuBar();
+        for (QAction *title : bar->actions()) {
+            QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(title).center());
+            QTRY_COMPARE(QApplication::activePopupWidget(), title->menu());
+            QTest::keyClick(title->menu(), Qt::Key_Down);
+            QTest::keyClick(title->menu(), Qt::Key_Down);
+            QCOMPARE(window->statusText(), start);
+            QTest::keyClick(title->menu(), Qt::Key_Escape);
+            QTRY_VERIFY(!QApplication::activePopupWidget());
+            QTest::keyClick(bar, Qt::Key_Escape);
+            QCOMPARE(window->statusText(), start);
+        }
+    }
+
     void preferencesActFromTheNextMessage()
     {
         open();
@@ -116,6 +137,13 @@ private slots:
         window->trigger("actionZoom"); // even when no message is wanted
         QCOMPARE(label()->parentWidget(), window->centralWidget());
         QVERIFY(!label()->isVisible());
+    }
+
+    void messageBeginsAtTheCornerOfThePicture()
+    {
+        openWithMessages();
+        QCOMPARE(label()->pos(), window->probe.view()->geometry().topLeft());
+        QVERIFY(label()->pos() != QPoint(0, 0)); // the view has a margin around it
     }
 
     void messageLooks()

@@ -222,6 +222,20 @@ private slots:
         QVERIFY(!window->action("actionStopCamera")->isEnabled());
     }
 
+    void pictureWithoutACameraPutsStartRight()
+    {
+        device().setDevices({});
+        boxes->expect(QStringLiteral("Camera error"));
+        window = std::make_unique<Window>();
+        boxes->expect(QStringLiteral("Camera error"));
+        window->trigger("actionCamera"); // now they say that it runs
+        const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
+        QVERIFY(kivra::test::gradient({30, 20}).save(path));
+        window->probe.displayFile(path);
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        QVERIFY(!window->action("actionStopCamera")->isEnabled());
+    }
+
     void pictureOfTheCommandLine()
     {
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
@@ -233,6 +247,22 @@ private slots:
         QCOMPARE(window->statusText(), path);
         QVERIFY(window->action("actionStartCamera")->isEnabled());
         QVERIFY(!window->probe.view()->busy);
+    }
+
+    // The view has no width of its own before the window is shown.
+    void pictureOfTheCommandLineIsFittedToTheWidth()
+    {
+        _imgAOuvrir = Sandbox::instance().documents() + QStringLiteral("/bande.png");
+        QImage red(300, 20, QImage::Format_RGB32);
+        red.fill(Qt::red);
+        QVERIFY(red.save(_imgAOuvrir));
+        window = std::make_unique<Window>();
+        const QImage shown = window->probe.view()->grab().toImage();
+        QVERIFY(shown.width() > 600);
+        const int middle = shown.height() / 2;
+        QCOMPARE(shown.pixelColor(1, middle), QColor(Qt::red));
+        QCOMPARE(shown.pixelColor(shown.width() - 2, middle), QColor(Qt::red));
+        QVERIFY(shown.pixelColor(shown.width() / 2, middle - shown.width() / 20) != Qt::red);
     }
 
     void missingPictureOfTheCommandLine()
@@ -267,14 +297,14 @@ private slots:
 
     void closeWaitsForTheCapture()
     {
-        window = std::make_unique<Window>();
+        openWindow();
         window->probe.setCaptureInProgress(true);
         QVERIFY(!window->close());
         QVERIFY(window->isVisible());
         QVERIFY(!window->isEnabled());
         QVERIFY(window->probe.closePending());
-        window->call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
-        QVERIFY(!window->isVisible());
+        device().raiseSaved(1, QString());
+        QTRY_VERIFY(!window->isVisible());
         QVERIFY(!window->probe.captureInProgress());
     }
 

@@ -38,7 +38,7 @@ public:
     /// killed.
     int close();
     bool running() const { return program.state() == QProcess::Running; }
-    /// What the program wrote so far.
+    /// What the program wrote since the last call.
     QString log();
 
     /// Runs xdotool with these words, separated by blanks; its output. Fails the process when

@@ -3,6 +3,8 @@
 #include "tests/desktop/desktop.h"
 #include "tests/support/testmain.h"
 
+#include <QDir>
+
 using kivra::test::Desktop;
 using kivra::test::extentOf;
 using kivra::test::patienceMs;
@@ -41,6 +43,20 @@ private slots:
     {
         QVERIFY(desktop->start({path()}));
         QTRY_VERIFY_WITH_TIMEOUT(!extentOf(desktop->windowContent(), purple).isEmpty(), patienceMs);
+        const QImage content = desktop->windowContent();
+        constexpr int margins = 40; // of the window, both together, and some
+        QVERIFY(extentOf(content, purple).width() > content.width() - margins);
+    }
+
+    void currentFolderIsTraced()
+    {
+        QVERIFY(desktop->start());
+        QString log;
+        const auto isTraced = [&] {
+            log += desktop->log();
+            return log.contains(QDir::currentPath());
+        };
+        QVERIFY(QTest::qWaitFor(isTraced, patienceMs));
     }
 
     // The window would wait behind a box if the second one were opened too.
