@@ -121,8 +121,11 @@ void Camera::setExposureCompensation(int index)
     camera->exposure()->setExposureCompensation(index * stopsPerStep);
 }
 
+// A device may also fail while it is let go, which nobody need know.
 void Camera::displayCameraError()
 {
+    if (!camera)
+        return;
     QMessageBox::warning(this, tr("Camera error"), camera->errorString());
 }
 

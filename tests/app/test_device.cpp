@@ -1,5 +1,6 @@
 // The camera device under the window: switching, starting, stopping, locks, exposure, errors.
 
+#include "storage/settings.h"
 #include "tests/app/windowtest.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
@@ -84,6 +85,7 @@ private slots:
         window->trigger("actionStartCamera");
         QTRY_VERIFY(device().isRunning());
         QCOMPARE(window->probe.coefZoom(), 400);
+        QCOMPARE(settingsStore().value(QStringLiteral("params/zoom")).toInt(), 400);
         QVERIFY(device().pushPicture(gradient({64, 48})));
         QCOMPARE(shownWidth(), 64);
     }
@@ -238,8 +240,8 @@ private slots:
         QTRY_VERIFY(device().isRunning());
         QVERIFY(window->probe.captureInProgress());
         QVERIFY(!window->close());
-        window->call("imageSaved", Q_ARG(int, 1), Q_ARG(QString, QString()));
-        QVERIFY(!window->isVisible());
+        device().raiseSaved(1, QString());
+        QTRY_VERIFY(!window->isVisible());
     }
 
     void locks()

@@ -68,6 +68,7 @@ private:
     void unpluggedUnderTheImageSettings();
     void unpluggedUnderAHeldButton();
     void unpluggedUnderABox();
+    void failingWhenLetGo();
     // Frames
     void stoppedFrames();
     void changingSizes();
@@ -114,6 +115,7 @@ void TestFaults::fault_data()
         << &TestFaults::unpluggedUnderTheImageSettings;
     QTest::newRow("unplugged under a held button") << &TestFaults::unpluggedUnderAHeldButton;
     QTest::newRow("unplugged under a box") << &TestFaults::unpluggedUnderABox;
+    QTest::newRow("failing when let go") << &TestFaults::failingWhenLetGo;
     QTest::newRow("frames stop") << &TestFaults::stoppedFrames;
     QTest::newRow("frames change their size") << &TestFaults::changingSizes;
     QTest::newRow("format changes") << &TestFaults::changingFormats;
@@ -300,6 +302,17 @@ void TestFaults::unpluggedUnderABox()
     device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
     QTRY_COMPARE(boxes->answered(), 2);
     plugIn();
+}
+
+// Nobody has to hear of a device that has done its work; the same happens when the window goes.
+void TestFaults::failingWhenLetGo()
+{
+    device().setService(TestCamera::Service::FailsAtTheEnd);
+    plugInTwo();
+    open();
+    chooseDevice(1);
+    QTRY_VERIFY(device().isRunning());
+    QCOMPARE(device().record().device, QByteArray("deux"));
 }
 
 void TestFaults::stoppedFrames()

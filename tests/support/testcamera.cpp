@@ -3,6 +3,7 @@
 #include "democamera/cameraplugin.h"
 #include "democamera/cameraservice.h"
 
+#include <QCameraControl>
 #include <QCoreApplication>
 #include <QPointer>
 #include <QtPlugin>
@@ -333,6 +334,20 @@ public:
     }
 };
 
+/// A camera whose device fails while it is let go.
+class LateComplainer : public democamera::CameraService
+{
+public:
+    using CameraService::CameraService;
+
+    void releaseControl(QMediaControl *control) override
+    {
+        if (qobject_cast<QCameraControl *>(control))
+            TestCamera::instance().raiseError(QCamera::CameraError, QStringLiteral("Trop tard."));
+        CameraService::releaseControl(control);
+    }
+};
+
 /// How Qt comes to know of the test's cameras.
 class TestCameraPlugin : public democamera::CameraPlugin
 {
@@ -353,6 +368,8 @@ public:
             return new Viewfinder(camera);
         case TestCamera::Service::None:
             return nullptr;
+        case TestCamera::Service::FailsAtTheEnd:
+            return new LateComplainer(camera);
         case TestCamera::Service::Whole:
             break;
         }

@@ -31,6 +31,7 @@ public:
         Whole,
         WithoutStills, ///< a viewfinder alone
         None,          ///< there is no service, as where its packages are not installed
+        FailsAtTheEnd, ///< reports an error while the camera is let go
     };
 
     /// What the camera was told; reset() forgets it.
