@@ -18,7 +18,7 @@ const QList<QByteArray> &formats()
 
 QString withSuffix(const QString &path)
 {
-    if (QFileInfo::exists(path) || !QFileInfo(path).suffix().isEmpty())
+    if (path.isEmpty() || QFileInfo::exists(path))
         return path;
     for (const QByteArray &format : formats()) {
         QString candidate = path + QLatin1Char('.') + QString::fromLatin1(format);

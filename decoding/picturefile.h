@@ -17,8 +17,8 @@ constexpr int mostDecodingMs = 1800;
 constexpr qint64 mostDecodingBytes = qint64(2) << 30;
 
 /// The picture in a file, in Format_RGB32, in any format that Qt's image readers know, which is
-/// determined by the content. As QImage::load() does, a name without suffix is tried with the
-/// suffixes of all formats when there is no file of that name.
+/// determined by the content. As QImage::load() does, a name is tried with the suffixes of all
+/// formats behind it when there is no file of that name.
 ///
 /// Null when the file cannot be read, is no regular file (a folder, a pipe, a device), is larger
 /// than mostFileBytes, is no picture or one of more than mostPixels (decoding/decoder.h), or is one

@@ -231,6 +231,19 @@ private slots:
         KIVRA_COMPARE_PICTURES(loadPicture(pathOf(QStringLiteral("été au lac"))),
                                gradient({20, 30}));
         QVERIFY(loadPicture(pathOf(QStringLiteral("été au lac.jpg"))).isNull());
+        QVERIFY(gradient({30, 20}).save(pathOf(QStringLiteral("leçon 2.1.png"))));
+        KIVRA_COMPARE_PICTURES(loadPicture(pathOf(QStringLiteral("leçon 2.1"))),
+                               gradient({30, 20}));
+    }
+
+    void noNameIsNoPicture()
+    {
+        const QString previous = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(Sandbox::instance().documents()));
+        QVERIFY(gradient({20, 30}).save(QStringLiteral(".png")));
+        const QImage picture = loadPicture(QString());
+        QVERIFY(QDir::setCurrent(previous));
+        QVERIFY(picture.isNull());
     }
 
     void rowsThatAFileLacksAreBlack()
