@@ -111,6 +111,7 @@ void KvThreshold(QImage *image, int level, int method)
         kivra::thresholdByNeighbours(pixels, pixels, kivra::blackAndWhite);
         break;
     default:
+        kivra::gray(pixels, _src_gray);
         if (_dst.type() == CV_8UC1 && _dst.size() == _src.size())
             kivra::showGray(_dst, pixels);
         return;

@@ -36,7 +36,7 @@ public:
     QImage frame() const { return image; }
 
     /// True if \a picture shares the pixels of the last frame and the alpha of each is 255. False
-    /// for a null picture, and after stop().
+    /// for a null picture, and for the red one.
     bool isOpaqueFrame(const QImage &picture) const;
 
 signals:

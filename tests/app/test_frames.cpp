@@ -132,6 +132,7 @@ private slots:
         QTest::mousePress(window->probe.view(), Qt::LeftButton);
         QVERIFY(device().pushPicture(gradient({64, 48})));
         QVERIFY(window->probe.lastFrame().isNull());
+        QCOMPARE(window->probe.framesDisplayed(), 0);
         QTest::mouseRelease(window->probe.view(), Qt::LeftButton);
         QVERIFY(device().pushPicture(gradient({64, 48})));
         QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));

@@ -135,7 +135,9 @@ private slots:
     void otherPixelFormats()
     {
         QFETCH(QImage::Format, format);
-        const QImage picture = gradient({120, 90}).convertToFormat(format);
+        QImage picture = gradient({120, 90}).convertToFormat(format);
+        if (format == QImage::Format_ARGB32)
+            picture.setPixel(60, 45, 0x20406080);
         window->probe.displayFile(saved(QStringLiteral("a.png"), picture));
         QCOMPARE(window->probe.lastFrame().format(), QImage::Format_RGB32);
         KIVRA_COMPARE_PICTURES(window->probe.lastFrame(),

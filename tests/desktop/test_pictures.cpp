@@ -193,6 +193,12 @@ private slots:
         QVERIFY(!shows(liveColour));
     }
 
+    void emptyArgumentShowsTheLivePicture()
+    {
+        QVERIFY(desktop->start({QString()}));
+        QTRY_VERIFY_WITH_TIMEOUT(shows(liveColour), patienceMs);
+    }
+
 private:
     void startLive()
     {

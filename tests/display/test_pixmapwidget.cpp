@@ -43,12 +43,15 @@ public:
     {
         send(QEvent::MouseButtonRelease, button, Qt::NoButton, at);
     }
-    void moveTo(const QPoint &at) { send(QEvent::MouseMove, Qt::NoButton, Qt::LeftButton, at); }
-    void drag(const QPoint &by)
+    void moveTo(const QPoint &at, Qt::MouseButton held = Qt::LeftButton)
     {
-        press(Qt::LeftButton, {100, 100});
-        moveTo(QPoint(100, 100) + by);
-        release(Qt::LeftButton, QPoint(100, 100) + by);
+        send(QEvent::MouseMove, Qt::NoButton, held, at);
+    }
+    void drag(const QPoint &by, Qt::MouseButton button = Qt::LeftButton)
+    {
+        press(button, {100, 100});
+        moveTo(QPoint(100, 100) + by, button);
+        release(button, QPoint(100, 100) + by);
     }
     void wheel(int delta) { wheel(QPoint(0, delta)); }
     void wheel(const QPoint &delta)
@@ -166,6 +169,34 @@ private slots:
         view.drag({10, -20});
         // Moves by (20, -40) on the screen, so by (10, -20) of the picture's own pixels.
         QCOMPARE(placeShownAt(view.shown(), {0, 0}), QPoint(110, 110));
+    }
+
+    void everyButtonPans_data()
+    {
+        QTest::addColumn<int>("button");
+        QTest::newRow("left") << int(Qt::LeftButton);
+        QTest::newRow("right") << int(Qt::RightButton);
+        QTest::newRow("middle") << int(Qt::MiddleButton);
+    }
+
+    void everyButtonPans()
+    {
+        QFETCH(int, button);
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({1000, 800})));
+        const QPoint before = placeShownAt(view.shown(), {0, 0});
+        view.drag({10, -20}, Qt::MouseButton(button));
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), before - QPoint(10, -20));
+    }
+
+    void mouseAloneDoesNotPan()
+    {
+        View view;
+        view.setPixmap(QPixmap::fromImage(coordinates({1000, 800})));
+        const QPoint before = placeShownAt(view.shown(), {0, 0});
+        QTest::mouseMove(view.windowHandle(), {300, 300});
+        QTest::mouseMove(view.windowHandle(), {340, 310});
+        QCOMPARE(placeShownAt(view.shown(), {0, 0}), before);
     }
 
     void panIsMultipliedByTheZoomNotTheScale()
@@ -406,6 +437,20 @@ private slots:
         view.release(Qt::LeftButton);
         view.press(Qt::LeftButton); // the interval still runs
         QCOMPARE(captures.count(), 2);
+    }
+
+    // The tool bar takes its room only once the picture is taken, and no frame comes in between.
+    void pictureIsTakenBeforeTheMenuComes()
+    {
+        View view;
+        QStringList told;
+        connect(&view, &PixmapWidget::captureImage,
+                [&] { told += view.busy ? QStringLiteral("held picture") : QString(); });
+        connect(&view, &PixmapWidget::menuGraphique, [&] { told += QStringLiteral("menu"); });
+        view.press(Qt::LeftButton);
+        view.press(Qt::LeftButton);
+        QCOMPARE(told, QStringList({QStringLiteral("menu"), QStringLiteral("held picture"),
+                                    QStringLiteral("menu")}));
     }
 
     void intervalOfTheDoubleClick()

@@ -163,12 +163,16 @@ void TestThreshold::methodsMatchTheReference()
 void TestThreshold::matricesHoldTheSteps()
 {
     const QImage picture = randomPicture(QSize(50, 40));
-    const QImage result = thresholded(picture, 50, 0);
     const cv::Mat colours = reference::colours(picture);
-    QVERIFY(std::equal(_src.datastart, _src.dataend, colours.datastart));
     cv::Mat grey;
     cv::cvtColor(colours, grey, cv::COLOR_BGR2GRAY);
-    QVERIFY(std::equal(_src_gray.datastart, _src_gray.dataend, grey.datastart));
+    for (const int method : {-1, 0, 1}) {
+        thresholded(uniformPicture(picture.size(), greyWord(7)), 50, 0);
+        thresholded(picture, 50, method);
+        QVERIFY(std::equal(_src.datastart, _src.dataend, colours.datastart));
+        QVERIFY(std::equal(_src_gray.datastart, _src_gray.dataend, grey.datastart));
+    }
+    const QImage result = thresholded(picture, 50, 0);
     QCOMPARE(unsigned(_dst.at<uchar>(39, 49)), wordAt(result, 49, 39) & 0xFF);
     QCOMPARE(_dst.size(), cv::Size(50, 40));
 }

@@ -85,8 +85,10 @@ private slots:
     {
         VideoSurface surface;
         QVERIFY(surface.start(formatOf({640, 480})));
+        QVERIFY(surface.present(QVideoFrame(gradient({640, 480}))));
         QVERIFY(!surface.start(formatOf({640, 480})));
         QVERIFY(!surface.isActive());
+        QCOMPARE(surface.frame().pixel(320, 240), 0xffff0000);
         QVERIFY(surface.start(formatOf({640, 480})));
     }
 
