@@ -4,12 +4,14 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QThreadPool>
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <optional>
 #include <poll.h>
 #include <sys/mman.h>
@@ -177,6 +179,15 @@ void confineChild(pid_t parent)
     setLimit(RLIMIT_AS, addressSpaceInUse() + rlim_t(mostDecodingBytes));
 }
 
+// A fork takes none of the parent's threads along, but the pool would hand them work, as Qt does in
+// converting pictures, and wait for it. A new pool takes its place; one thread spares the child's
+// memory.
+void renewThreadPool()
+{
+    auto *const pool = new (QThreadPool::globalInstance()) QThreadPool;
+    pool->setMaxThreadCount(1);
+}
+
 [[noreturn]] void decodeInChild(const QByteArray &content, SharedMemory &memory, int reports)
 {
     const QSize size = decodePicture(
@@ -297,6 +308,7 @@ Outcome decodeOnce(const QByteArray &content, SharedMemory &memory, const TimeLi
         return {};
     if (child == 0) {
         confineChild(self);
+        renewThreadPool();
         decodeInChild(content, memory, reporting.get());
     }
     reporting.close();

@@ -11,7 +11,7 @@ namespace kivra {
 namespace {
 
 constexpr int wordBytes = int(sizeof(QRgb));
-constexpr int bandRows = 64;
+constexpr int bandBytes = 1 << 16; // Qt converts twice as much in threads, which only takes longer
 
 QImage wordsAt(uchar *memory, const QSize &size)
 {
@@ -58,6 +58,7 @@ QImage pictureToFill(const QImageReader &reader, const PixelMemory &memory)
 void convertTo(uchar *memory, const QImage &picture)
 {
     const auto rowBytes = size_t(picture.width()) * wordBytes;
+    const int bandRows = std::max(1, bandBytes / picture.bytesPerLine());
     for (int top = 0; top < picture.height(); top += bandRows) {
         const int rows = std::min(bandRows, picture.height() - top);
         const QImage band =

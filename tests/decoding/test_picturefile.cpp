@@ -54,6 +54,15 @@ class TestPictureFile : public QObject
     Q_OBJECT
 
 private slots:
+    // Qt converts large pictures in several threads, which then wait for more: in this process, not
+    // in its children.
+    void initTestCase()
+    {
+        QImage deep(1000, 1000, QImage::Format_RGBA64);
+        deep.fill(Qt::red);
+        QVERIFY(!deep.convertToFormat(QImage::Format_RGB32).isNull());
+    }
+
     void init() { Sandbox::instance().reset(); }
     void cleanup() { QVERIFY(!hasChildren()); }
 
@@ -77,13 +86,34 @@ private slots:
         QFETCH(QByteArray, format);
         QFETCH(QImage::Format, pixels);
         const QString path = pathOf(QStringLiteral("image.") + QString::fromLatin1(format));
-        QImage picture = gradient({31, 70}).convertToFormat(pixels);
+        QImage picture = gradient({253, 255}).convertToFormat(pixels);
         if (pixels == QImage::Format_ARGB32)
             picture.setPixel(0, 3, 0x20406080);
         QVERIFY(picture.save(path, format.constData()));
         const QImage read = loadPicture(path);
         QCOMPARE(read.format(), QImage::Format_RGB32);
         KIVRA_COMPARE_PICTURES(read, QImage(path).convertToFormat(QImage::Format_RGB32));
+    }
+
+    void scannedPages_data()
+    {
+        QTest::addColumn<QByteArray>("format");
+        QTest::addColumn<QImage::Format>("pixels");
+        QTest::newRow("grey JPEG") << QByteArray("jpg") << QImage::Format_Grayscale8;
+        QTest::newRow("grey PNG") << QByteArray("png") << QImage::Format_Grayscale8;
+        QTest::newRow("deep grey PNG") << QByteArray("png") << QImage::Format_Grayscale16;
+        QTest::newRow("deep PNG") << QByteArray("png") << QImage::Format_RGBA64;
+        QTest::newRow("deep TIFF") << QByteArray("tiff") << QImage::Format_RGBX64;
+    }
+
+    void scannedPages()
+    {
+        QFETCH(QByteArray, format);
+        QFETCH(QImage::Format, pixels);
+        const QString path = pathOf(QStringLiteral("page"));
+        QVERIFY(gradient({2480, 400}).convertToFormat(pixels).save(path, format.constData()));
+        KIVRA_COMPARE_PICTURES(loadPicture(path),
+                               QImage(path).convertToFormat(QImage::Format_RGB32));
     }
 
     void formatsThatOthersWrite()
