@@ -1,8 +1,10 @@
 #include "display/pixmapwidget.h"
 
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QSaveFile>
 #include <QTimer>
 #include <algorithm>
 
@@ -104,7 +106,13 @@ void PixmapWidget::setPixmap(QPixmap picture)
 
 void PixmapWidget::saveToFile(QString fName)
 {
-    grab(visibleRegion().boundingRect()).toImage().save(fName);
+    const QImage shown = grab(visibleRegion().boundingRect()).toImage();
+    const QByteArray format = QFileInfo(fName).suffix().toLatin1();
+    QSaveFile file(fName);
+    const bool isWritten =
+        file.open(QIODevice::WriteOnly) && shown.save(&file, format.constData()) && file.flush();
+    if (isWritten) // commit() does not tell when what is left in the buffer cannot be written
+        file.commit();
 }
 
 void PixmapWidget::bTimerSlot()

@@ -41,7 +41,8 @@ public slots:
     /// Shows this picture, painted before the call returns. A null pixmap shows none.
     void setPixmap(QPixmap picture);
     /// Writes what the view shows (picture, background and frame) to \a fName, in the format of its
-    /// suffix. A file that cannot be written is not reported.
+    /// suffix. A file that cannot be written whole is not reported, and does not replace one of
+    /// that name.
     void saveToFile(QString fName);
     /// The time of the tool bar is over.
     void bTimerSlot();

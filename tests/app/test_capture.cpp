@@ -464,8 +464,7 @@ private slots:
                 boxes->expect(QStringLiteral("Image Capture Error"));
             takePicture();
             QTRY_COMPARE(boxes->answered(), int(raw));
-            for (const QString &path : storedFiles())
-                QVERIFY(QImage(path).isNull());
+            QVERIFY(storedFiles().filter(QStringLiteral(".jpg")).isEmpty());
             expectUsable();
         }
         takePicture();
@@ -480,8 +479,7 @@ private slots:
         boxes->expect(QStringLiteral("Image Capture Error"));
         takePicture();
         QTRY_COMPARE(boxes->answered(), 1);
-        for (const QString &path : storedFiles())
-            QVERIFY(QImage(path).isNull());
+        QVERIFY(storedFiles().filter(QStringLiteral(".jpg")).isEmpty());
         expectUsable();
     }
 
