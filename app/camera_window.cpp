@@ -28,6 +28,8 @@ void Camera::on_actionTailleFenetre_triggered()
     modeTailleFenetre = modeTailleFenetre < lastPreset ? modeTailleFenetre + 1 : 0;
     qDebug() << modeTailleFenetre;
 
+    // Until then, a window system keeps it as large as its screen.
+    setWindowState(windowState() & ~(Qt::WindowMaximized | Qt::WindowFullScreen));
     switch (modeTailleFenetre) {
     case 0:
         resize(int(float(available.width()) * 0.7F), int(float(available.height()) * 0.7F));

@@ -155,6 +155,20 @@ private slots:
         }
     }
 
+    // The window manager keeps a maximised window as large as the screen.
+    void presetOfAMaximisedWindow()
+    {
+        const QSize screen = QGuiApplication::primaryScreen()->size();
+        // The second button from the right in its title.
+        const QPoint maximise(desktop->windowContent().width() - 26, -9);
+        desktop->clickInWindow(maximise);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().width(), screen.width(), patienceMs);
+        QVERIFY(desktop->windowContent().height() > screen.height() * 8 / 10);
+        desktop->key(QStringLiteral("F5"));
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().size(),
+                                  QSize(screen.width(), screen.height() * 65 / 100), patienceMs);
+    }
+
     // Presets 1 and 2 lie at the corner of the screen, preset 0 in its middle.
     void presetPositions()
     {
