@@ -26,6 +26,7 @@ int main(int argc, char **argv)
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Kivra")); // the title of boxes without one
     translateFramework(QLibraryInfo::location(QLibraryInfo::TranslationsPath));
     QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QStringLiteral("kivra")); // finds the icon under Wayland
