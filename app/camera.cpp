@@ -31,11 +31,11 @@ void registerMetaTypes()
     qRegisterMetaType<QCameraImageCapture::Error>("QCameraImageCapture::Error");
 }
 
-// A stored text that is no number counts as absent.
+// A stored text that is no number, or one too large, counts as absent.
 int storedNumber(const QSettings &store, const QString &key, int absent)
 {
     bool isNumber = false;
-    const int number = store.value(key, absent).toInt(&isNumber);
+    const int number = store.value(key, absent).toString().toInt(&isNumber);
     return isNumber ? number : absent;
 }
 

@@ -117,6 +117,18 @@ private slots:
                  wanted && (!smallField.isValid() || smallField.toBool()));
     }
 
+    void unreadableNumbersCountAsAbsent()
+    {
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        storeSetting(QStringLiteral("params/lumiere"), QStringLiteral("beaucoup"));
+        storeSetting(QStringLiteral("params/contraste"), QStringLiteral("99999999999"));
+        storeSetting(QStringLiteral("params/zoom"), QString());
+        window = std::make_unique<Window>();
+        QCOMPARE(window->probe.lumiere(), 0);
+        QCOMPARE(window->probe.contraste(), 100);
+        QCOMPARE(window->probe.coefZoom(), 100);
+    }
+
     void restoredZoomIsShown()
     {
         storeSetting(QStringLiteral("preferences/restore"), true);
