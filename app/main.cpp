@@ -1,4 +1,5 @@
 #include "app/camera.h"
+#include "app/keyrepeat.h"
 #include "app/translation.h"
 #include "resources/resources.h"
 
@@ -30,6 +31,9 @@ int main(int argc, char **argv)
     translateFramework(QLibraryInfo::location(QLibraryInfo::TranslationsPath));
     QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QStringLiteral("kivra")); // finds the icon under Wayland
+
+    KeyRepeat keyRepeat;
+    application.installEventFilter(&keyRepeat);
 
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() >= 2)

@@ -155,6 +155,22 @@ private slots:
         }
     }
 
+    // As long as no press of a held key is taken for a new one.
+    void heldKeyAsksOnce()
+    {
+        desktop->xdo(QStringLiteral("keydown ctrl keydown s"));
+        QString log;
+        const auto pictures = [&] {
+            log += desktop->log();
+            return log.count(QStringLiteral("take image"));
+        };
+        QVERIFY(QTest::qWaitFor([&] { return pictures() > 0; }, patienceMs));
+        constexpr int heldMs = 2500; // some forty repeats
+        const bool again = QTest::qWaitFor([&] { return pictures() > 1; }, heldMs);
+        desktop->xdo(QStringLiteral("keyup s keyup ctrl"));
+        QVERIFY(!again);
+    }
+
     // The window manager keeps a maximised window as large as the screen.
     void presetOfAMaximisedWindow()
     {
