@@ -86,7 +86,7 @@ private slots:
         QFETCH(QByteArray, format);
         QFETCH(QImage::Format, pixels);
         const QString path = pathOf(QStringLiteral("image.") + QString::fromLatin1(format));
-        QImage picture = gradient({253, 255}).convertToFormat(pixels);
+        QImage picture = gradient({31, 70}).convertToFormat(pixels);
         if (pixels == QImage::Format_ARGB32)
             picture.setPixel(0, 3, 0x20406080);
         QVERIFY(picture.save(path, format.constData()));
@@ -95,24 +95,29 @@ private slots:
         KIVRA_COMPARE_PICTURES(read, QImage(path).convertToFormat(QImage::Format_RGB32));
     }
 
-    void scannedPages_data()
+    // Their pixels are converted, by Qt's readers or by ours.
+    void largePictures_data()
     {
+        const QSize page(2480, 400);
         QTest::addColumn<QByteArray>("format");
         QTest::addColumn<QImage::Format>("pixels");
-        QTest::newRow("grey JPEG") << QByteArray("jpg") << QImage::Format_Grayscale8;
-        QTest::newRow("grey PNG") << QByteArray("png") << QImage::Format_Grayscale8;
-        QTest::newRow("deep grey PNG") << QByteArray("png") << QImage::Format_Grayscale16;
-        QTest::newRow("deep PNG") << QByteArray("png") << QImage::Format_RGBA64;
-        QTest::newRow("deep TIFF") << QByteArray("tiff") << QImage::Format_RGBX64;
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("grey JPEG") << QByteArray("jpg") << QImage::Format_Grayscale8 << page;
+        QTest::newRow("grey PNG") << QByteArray("png") << QImage::Format_Grayscale8 << page;
+        QTest::newRow("deep grey PNG") << QByteArray("png") << QImage::Format_Grayscale16 << page;
+        QTest::newRow("deep PNG") << QByteArray("png") << QImage::Format_RGBA64 << page;
+        QTest::newRow("deep TIFF") << QByteArray("tiff") << QImage::Format_RGBX64 << page;
+        QTest::newRow("icon") << QByteArray("ico") << QImage::Format_ARGB32 << QSize(250, 250);
     }
 
-    void scannedPages()
+    void largePictures()
     {
         QFETCH(QByteArray, format);
         QFETCH(QImage::Format, pixels);
-        const QString path = pathOf(QStringLiteral("page"));
-        QVERIFY(gradient({2480, 400}).convertToFormat(pixels).save(path, format.constData()));
-        KIVRA_COMPARE_PICTURES(loadPicture(path),
+        QFETCH(QSize, size);
+        const QString path = pathOf(QStringLiteral("picture"));
+        QVERIFY(gradient(size).convertToFormat(pixels).save(path, format.constData()));
+        KIVRA_COMPARE_PICTURES(loadPicture(path, kivra::test::patienceMs),
                                QImage(path).convertToFormat(QImage::Format_RGB32));
     }
 
