@@ -61,7 +61,9 @@ void Camera::keyPressEvent(QKeyEvent *event)
         event->accept();
         break;
     case Qt::Key_CameraFocus:
-        if (!event->isAutoRepeat())
+        // Unlocked while it is held: a release that was none, of a press that was known as
+        // repeated.
+        if (!event->isAutoRepeat() || camera->lockStatus() == QCamera::Unlocked)
             camera->searchAndLock();
         event->accept();
         break;

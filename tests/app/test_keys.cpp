@@ -194,6 +194,18 @@ private slots:
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
 
+    // As where the release before a repeated press is not known as repeated.
+    void repeatedFocusKeyLocksAgain()
+    {
+        sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
+        QKeyEvent repeated(QEvent::KeyPress, Qt::Key_CameraFocus, Qt::NoModifier, QString(), true);
+        QCoreApplication::sendEvent(window.get(), &repeated);
+        QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+    }
+
     void cameraKeyTakesAPictureWithoutAMessage()
     {
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
