@@ -3,12 +3,15 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTimer>
 #include <QWheelEvent>
+#include <csignal>
+#include <sys/resource.h>
 
 using kivra::test::gradient;
 
@@ -577,6 +580,30 @@ private slots:
         const QString path = kivra::test::Sandbox::instance().home() + QStringLiteral("/part.png");
         view.saveToFile(path);
         QCOMPARE(QImage(path).size(), QSize(120, 90));
+    }
+
+    void fileThatCannotBeWrittenWholeReplacesNone()
+    {
+        View view({200, 150});
+        view.setPixmap(QPixmap::fromImage(gradient({150, 130})));
+        const QString path = kivra::test::Sandbox::instance().home() + QStringLiteral("/kept.png");
+        view.saveToFile(path);
+        const QImage kept(path);
+        QVERIFY(!kept.isNull());
+
+        view.setPixmap(QPixmap::fromImage(gradient({90, 60})));
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit before = {};
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit few = before;
+        few.rlim_cur = 100; // bytes
+        setrlimit(RLIMIT_FSIZE, &few);
+        view.saveToFile(path);
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, SIG_DFL);
+        KIVRA_COMPARE_PICTURES(QImage(path), kept);
+        QCOMPARE(QFileInfo(path).dir().entryList({QStringLiteral("kept*")}),
+                 QStringList(QStringLiteral("kept.png")));
     }
 
     void saveToNowhereIsSilent()
