@@ -28,7 +28,7 @@ void Camera::on_actionTailleFenetre_triggered()
     modeTailleFenetre = modeTailleFenetre < lastPreset ? modeTailleFenetre + 1 : 0;
     qDebug() << modeTailleFenetre;
 
-    // Until then, a window system keeps it as large as its screen.
+    // A window system keeps a maximised window as large as its screen.
     setWindowState(windowState() & ~(Qt::WindowMaximized | Qt::WindowFullScreen));
     switch (modeTailleFenetre) {
     case 0:

@@ -11,7 +11,8 @@ namespace kivra {
 namespace {
 
 constexpr int wordBytes = int(sizeof(QRgb));
-constexpr int bandBytes = 1 << 16; // Qt converts twice as much in threads, which only takes longer
+// Qt converts twice as much in other threads, and whoever waits for those looks stuck.
+constexpr int bandBytes = 1 << 16;
 
 QImage wordsAt(uchar *memory, const QSize &size)
 {

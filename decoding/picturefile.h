@@ -22,7 +22,7 @@ constexpr qint64 mostDecodingBytes = qint64(2) << 30;
 ///
 /// Null when the file cannot be read, is no regular file (a folder, a pipe, a device), is larger
 /// than mostFileBytes, is no picture or one of more than mostPixels (decoding/decoder.h), or is one
-/// whose decoding crashes or needs more than mostMs or mostDecodingBytes.
+/// whose decoding crashes or needs more than \a mostMs milliseconds or mostDecodingBytes.
 ///
 /// On Linux the decoding happens in a child process without an own program, which is gone when the
 /// call returns: so no file, whatever its content, takes the calling process with it. Elsewhere it
