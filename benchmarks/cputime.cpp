@@ -1,6 +1,6 @@
 #include "benchmarks/cputime.h"
 
-#include "democamera/framemaker.h"
+#include "cameras/demo/framemaker.h"
 
 #include <QDir>
 #include <QFile>
@@ -28,7 +28,7 @@ bool drawsPictures(const QString &task)
 {
     const QByteArray name = contentOf(task + QStringLiteral("/comm"));
     return !name.isEmpty() &&
-           QByteArray(democamera::FrameMaker::staticMetaObject.className()).startsWith(name);
+           QByteArray(cameras::FrameMaker::staticMetaObject.className()).startsWith(name);
 }
 
 } // namespace

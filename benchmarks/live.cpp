@@ -7,8 +7,8 @@
 
 #include "app/camera.h"
 #include "benchmarks/cputime.h"
-#include "democamera/cameraplugin.h"
-#include "democamera/democatalogue.h"
+#include "cameras/demo/democatalogue.h"
+#include "cameras/service/cameraplugin.h"
 #include "display/pixmapwidget.h"
 #include "tests/support/sandbox.h"
 
@@ -31,16 +31,16 @@
 namespace kivra::benchmarks {
 
 /// The demonstration devices, with their frames counted.
-class CountedCatalogue : public democamera::DemoCatalogue
+class CountedCatalogue : public cameras::DemoCatalogue
 {
     Q_OBJECT
 
 public:
-    std::unique_ptr<democamera::FrameSource> open(const QByteArray &name) override
+    std::unique_ptr<cameras::FrameSource> open(const QByteArray &name) override
     {
-        std::unique_ptr<democamera::FrameSource> source = DemoCatalogue::open(name);
+        std::unique_ptr<cameras::FrameSource> source = DemoCatalogue::open(name);
         if (source)
-            connect(source.get(), &democamera::FrameSource::frameReady, [] { ++offered; });
+            connect(source.get(), &cameras::FrameSource::frameReady, [] { ++offered; });
         return source;
     }
 
@@ -49,7 +49,7 @@ public:
 };
 
 /// The demonstration camera as it ships, linked in so that no other camera is found.
-class LiveCameraPlugin : public democamera::CameraPlugin
+class LiveCameraPlugin : public cameras::CameraPlugin
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID QMediaServiceProviderFactoryInterface_iid FILE "live.json")

@@ -1,6 +1,6 @@
 #include "docs/picturemaker/studio.h"
 
-#include "democamera/democatalogue.h"
+#include "cameras/demo/democatalogue.h"
 #include "tests/support/sandbox.h"
 #include "video/videosurface.h"
 
@@ -28,7 +28,7 @@ const QPoint nowhere(-1, -1);
 
 QImage sceneOf(const QByteArray &device)
 {
-    const auto pictures = democamera::DemoCatalogue::pictures(device);
+    const auto pictures = cameras::DemoCatalogue::pictures(device);
     QImage picture(Studio::frameSize, QImage::Format_RGB32);
     const std::atomic<bool> abandoned = false;
     if (!pictures || !pictures->make(picture, moment, 0.0, abandoned))

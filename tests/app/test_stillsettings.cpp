@@ -150,7 +150,7 @@ private slots:
         QCOMPARE(applied.resolution(), QSize(32, 24));
         QCOMPARE(applied.quality(), QMultimedia::HighQuality);
 
-        const kivra::democamera::StillRequest still = takeStill();
+        const kivra::cameras::StillRequest still = takeStill();
         QCOMPARE(still.codec, QStringLiteral("png"));
         QCOMPARE(still.resolution, QSize(32, 24));
         QCOMPARE(still.quality, QMultimedia::HighQuality);
@@ -209,7 +209,7 @@ private slots:
         accept(chosen);
         switchTo(1);
         QVERIFY(window->probe.imageCapture()->encodingSettings().isNull());
-        kivra::democamera::StillRequest still = takeStill();
+        kivra::cameras::StillRequest still = takeStill();
         QCOMPARE(still.codec, QStringLiteral("jpeg"));
         QCOMPARE(still.resolution, QSize(64, 48));
         QCOMPARE(still.quality, QMultimedia::NormalQuality);
@@ -313,7 +313,7 @@ private:
     }
 
     // What the camera was asked for by the window's command.
-    kivra::democamera::StillRequest takeStill()
+    kivra::cameras::StillRequest takeStill()
     {
         const int before = device().record().stills.size();
         window->trigger("actionEnregistrer_image");

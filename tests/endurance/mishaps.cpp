@@ -15,11 +15,11 @@ TestCamera &camera()
     return TestCamera::instance();
 }
 
-const QList<democamera::Device> &allDevices()
+const QList<cameras::Device> &allDevices()
 {
-    static const QList<democamera::Device> devices = {{"un", QStringLiteral("Un")},
-                                                      {"deux", QStringLiteral("Deux")},
-                                                      {"trois", QStringLiteral("Trois")}};
+    static const QList<cameras::Device> devices = {{"un", QStringLiteral("Un")},
+                                                   {"deux", QStringLiteral("Deux")},
+                                                   {"trois", QStringLiteral("Trois")}};
     return devices;
 }
 
@@ -88,7 +88,7 @@ void Mishaps::changeFormat()
 
 void Mishaps::plug()
 {
-    QList<democamera::Device> there = allDevices();
+    QList<cameras::Device> there = allDevices();
     while (there.size() > 1 && dice.chance(30))
         there.removeAt(dice.below(there.size()));
     camera().setDevices(there);

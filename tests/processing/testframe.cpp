@@ -1,8 +1,8 @@
-#include "democamera/chalkboard.h"
-#include "democamera/difficultlight.h"
-#include "democamera/handwrittenpage.h"
-#include "democamera/printedpage.h"
-#include "democamera/scenepictures.h"
+#include "cameras/demo/chalkboard.h"
+#include "cameras/demo/difficultlight.h"
+#include "cameras/demo/handwrittenpage.h"
+#include "cameras/demo/printedpage.h"
+#include "cameras/demo/scenepictures.h"
 #include "processing/frame.h"
 #include "tests/processing/pictures.h"
 #include "tests/reference/reference.h"
@@ -76,7 +76,7 @@ QImage seenBy(QSize size)
 {
     QImage picture(size, QImage::Format_RGB32);
     const std::atomic<bool> abandoned(false);
-    kivra::democamera::ScenePictures(std::make_unique<Scene>()).make(picture, 1, 0, abandoned);
+    kivra::cameras::ScenePictures(std::make_unique<Scene>()).make(picture, 1, 0, abandoned);
     return picture;
 }
 
@@ -212,7 +212,7 @@ void TestFrame::allCombinationsMatchTheReference()
 
 void TestFrame::demonstrationPicturesMatchTheReference_data()
 {
-    using namespace kivra::democamera;
+    using namespace kivra::cameras;
     QTest::addColumn<QImage>("picture");
     for (const QSize size : {QSize(321, 181), QSize(1281, 721)}) {
         const QByteArray suffix = ", " + QByteArray::number(size.width());

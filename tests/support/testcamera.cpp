@@ -1,7 +1,7 @@
 #include "tests/support/testcamera.h"
 
-#include "democamera/cameraplugin.h"
-#include "democamera/cameraservice.h"
+#include "cameras/service/cameraplugin.h"
+#include "cameras/service/cameraservice.h"
 
 #include <QCameraControl>
 #include <QCoreApplication>
@@ -22,9 +22,9 @@ Q_COREAPP_STARTUP_FUNCTION(hideOtherCameras)
 
 } // namespace
 
-using democamera::Device;
-using democamera::FrameSource;
-using democamera::StillRequest;
+using cameras::Device;
+using cameras::FrameSource;
+using cameras::StillRequest;
 
 /// The camera that is open; does what TestCamera says.
 class TestCamera::Source : public FrameSource
@@ -322,7 +322,7 @@ std::unique_ptr<FrameSource> TestCamera::open(const QByteArray &name)
 }
 
 /// A camera that shows and takes no pictures.
-class Viewfinder : public democamera::CameraService
+class Viewfinder : public cameras::CameraService
 {
 public:
     using CameraService::CameraService;
@@ -335,7 +335,7 @@ public:
 };
 
 /// A camera whose device fails while it is let go.
-class LateComplainer : public democamera::CameraService
+class LateComplainer : public cameras::CameraService
 {
 public:
     using CameraService::CameraService;
@@ -349,7 +349,7 @@ public:
 };
 
 /// How Qt comes to know of the test's cameras.
-class TestCameraPlugin : public democamera::CameraPlugin
+class TestCameraPlugin : public cameras::CameraPlugin
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID QMediaServiceProviderFactoryInterface_iid FILE "testcamera.json")

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "democamera/framesource.h"
+#include "cameras/service/framesource.h"
 
 #include <QStringList>
 
@@ -13,7 +13,7 @@ namespace kivra::test {
 /// Everything on the window's thread. A function that plays an event of the device ("push",
 /// "raise", "answer") does nothing while no camera is open; frames before the start are lost, as
 /// elsewhere.
-class TestCamera : public democamera::DeviceCatalogue
+class TestCamera : public cameras::DeviceCatalogue
 {
     Q_OBJECT
 
@@ -45,7 +45,7 @@ public:
         double exposure = 0;      ///< in EV
         QCamera::LockTypes locks; ///< searched for or found, and not released
         int cancelled = 0;        ///< stills
-        QList<democamera::StillRequest> stills;
+        QList<cameras::StillRequest> stills;
     };
 
     /// The one of this process, as Qt's plug-in uses it.
@@ -59,7 +59,7 @@ public:
     /// \name What the camera is. Devices may come and go at any time; the rest is asked for when it
     /// is needed.
     /// @{
-    void setDevices(const QList<democamera::Device> &devices);
+    void setDevices(const QList<cameras::Device> &devices);
     void setService(Service service);
     Service service() const { return offeredService; }
     void setFormat(const QVideoSurfaceFormat &format);
@@ -103,15 +103,15 @@ public:
     bool isOpen() const;
     bool isRunning() const; ///< started, and the start answered
 
-    QList<democamera::Device> devices() const override;
-    std::unique_ptr<democamera::FrameSource> open(const QByteArray &name) override;
+    QList<cameras::Device> devices() const override;
+    std::unique_ptr<cameras::FrameSource> open(const QByteArray &name) override;
 
 private:
     class Source;
 
     TestCamera();
 
-    QList<democamera::Device> offered;
+    QList<cameras::Device> offered;
     Service offeredService = Service::Whole;
     QVideoSurfaceFormat format;
     QStringList stillCodecs;

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "cameras/demo/scene.h"
+
+namespace kivra::cameras {
+
+/// A green board with white and yellow chalk, wiped many times: what the mode for the green board
+/// is for. The shadow of an arm passes over it.
+class Chalkboard : public Scene
+{
+public:
+    void drawStill(QImage &picture, const std::atomic<bool> &abandoned) const override;
+    void drawMoving(QPainter &painter, double seconds) const override;
+};
+
+} // namespace kivra::cameras

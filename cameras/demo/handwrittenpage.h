@@ -1,0 +1,16 @@
+#pragma once
+
+#include "cameras/demo/scene.h"
+
+namespace kivra::cameras {
+
+/// A page of an exercise book with a pupil's handwriting in blue ink, on a grey table and in the
+/// shade of a hand: what the mode for handwriting is for.
+class HandwrittenPage : public Scene
+{
+public:
+    void drawStill(QImage &picture, const std::atomic<bool> &abandoned) const override;
+    void drawMoving(QPainter &painter, double seconds) const override;
+};
+
+} // namespace kivra::cameras

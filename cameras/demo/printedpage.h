@@ -1,0 +1,16 @@
+#pragma once
+
+#include "cameras/demo/scene.h"
+
+namespace kivra::cameras {
+
+/// A printed worksheet on a wooden table, in even light that falls off to one side: what the mode
+/// for text is for. A pencil follows the lines.
+class PrintedPage : public Scene
+{
+public:
+    void drawStill(QImage &picture, const std::atomic<bool> &abandoned) const override;
+    void drawMoving(QPainter &painter, double seconds) const override;
+};
+
+} // namespace kivra::cameras

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "cameras/service/camerasession.h"
+
+#include <QCameraControl>
+
+namespace kivra::cameras {
+
+/// State, status and errors of the session, as QCamera asks for them. Takes still pictures only.
+class CameraControl : public QCameraControl
+{
+    Q_OBJECT
+
+public:
+    explicit CameraControl(CameraSession &session);
+
+    QCamera::State state() const override;
+    void setState(QCamera::State state) override;
+    QCamera::Status status() const override;
+    QCamera::CaptureModes captureMode() const override;
+    void setCaptureMode(QCamera::CaptureModes mode) override;
+    bool isCaptureModeSupported(QCamera::CaptureModes mode) const override;
+    /// Everything can be changed while the camera runs, except what it does not have.
+    bool canChangeProperty(PropertyChangeType change, QCamera::Status status) const override;
+
+private:
+    CameraSession &session;
+    QCamera::CaptureModes mode = QCamera::CaptureStillImage;
+};
+
+} // namespace kivra::cameras

@@ -1,0 +1,223 @@
+#include "cameras/service/camerasession.h"
+
+namespace kivra::cameras {
+
+namespace {
+
+/// The status that follows \a now on the way to \a wanted; \a now itself at the end of the way, or
+/// where only the device's answer leads on.
+QCamera::Status nextStatus(QCamera::Status now, QCamera::State wanted)
+{
+    switch (now) {
+    case QCamera::UnloadedStatus:
+        return wanted == QCamera::UnloadedState ? now : QCamera::LoadingStatus;
+    case QCamera::LoadedStatus:
+        if (wanted == QCamera::ActiveState)
+            return QCamera::StartingStatus;
+        return wanted == QCamera::UnloadedState ? QCamera::UnloadingStatus : now;
+    case QCamera::StartingStatus:
+    case QCamera::ActiveStatus:
+        return wanted == QCamera::ActiveState ? now : QCamera::StoppingStatus;
+    case QCamera::LoadingStatus:
+    case QCamera::StoppingStatus:
+        return QCamera::LoadedStatus;
+    default:
+        return QCamera::UnloadedStatus;
+    }
+}
+
+} // namespace
+
+CameraSession::CameraSession(DeviceCatalogue &devices)
+    : catalogue(devices)
+{
+    connect(&catalogue, &DeviceCatalogue::devicesChanged, this, &CameraSession::devicesChanged);
+    const QList<Device> offered = catalogue.devices();
+    openSource(offered.isEmpty() ? QByteArray() : offered.first().name);
+}
+
+CameraSession::~CameraSession()
+{
+    endStream();
+}
+
+QList<Device> CameraSession::devices() const
+{
+    return catalogue.devices();
+}
+
+int CameraSession::selectedDevice() const
+{
+    const QList<Device> offered = catalogue.devices();
+    for (int i = 0; i < offered.size(); ++i) {
+        if (offered.at(i).name == selectedName)
+            return i;
+    }
+    return 0;
+}
+
+void CameraSession::selectDevice(int index)
+{
+    const QList<Device> offered = catalogue.devices();
+    if (index < 0 || index >= offered.size() || offered.at(index).name == selectedName)
+        return;
+    const QCamera::State wanted = currentState;
+    const QPointer<CameraSession> alive(this);
+    setState(QCamera::UnloadedState);
+    if (!alive)
+        return;
+    openSource(offered.at(index).name);
+    emit selectedDeviceChanged(index);
+    if (alive)
+        setState(wanted);
+}
+
+FrameSource *CameraSession::source() const
+{
+    return currentSource.get();
+}
+
+QCamera::State CameraSession::state() const
+{
+    return currentState;
+}
+
+QCamera::Status CameraSession::status() const
+{
+    return currentStatus;
+}
+
+void CameraSession::setState(QCamera::State wanted)
+{
+    if (wanted == currentState)
+        return;
+    if (!currentSource && wanted != QCamera::UnloadedState) {
+        emit error(QCamera::ServiceMissingError, tr("Aucune caméra n'est disponible."));
+        return;
+    }
+    if (wanted != QCamera::ActiveState)
+        endStream();
+    currentState = wanted;
+    const QPointer<CameraSession> alive(this);
+    emit stateChanged(wanted);
+    if (alive)
+        climb(wanted);
+}
+
+// Every signal on the way may end in a slot that asks for another state, which is then complete
+// when we are back and makes this way obsolete, or that deletes the camera.
+void CameraSession::climb(QCamera::State wanted)
+{
+    const QPointer<CameraSession> alive(this);
+    while (alive && currentState == wanted) {
+        const QCamera::Status next = nextStatus(currentStatus, wanted);
+        if (next == currentStatus)
+            break;
+        currentStatus = next;
+        emit statusChanged(next);
+    }
+    if (alive && currentStatus == QCamera::StartingStatus && !streaming) {
+        streaming = true;
+        currentSource->start();
+    }
+}
+
+QAbstractVideoSurface *CameraSession::surface() const
+{
+    return currentSurface;
+}
+
+void CameraSession::setSurface(QAbstractVideoSurface *next)
+{
+    if (next == currentSurface)
+        return;
+    if (currentSurface && currentSurface->isActive())
+        currentSurface->stop();
+    currentSurface = next;
+    if (currentStatus == QCamera::ActiveStatus)
+        onFormatChanged();
+}
+
+void CameraSession::openSource(const QByteArray &name)
+{
+    // The old source ends after everybody has let go of it.
+    const std::unique_ptr<FrameSource> old = std::move(currentSource);
+    selectedName = name;
+    currentSource = catalogue.open(name);
+    if (currentSource)
+        connectSource();
+    emit sourceChanged();
+}
+
+void CameraSession::connectSource()
+{
+    connect(currentSource.get(), &FrameSource::started, this, &CameraSession::onStarted);
+    connect(currentSource.get(), &FrameSource::formatChanged, this,
+            &CameraSession::onFormatChanged);
+    connect(currentSource.get(), &FrameSource::frameReady, this, &CameraSession::onFrame);
+    connect(currentSource.get(), &FrameSource::failed, this, &CameraSession::fail);
+}
+
+void CameraSession::endStream()
+{
+    if (!streaming)
+        return;
+    streaming = false;
+    currentSource->stop();
+    if (currentSurface && currentSurface->isActive())
+        currentSurface->stop();
+}
+
+/// Starts the surface with the source's format; false if it refuses. No surface is no refusal.
+bool CameraSession::startSurface()
+{
+    return !currentSurface || currentSurface->start(currentSource->format());
+}
+
+void CameraSession::onStarted()
+{
+    if (currentStatus != QCamera::StartingStatus)
+        return;
+    const QPointer<CameraSession> alive(this);
+    const bool accepted = startSurface();
+    if (!alive)
+        return;
+    if (!accepted) {
+        fail(QCamera::CameraError, tr("L'affichage refuse le format d'image de la caméra."),
+             QCamera::LoadedState);
+        return;
+    }
+    currentStatus = QCamera::ActiveStatus;
+    emit statusChanged(currentStatus);
+}
+
+void CameraSession::onFormatChanged()
+{
+    if (currentStatus != QCamera::ActiveStatus)
+        return;
+    const QPointer<CameraSession> alive(this);
+    if (currentSurface && currentSurface->isActive())
+        currentSurface->stop();
+    if (alive && !startSurface()) {
+        fail(QCamera::CameraError, tr("L'affichage refuse le format d'image de la caméra."),
+             QCamera::LoadedState);
+    }
+}
+
+// A frame that the surface refuses is lost, and the next one may be good: no reason to stop.
+void CameraSession::onFrame(const QVideoFrame &frame)
+{
+    if (currentStatus == QCamera::ActiveStatus && currentSurface && currentSurface->isActive())
+        currentSurface->present(frame);
+}
+
+void CameraSession::fail(QCamera::Error code, const QString &text, QCamera::State fallback)
+{
+    const QPointer<CameraSession> alive(this);
+    if (currentState > fallback)
+        setState(fallback);
+    if (alive)
+        emit error(code, text);
+}
+
+} // namespace kivra::cameras

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "cameras/service/framesource.h"
+
+#include <QAbstractVideoSurface>
+#include <QPointer>
+
+namespace kivra::cameras {
+
+/// One camera in use: the chosen device, its state and the surface that its frames go to.
+///
+/// The state is what the user of the camera asked for and changes at once; the status follows, one
+/// step at a time, and is Active only when the device has answered. Errors are reported last, when
+/// state and status already agree, since an answer to one is often a modal box.
+/// Everything happens on the window's thread, and a slot may delete the camera at any signal.
+class CameraSession : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Chooses the first device of \a catalogue, which must outlive the session.
+    explicit CameraSession(DeviceCatalogue &catalogue);
+    ~CameraSession() override;
+
+    QList<Device> devices() const;
+    /// Index into devices() of the chosen one; 0 if it is gone.
+    int selectedDevice() const;
+    /// Chooses another device; a running camera goes on with it. An index that is none is ignored.
+    void selectDevice(int index);
+
+    /// The source of the chosen device; null if there is none. Replaced with sourceChanged().
+    FrameSource *source() const;
+
+    QCamera::State state() const;
+    QCamera::Status status() const;
+    /// Asks for a state. Without a device it stays Unloaded and reports an error.
+    void setState(QCamera::State wanted);
+
+    QAbstractVideoSurface *surface() const;
+    /// Sends the frames to \a next, not owned; null for nowhere. An old surface is stopped.
+    void setSurface(QAbstractVideoSurface *next);
+
+signals:
+    void stateChanged(QCamera::State state);
+    void statusChanged(QCamera::Status status);
+    void error(int error, const QString &text);
+    /// The old source is about to go and source() is the new one, or null.
+    void sourceChanged();
+    void selectedDeviceChanged(int index);
+    void devicesChanged();
+
+private:
+    void openSource(const QByteArray &name);
+    void connectSource();
+    void climb(QCamera::State wanted);
+    void endStream();
+    bool startSurface();
+    void onStarted();
+    void onFormatChanged();
+    void onFrame(const QVideoFrame &frame);
+    void fail(QCamera::Error code, const QString &text, QCamera::State fallback);
+
+    DeviceCatalogue &catalogue;
+    QByteArray selectedName;
+    std::unique_ptr<FrameSource> currentSource;
+    QPointer<QAbstractVideoSurface> currentSurface;
+    QCamera::State currentState = QCamera::UnloadedState;
+    QCamera::Status currentStatus = QCamera::UnloadedStatus;
+    bool streaming = false; // the source was started and not yet stopped
+};
+
+} // namespace kivra::cameras

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "cameras/service/camerasession.h"
+
+#include <QImageEncoderControl>
+
+namespace kivra::cameras {
+
+/// What still pictures are to be like: codec, resolution and quality.
+///
+/// Keeps what it is given; whether the device offers it is seen when a picture is taken.
+class StillSettings : public QImageEncoderControl
+{
+    Q_OBJECT
+
+public:
+    explicit StillSettings(CameraSession &session);
+
+    QStringList supportedImageCodecs() const override;
+    QString imageCodecDescription(const QString &codec) const override;
+    /// The device's sizes, whatever \a settings say; \a continuous becomes false.
+    QList<QSize> supportedResolutions(const QImageEncoderSettings &settings,
+                                      bool *continuous) const override;
+    QImageEncoderSettings imageSettings() const override;
+    void setImageSettings(const QImageEncoderSettings &settings) override;
+
+private:
+    CameraSession &session;
+    QImageEncoderSettings current;
+};
+
+} // namespace kivra::cameras

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "cameras/service/framesource.h"
+
+#include <QThreadPool>
+#include <atomic>
+
+namespace kivra::cameras {
+
+/// Encodes still pictures and writes their files on a thread of its own.
+///
+/// A file appears under its name when it is complete, in place of what was there. The destructor
+/// waits for a file that is being written, so that a picture already taken is not lost.
+class StillWriter : public QObject
+{
+    Q_OBJECT
+
+public:
+    StillWriter();
+    ~StillWriter() override;
+
+    /// Writes \a picture as \a request says. Answered later by written() or failed().
+    void write(const StillRequest &request, const QImage &picture);
+    /// Drops what is not yet written; it gets no answer.
+    void cancel();
+
+signals:
+    void written(int id, const QString &path);
+    void failed(int id, QCameraImageCapture::Error error, const QString &text);
+
+private:
+    struct Outcome
+    {
+        QCameraImageCapture::Error error = QCameraImageCapture::NoError;
+        QString text;
+    };
+
+    Outcome encode(const StillRequest &request, const QImage &picture, int generation) const;
+    void report(const StillRequest &request, const Outcome &outcome, int generation);
+
+    // Read on the writing thread; a picture of an older generation has been cancelled.
+    std::atomic<int> currentGeneration{0};
+    QThreadPool pool;
+};
+
+} // namespace kivra::cameras
