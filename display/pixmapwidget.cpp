@@ -41,6 +41,15 @@ int origin(int view, float picture, float panned)
     return toPixel(start);
 }
 
+// The picture as premultiplied 32-bit words. A screen of fewer or more colours has others.
+QImage pixelWords(const QPixmap &pixmap)
+{
+    const QImage picture = pixmap.toImage(); // shared
+    if (pixmap.hasAlpha())
+        return picture.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    return picture.convertToFormat(QImage::Format_RGB32);
+}
+
 } // namespace
 
 // Where and how large the picture lies in the view.
@@ -188,6 +197,32 @@ void PixmapWidget::paintSurroundings(QPainter &painter, const Placement &at) con
         painter.fillRect(part, palette().window());
 }
 
+void PixmapWidget::paintPicture(QPainter &painter, const Placement &at, const QRect &exposed)
+{
+    const QTransform toScreen = painter.deviceTransform();
+    const kivra::ScaledPlace place{toScreen.map(QPointF(at.origin)),
+                                   toScreen.m11() * double(at.scale)};
+    painter.save();
+    if (place.scale < 1) {
+        painter.setTransform(toScreen.inverted()); // so that its pixels are those of the screen
+        paintReduced(painter, place, toScreen.mapRect(QRectF(exposed)).toAlignedRect());
+    } else {
+        painter.translate(QPointF(at.origin));
+        painter.scale(double(at.scale), double(at.scale));
+        painter.drawPixmap(QPointF(0, 0), *pixmap);
+    }
+    painter.restore();
+}
+
+// Only what is exposed is computed.
+void PixmapWidget::paintReduced(QPainter &painter, const kivra::ScaledPlace &place,
+                                const QRect &exposed)
+{
+    const QRect visible = kivra::pixelsFilled(pixmap->size(), place) & exposed;
+    if (!visible.isEmpty())
+        painter.drawImage(visible.topLeft(), reducer.reduce(pixelWords(*pixmap), place, visible));
+}
+
 void PixmapWidget::paintEvent(QPaintEvent *event)
 {
     QWidget::paintEvent(event);
@@ -195,11 +230,7 @@ void PixmapWidget::paintEvent(QPaintEvent *event)
 
     QPainter painter(this);
     paintSurroundings(painter, at);
-    painter.save();
-    painter.translate(QPointF(at.origin));
-    painter.scale(double(at.scale), double(at.scale));
-    painter.drawPixmap(QPointF(0, 0), *pixmap);
-    painter.restore();
+    paintPicture(painter, at, event->rect());
 
     const bool backgroundShows = float(width()) > at.width || float(height()) > at.height;
     if (backgroundShows) {

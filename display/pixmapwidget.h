@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/areareducer.h"
+
 #include <QPixmap>
 #include <QPoint>
 #include <QWidget>
@@ -8,8 +10,8 @@
 class QTimer;
 
 /// The view in the middle of the window: paints one picture, centred and scaled, which the wheel
-/// zooms and the mouse moves. A double left click asks for a capture; every press asks for the tool
-/// bar, for three seconds.
+/// zooms and the mouse moves. Reduced, each pixel of the screen is the mean of all that it covers.
+/// A double left click asks for a capture; every press asks for the tool bar, for three seconds.
 class PixmapWidget : public QWidget
 {
     Q_OBJECT
@@ -59,8 +61,11 @@ private:
     void forgetLostPress();
     Placement placement() const;
     void paintSurroundings(QPainter &painter, const Placement &at) const;
+    void paintPicture(QPainter &painter, const Placement &at, const QRect &exposed);
+    void paintReduced(QPainter &painter, const kivra::ScaledPlace &place, const QRect &exposed);
 
     std::unique_ptr<QPixmap> pixmap;
+    kivra::AreaReducer reducer;
     float zoomFactor = 1.0F;
     float scaleFactor = 1.0F;
     QPoint lastMousePos; ///< on the screen, at the last press or move
