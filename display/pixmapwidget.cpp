@@ -13,7 +13,6 @@ namespace {
 constexpr float smallestZoom = 0.125F;
 constexpr float largestZoom = 8.0F;
 constexpr double zoomPerDelta = 0.001;
-constexpr int doubleClickMs = 400;
 constexpr int menuMs = 3000;
 constexpr int heldButtonMs = 50;
 constexpr QSize startSize(640, 480);
@@ -100,6 +99,22 @@ void PixmapWidget::setZoomFactor(float factor)
 void PixmapWidget::setScaleFactor(float factor)
 {
     scaleFactor = factor;
+    fitted = QSize();
+}
+
+void PixmapWidget::fitPicture(QSize picture)
+{
+    if (picture.isEmpty())
+        return;
+    scaleFactor = std::min(float(width()) / float(picture.width()),
+                           float(height()) / float(picture.height()));
+    fitted = picture;
+}
+
+void PixmapWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitPicture(fitted);
 }
 
 void PixmapWidget::resetPos()

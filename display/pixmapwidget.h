@@ -20,6 +20,9 @@ public:
     explicit PixmapWidget(QWidget *parent = nullptr);
     ~PixmapWidget() override;
 
+    /// The time after a left press within which a second one asks for a capture.
+    static constexpr int doubleClickMs = 400;
+
     /// True while a mouse button is held on the view and while the window processes a frame: live
     /// frames that arrive meanwhile are dropped. It ends soon after the button is let go, even
     /// where a menu or a modal box that has opened in between takes the release.
@@ -38,6 +41,9 @@ public slots:
     void setZoomFactor(float factor);
     /// Sets the scale that fits the picture to the view; not limited, not repainted.
     void setScaleFactor(float factor);
+    /// Sets the scale at which the view shows the whole of a picture of this size, and again at
+    /// each resize until another scale is set; not repainted. Nothing happens for an empty size.
+    void fitPicture(QSize picture);
     /// Moves the picture back to the middle, at the next painting.
     void resetPos();
     /// Shows this picture, painted before the call returns. A null pixmap shows none.
@@ -55,6 +61,7 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     struct Placement;
@@ -68,6 +75,7 @@ private:
     kivra::AreaReducer reducer;
     float zoomFactor = 1.0F;
     float scaleFactor = 1.0F;
+    QSize fitted;        ///< what is fitted at each resize; empty for nothing
     QPoint lastMousePos; ///< on the screen, at the last press or move
     QPoint pos;          ///< pan offset, the sum of all drags
     std::unique_ptr<QTimer> clickTimer;
