@@ -134,6 +134,30 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(100, 100), patienceMs);
     }
 
+    // Pulled off at its handle, the tool bar is a window of its own.
+    void keysAfterTheToolBarPulledOff()
+    {
+        desktop->key(QStringLiteral("ctrl+m"));
+        const QString window = desktop->xdo(QStringLiteral("getactivewindow"));
+        const auto moveTo = [&](const QString &in, int x, int y) {
+            desktop->xdo(QStringLiteral("mousemove --window %1 %2 %3").arg(in).arg(x).arg(y));
+        };
+        moveTo(window, 5, 40);
+        desktop->xdo(QStringLiteral("mousedown 1"));
+        for (int step = 20; step <= 160; step += 20)
+            moveTo(window, 5 + step, 40 + step);
+        desktop->xdo(QStringLiteral("mouseup 1"));
+        desktop->keepScreenshot(QStringLiteral("toolbar_pulled_off"));
+        const QString toolBar =
+            desktop->xdo(QStringLiteral("search --sync --onlyvisible --name ^toolBar$"));
+        moveTo(toolBar, 157, 20); // the zoom
+        desktop->xdo(QStringLiteral("click 1"));
+        QVERIFY(desktop->waitForMainWindow());
+        desktop->xdo(QStringLiteral("windowunmap ") + toolBar); // it may lie over the square
+        desktop->key(QStringLiteral("Up"));
+        QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(118, 118), patienceMs);
+    }
+
     void keysAfterAMenu()
     {
         desktop->clickInWindow({30, 10});
