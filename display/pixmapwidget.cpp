@@ -218,24 +218,21 @@ void PixmapWidget::paintPicture(QPainter &painter, const Placement &at, const QR
     const kivra::ScaledPlace place{toScreen.map(QPointF(at.origin)),
                                    toScreen.m11() * double(at.scale)};
     painter.save();
-    if (place.scale < 1) {
-        painter.setTransform(toScreen.inverted()); // so that its pixels are those of the screen
-        paintReduced(painter, place, toScreen.mapRect(QRectF(exposed)).toAlignedRect());
-    } else {
-        painter.translate(QPointF(at.origin));
-        painter.scale(double(at.scale), double(at.scale));
-        painter.drawPixmap(QPointF(0, 0), *pixmap);
-    }
+    painter.setTransform(toScreen.inverted()); // the painter's pixels are those of the screen
+    if (place.scale == 1)
+        painter.drawPixmap(place.origin, *pixmap);
+    else
+        paintScaled(painter, place, toScreen.mapRect(QRectF(exposed)).toAlignedRect());
     painter.restore();
 }
 
 // Only what is exposed is computed.
-void PixmapWidget::paintReduced(QPainter &painter, const kivra::ScaledPlace &place,
-                                const QRect &exposed)
+void PixmapWidget::paintScaled(QPainter &painter, const kivra::ScaledPlace &place,
+                               const QRect &exposed)
 {
     const QRect visible = kivra::pixelsFilled(pixmap->size(), place) & exposed;
     if (!visible.isEmpty())
-        painter.drawImage(visible.topLeft(), reducer.reduce(pixelWords(*pixmap), place, visible));
+        painter.drawImage(visible.topLeft(), scaler.scaled(pixelWords(*pixmap), place, visible));
 }
 
 void PixmapWidget::paintEvent(QPaintEvent *event)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "display/areareducer.h"
+#include "display/areascaler.h"
 
 #include <QPixmap>
 #include <QPoint>
@@ -10,7 +10,7 @@
 class QTimer;
 
 /// The view in the middle of the window: paints one picture, centred and scaled, which the wheel
-/// zooms and the mouse moves. Reduced, each pixel of the screen is the mean of all that it covers.
+/// zooms and the mouse moves. Scaled, each pixel of the screen is the mean of all that it covers.
 /// A double left click asks for a capture; every press asks for the tool bar, for three seconds.
 class PixmapWidget : public QWidget
 {
@@ -69,10 +69,10 @@ private:
     Placement placement() const;
     void paintSurroundings(QPainter &painter, const Placement &at) const;
     void paintPicture(QPainter &painter, const Placement &at, const QRect &exposed);
-    void paintReduced(QPainter &painter, const kivra::ScaledPlace &place, const QRect &exposed);
+    void paintScaled(QPainter &painter, const kivra::ScaledPlace &place, const QRect &exposed);
 
     std::unique_ptr<QPixmap> pixmap;
-    kivra::AreaReducer reducer;
+    kivra::AreaScaler scaler;
     float zoomFactor = 1.0F;
     float scaleFactor = 1.0F;
     QSize fitted;        ///< what is fitted at each resize; empty for nothing

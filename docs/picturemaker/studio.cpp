@@ -1,7 +1,7 @@
 #include "docs/picturemaker/studio.h"
 
 #include "cameras/demo/democatalogue.h"
-#include "display/areareducer.h"
+#include "display/areascaler.h"
 #include "tests/support/sandbox.h"
 #include "video/videosurface.h"
 
@@ -179,8 +179,8 @@ void Studio::photographReduced(const char *reduced, const char *leftOut, const Q
 {
     const double scale = double(startingView) / scene.width();
     const ScaledPlace origin{{0, 0}, scale};
-    AreaReducer reducer;
-    const QImage wanted = reducer.reduce(scene, origin, pixelsFilled(scene.size(), origin));
+    AreaScaler scaler;
+    const QImage wanted = scaler.scaled(scene, origin, pixelsFilled(scene.size(), origin));
     QPoint place = nowhere;
     const auto shows = [&] {
         place = placeOf(wanted, desktop->windowContent());

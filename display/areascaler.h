@@ -21,10 +21,11 @@ struct ScaledPlace
 /// does; empty for a picture that has no area or rounds to none.
 QRect pixelsFilled(const QSize &picture, const ScaledPlace &place);
 
-/// Draws reduced pictures: each pixel of the result is the mean of all that it covers, by area.
-/// Leaving pixels out, as Qt's painter does, loses strokes; its smooth drawing looks at four pixels
-/// only and loses them below one half.
-class AreaReducer
+/// Draws scaled pictures: each pixel of the result is the mean of all that it covers, by area.
+/// Qt's painter leaves pixels out below scale 1, and above it repeats some and not others, so that
+/// strokes are lost or come out uneven; its smooth drawing looks at four pixels only, loses strokes
+/// below one half, and blurs above 1.
+class AreaScaler
 {
 public:
     /// The pixels \a wanted of the grid, which must lie in those that the picture fills. A pixel
@@ -34,7 +35,7 @@ public:
     /// \a picture is in a format of 32-bit words, with alpha premultiplied; the result has the same
     /// format. It is in memory of this object and valid until the next call. Each pixel is the same
     /// whatever else is wanted, and at most one level from the exact mean.
-    QImage reduce(const QImage &picture, const ScaledPlace &place, const QRect &wanted);
+    QImage scaled(const QImage &picture, const ScaledPlace &place, const QRect &wanted);
 
 private:
     std::vector<Pixel> pixels;

@@ -1,4 +1,4 @@
-#include "display/areareducer.h"
+#include "display/areascaler.h"
 
 #include "processing/kernels/kernels.h"
 #include "processing/parallel.h"
@@ -150,7 +150,7 @@ QRect pixelsFilled(const QSize &picture, const ScaledPlace &place)
     return {begin, end - QPoint(1, 1)};
 }
 
-QImage AreaReducer::reduce(const QImage &picture, const ScaledPlace &place, const QRect &wanted)
+QImage AreaScaler::scaled(const QImage &picture, const ScaledPlace &place, const QRect &wanted)
 {
     if (picture.isNull() || wanted.isEmpty())
         return {};
@@ -160,16 +160,17 @@ QImage AreaReducer::reduce(const QImage &picture, const ScaledPlace &place, cons
     const ColumnWeights weights{columns.firsts.data(), columns.weights.data(), columns.taps};
     const auto width = static_cast<std::size_t>(wanted.width());
     pixels.resize(std::max(pixels.size(), width * static_cast<std::size_t>(wanted.height())));
-    forBands(columns.end - columns.begin, wanted.height(), [&](int begin, int end) {
-        RowSums sums(source, columns);
-        for (int y = begin; y < end; ++y) {
-            const Cover rows =
-                coverOf(wanted.top() + y, place.origin.y(), place.scale, picture.height());
-            kernels().area.weighColumns(sums.of(rows), weights,
-                                        pixels.data() + width * static_cast<std::size_t>(y),
-                                        wanted.width());
-        }
-    });
+    forBands(std::max(columns.end - columns.begin, wanted.width()), wanted.height(),
+             [&](int begin, int end) {
+                 RowSums sums(source, columns);
+                 for (int y = begin; y < end; ++y) {
+                     const Cover rows =
+                         coverOf(wanted.top() + y, place.origin.y(), place.scale, picture.height());
+                     kernels().area.weighColumns(
+                         sums.of(rows), weights,
+                         pixels.data() + width * static_cast<std::size_t>(y), wanted.width());
+                 }
+             });
     return {reinterpret_cast<const uchar *>(pixels.data()), wanted.width(), wanted.height(),
             wanted.width() * static_cast<int>(sizeof(Pixel)), picture.format()};
 }

@@ -1,13 +1,13 @@
-// An input is a picture with a place on the grid and a part of what it fills there. It is reduced
+// An input is a picture with a place on the grid and a part of what it fills there. It is scaled
 // under each instruction set of this machine and compared with the reference.
 //
 // The header has 16 bytes, shorter ones count as filled up with zeros: width and height (2 bytes
-// each), reduction, origin across and down (2 bytes each, little-endian), wanted part (4 bytes:
+// each), scaling, origin across and down (2 bytes each, little-endian), wanted part (4 bytes:
 // where it begins and ends, in 256ths), flags. The pixels are the bytes that follow, repeated.
 
 #include "tests/fuzz/target.h"
 
-#include "display/areareducer.h"
+#include "display/areascaler.h"
 #include "processing/isa.h"
 #include "tests/reference/reference.h"
 
@@ -28,7 +28,7 @@ struct Header
 {
     std::uint16_t width;
     std::uint16_t height;
-    std::uint16_t reduction;
+    std::uint16_t scale;
     std::uint16_t across;
     std::uint16_t down;
     std::uint8_t left;
@@ -45,10 +45,11 @@ QSize sizeOf(const Header &header)
     return {width, 1 + header.height % std::min(mostColumns, mostPixels / width)};
 }
 
-// From just below 1 down to 1 / 4096, the most of them above 1 / 16.
+// From 4 down to 1 / 4, or from 1 down to 1 / 4096.
 double scaleOf(const Header &header)
 {
-    return std::exp2(-header.reduction / ((header.flags & 1U) != 0 ? 5462.0 : 16384.0)) * 0.99999;
+    return (header.flags & 1U) != 0 ? std::exp2(-header.scale / 5462.0)
+                                    : std::exp2(2 - header.scale / 16384.0);
 }
 
 // Between two places in 256ths of the whole, at least one pixel.
@@ -106,8 +107,8 @@ void run(const std::uint8_t *data, std::size_t size)
         if (isa > best)
             break;
         useIsa(isa);
-        AreaReducer reducer;
-        requireNear(reducer.reduce(picture, place, wanted), exact);
+        AreaScaler scaler;
+        requireNear(scaler.scaled(picture, place, wanted), exact);
     }
 }
 

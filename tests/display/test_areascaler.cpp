@@ -1,14 +1,15 @@
-#include "display/areareducer.h"
+#include "display/areascaler.h"
 #include "processing/isa.h"
 #include "processing/kernels/kernels.h"
 #include "tests/processing/versions.h"
 #include "tests/reference/reference.h"
 #include "tests/support/pictures.h"
 
+#include <QPainter>
 #include <QRandomGenerator>
 #include <cmath>
 
-using kivra::AreaReducer;
+using kivra::AreaScaler;
 using kivra::pixelsFilled;
 using kivra::ScaledPlace;
 using kivra::test::gradient;
@@ -85,28 +86,20 @@ QString faultOfAll(const QImage &picture, const ScaledPlace &place)
     const QRect all = pixelsFilled(picture.size(), place);
     if (all.isEmpty())
         return {};
-    AreaReducer reducer;
-    return fault(reducer.reduce(picture, place, all),
+    AreaScaler scaler;
+    return fault(scaler.scaled(picture, place, all),
                  kivra::reference::areaMean(picture, place.origin, place.scale, all));
 }
 
-// A plus sign with strokes of three pixels, as far as possible from the next one.
-constexpr int cell = 112;
-constexpr int arm = 40; // at the smallest scale five pixels
+constexpr int arm = 40; // of a plus sign: at the smallest scale five pixels
 
-QImage plusSigns(const QPoint &phase)
+// A page with a plus sign whose strokes are three pixels wide.
+QImage plusSign(const QPoint &centre)
 {
-    QImage page = plain({2 * cell, 2 * cell}, paper);
-    for (int y = 0; y < page.height(); ++y) {
-        for (int x = 0; x < page.width(); ++x) {
-            const int across = (x + cell - phase.x()) % cell - cell / 2;
-            const int down = (y + cell - phase.y()) % cell - cell / 2;
-            const bool bar = std::abs(down) <= 1 && std::abs(across) <= arm;
-            const bool post = std::abs(across) <= 1 && std::abs(down) <= arm;
-            if (bar || post)
-                page.setPixel(x, y, ink);
-        }
-    }
+    QImage page = plain({200, 200}, paper);
+    QPainter painter(&page);
+    painter.fillRect(centre.x() - arm, centre.y() - 1, 2 * arm + 1, 3, Qt::black);
+    painter.fillRect(centre.x() - 1, centre.y() - arm, 3, 2 * arm + 1, Qt::black);
     return page;
 }
 
@@ -128,14 +121,14 @@ double inkOfStroke(const QImage &shown, double scale, const QPoint &centre, bool
 
 } // namespace
 
-class TestAreaReducer : public QObject
+class TestAreaScaler : public QObject
 {
     Q_OBJECT
 
 private slots:
     void activeVersionRuns()
     {
-        AreaReducer().reduce(plain({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
+        AreaScaler().scaled(plain({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
         QCOMPARE(kivra::lastIsaRun(), kivra::activeIsa());
     }
 
@@ -150,9 +143,21 @@ private slots:
 
     void nothingOfNothing()
     {
-        AreaReducer reducer;
-        QVERIFY(reducer.reduce(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}).isNull());
-        QVERIFY(reducer.reduce(plain({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
+        AreaScaler scaler;
+        QVERIFY(scaler.scaled(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}).isNull());
+        QVERIFY(scaler.scaled(plain({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
+    }
+
+    void wholeScalesRepeatEachPixel()
+    {
+        const QImage picture = noise({9, 7}, 2);
+        AreaScaler scaler;
+        for (const int scale : {1, 2, 3, 8}) {
+            const QSize size = picture.size() * scale;
+            KIVRA_COMPARE_PICTURES(
+                scaler.scaled(picture, {{0, 0}, double(scale)}, {QPoint(0, 0), size}),
+                picture.scaled(size));
+        }
     }
 
     void halfIsTheMeanOfFour()
@@ -162,8 +167,8 @@ private slots:
         picture.setPixel(1, 0, 0xff204060);
         picture.setPixel(0, 1, 0xff408020);
         picture.setPixel(1, 1, 0xff60c0e0);
-        AreaReducer reducer;
-        const QImage mean = reducer.reduce(picture, {{0, 0}, 0.5}, {0, 0, 1, 1});
+        AreaScaler scaler;
+        const QImage mean = scaler.scaled(picture, {{0, 0}, 0.5}, {0, 0, 1, 1});
         QCOMPARE(mean.pixel(0, 0), QRgb(0xff306058));
     }
 
@@ -196,7 +201,7 @@ private slots:
         for (int width = 1; width <= 12; ++width) {
             for (int height = 1; height <= 12; ++height) {
                 const QImage picture = noise({width, height}, unsigned(width * 100 + height));
-                for (const double scale : {0.97, 0.7, 0.5, 0.3, 0.125, 0.04}) {
+                for (const double scale : {5.3, 2.0, 1.2, 0.97, 0.7, 0.5, 0.3, 0.125, 0.04}) {
                     for (const double begin : {0.0, 0.25, 0.5, 0.75}) {
                         const QString wrong = faultOfAll(picture, {{begin, 1 - begin}, scale});
                         QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
@@ -228,7 +233,7 @@ private slots:
         QRandomGenerator random(20);
         for (int turn = 0; turn < 400; ++turn) {
             const QSize size(1 + int(random.bounded(90)), 1 + int(random.bounded(90)));
-            const double scale = std::pow(2.0, -random.bounded(5.0)) * 0.9999;
+            const double scale = std::pow(2.0, 2 - random.bounded(7.0));
             const QPointF origin(random.bounded(200.0) - 100, random.bounded(200.0) - 100);
             const QString wrong = faultOfAll(noise(size, random.generate()), {origin, scale});
             QVERIFY2(wrong.isEmpty(),
@@ -245,14 +250,14 @@ private slots:
     void everyPixelIsTheSameWhateverElseIsWanted()
     {
         const QImage picture = noise({300, 200}, 8);
-        for (const double scale : {0.77, 0.31}) {
+        for (const double scale : {1.7, 0.77, 0.31}) {
             const ScaledPlace place{{-20.5, 4.25}, scale};
             const QRect all = pixelsFilled(picture.size(), place);
-            AreaReducer reducer;
-            const QImage whole = reducer.reduce(picture, place, all).copy();
+            AreaScaler scaler;
+            const QImage whole = scaler.scaled(picture, place, all).copy();
             for (const QRect &part : {QRect(3, 5, 1, 1), QRect(0, 7, 17, 9), QRect(10, 0, 5, 30)}) {
                 const QRect wanted = part.translated(all.topLeft()) & all;
-                KIVRA_COMPARE_PICTURES(reducer.reduce(picture, place, wanted),
+                KIVRA_COMPARE_PICTURES(scaler.scaled(picture, place, wanted),
                                        whole.copy(wanted.translated(-all.topLeft())));
             }
         }
@@ -260,12 +265,12 @@ private slots:
 
     void plainAreasKeepTheirLevel()
     {
-        AreaReducer reducer;
+        AreaScaler scaler;
         for (int level = 0; level <= 255; ++level) {
             const QRgb word = qRgb(level, 255 - level, level / 2);
-            const ScaledPlace place{{0.5, 0}, 0.3 + level * 0.0026};
+            const ScaledPlace place{{0.5, 0}, 0.3 + level * 0.01};
             const QRect all = pixelsFilled({50, 40}, place);
-            KIVRA_COMPARE_PICTURES(reducer.reduce(plain({50, 40}, word), place, all),
+            KIVRA_COMPARE_PICTURES(scaler.scaled(plain({50, 40}, word), place, all),
                                    plain(all.size(), word));
         }
     }
@@ -277,8 +282,8 @@ private slots:
                                    .convertToFormat(QImage::Format_ARGB32_Premultiplied);
         const ScaledPlace place{{0, 0}, 0.37};
         const QRect all = pixelsFilled(picture.size(), place);
-        AreaReducer reducer;
-        const QImage reduced = reducer.reduce(picture, place, all);
+        AreaScaler scaler;
+        const QImage reduced = scaler.scaled(picture, place, all);
         QCOMPARE(reduced.format(), picture.format());
         for (int y = 0; y < reduced.height(); ++y) {
             for (int x = 0; x < reduced.width(); ++x) {
@@ -298,17 +303,17 @@ private slots:
         QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
     }
 
+    // The scales are 64ths, so that after 64 places each phase has been seen.
     void everyStrokeOfThreePixelsKeepsItsInk()
     {
-        AreaReducer reducer;
-        for (int eighths = 8; eighths <= 64; ++eighths) {
-            const double scale = eighths / 64.0;
-            for (int phase = 0; phase < 8; ++phase) {
-                const QPoint shift(phase, phase * 5 % 8);
-                const QImage page = plusSigns(shift);
+        AreaScaler scaler;
+        for (int phase = 0; phase < 64; ++phase) {
+            const QPoint centre(60 + phase, 60 + phase * 5 % 64);
+            const QImage page = plusSign(centre);
+            for (int sixtyFourths = 8; sixtyFourths <= 64; ++sixtyFourths) {
+                const double scale = sixtyFourths / 64.0;
                 const ScaledPlace place{{0, 0}, scale};
-                const QImage shown = reducer.reduce(page, place, pixelsFilled(page.size(), place));
-                const QPoint centre = shift + QPoint(cell, cell) * 3 / 2;
+                const QImage shown = scaler.scaled(page, place, pixelsFilled(page.size(), place));
                 for (const bool post : {false, true}) {
                     const double kept = inkOfStroke(shown, scale, centre, post) / 3.0;
                     QVERIFY2(kept >= 0.75 && kept <= 1.25,
@@ -322,5 +327,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_EACH_VERSION(TestAreaReducer)
-#include "test_areareducer.moc"
+KIVRA_TEST_EACH_VERSION(TestAreaScaler)
+#include "test_areascaler.moc"

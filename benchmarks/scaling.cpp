@@ -1,8 +1,8 @@
-// What drawing a reduced picture costs: the area average of the view, beside what Qt and OpenCV
+// What drawing a scaled picture costs: the area average of the view, beside what Qt and OpenCV
 // offer and a copy of the same pixels by one thread. And what a step of the wheel and of a drag
 // take.
 
-#include "display/areareducer.h"
+#include "display/areascaler.h"
 #include "display/pixmapwidget.h"
 
 #include <QCoreApplication>
@@ -33,7 +33,10 @@ struct Fitting
 };
 
 constexpr Fitting fittings[] = {
-    {{3840, 2160}, {1200, 675}}, {{4000, 3000}, {662, 418}}, // of the starting window
+    {{3840, 2160}, {1200, 675}},
+    {{4000, 3000}, {662, 418}}, // of the starting window
+    {{1920, 1080}, {1200, 675}},
+    {{640, 480}, {1200, 800}},
 };
 
 QImage page(const QSize &size)
@@ -87,12 +90,12 @@ void copyByOneThread(benchmark::State &state)
     });
 }
 
-void reduceByArea(benchmark::State &state)
+void scaleByArea(benchmark::State &state)
 {
-    kivra::AreaReducer reducer;
+    kivra::AreaScaler scaler;
     measure(state, [&](const QImage &picture, const Fitting &fitting) {
         const QImage shown =
-            reducer.reduce(picture, {{0, 0}, fitting.scale()}, {QPoint(0, 0), fitting.filled()});
+            scaler.scaled(picture, {{0, 0}, fitting.scale()}, {QPoint(0, 0), fitting.filled()});
         benchmark::DoNotOptimize(shown.constBits());
     });
 }
@@ -108,7 +111,7 @@ void drawByQt(benchmark::State &state, bool smooth)
     });
 }
 
-void reduceByOpenCv(benchmark::State &state)
+void scaleByOpenCv(benchmark::State &state)
 {
     const QSize filled = fittings[state.range(0)].filled();
     QImage target(filled, QImage::Format_RGB32);
@@ -122,13 +125,13 @@ void reduceByOpenCv(benchmark::State &state)
     });
 }
 
-// A view as large as the window lets it be, with a picture that fills its width.
-class LargeView : public PixmapWidget
+// A view with a picture that fills its width.
+class FilledView : public PixmapWidget
 {
 public:
-    explicit LargeView(const QSize &picture)
+    explicit FilledView(const QSize &picture, const QSize &size)
     {
-        resize(1200, 800);
+        resize(size);
         show();
         if (!QTest::qWaitForWindowExposed(this))
             qFatal("no window");
@@ -149,11 +152,14 @@ public:
     }
 };
 
-constexpr QSize pictures[] = {{4000, 3000}, {16384, 8192}}; // the second is the largest opened
+// The largest view that the window has unless the settings lift the limit, then that of a large
+// screen; the second picture is the largest that is opened.
+constexpr Fitting steps[] = {
+    {{4000, 3000}, {1200, 800}}, {{16384, 8192}, {1200, 800}}, {{4000, 3000}, {3840, 2160}}};
 
 void wheelStep(benchmark::State &state)
 {
-    LargeView view(pictures[state.range(0)]);
+    FilledView view(steps[state.range(0)].picture, steps[state.range(0)].view);
     bool in = false;
     for (auto _ : state) {
         in = !in;
@@ -163,7 +169,7 @@ void wheelStep(benchmark::State &state)
 
 void dragStep(benchmark::State &state)
 {
-    LargeView view(pictures[state.range(0)]);
+    FilledView view(steps[state.range(0)].picture, steps[state.range(0)].view);
     view.move(QEvent::MouseButtonPress, {600, 400});
     bool there = false;
     for (auto _ : state) {
@@ -172,14 +178,15 @@ void dragStep(benchmark::State &state)
     }
 }
 
-#define KIVRA_EACH_FITTING ->DenseRange(0, 1)->Unit(benchmark::kMillisecond)->UseRealTime()
+#define KIVRA_EACH_STEP ->DenseRange(0, 2)->Unit(benchmark::kMillisecond)->UseRealTime()
+#define KIVRA_EACH_FITTING ->DenseRange(0, 3)->Unit(benchmark::kMillisecond)->UseRealTime()
 
 BENCHMARK(copyByOneThread) KIVRA_EACH_FITTING;
-BENCHMARK(reduceByArea) KIVRA_EACH_FITTING;
+BENCHMARK(scaleByArea) KIVRA_EACH_FITTING;
 BENCHMARK_CAPTURE(drawByQt, plain, false) KIVRA_EACH_FITTING;
 BENCHMARK_CAPTURE(drawByQt, smooth, true) KIVRA_EACH_FITTING;
-BENCHMARK(reduceByOpenCv) KIVRA_EACH_FITTING;
-BENCHMARK(wheelStep) KIVRA_EACH_FITTING;
-BENCHMARK(dragStep) KIVRA_EACH_FITTING;
+BENCHMARK(scaleByOpenCv) KIVRA_EACH_FITTING;
+BENCHMARK(wheelStep) KIVRA_EACH_STEP;
+BENCHMARK(dragStep) KIVRA_EACH_STEP;
 
 } // namespace
