@@ -136,9 +136,9 @@ QImage smallPrint()
         QStringLiteral("Rappel :  1 L = 10 dL = 100 cL ;  1 m³ = 1 000 L ;  une demie + un quart = "
                        "trois quarts."),
     };
-    QImage page(size, QImage::Format_RGB32);
-    page.fill(QColor(250, 249, 244));
-    QPainter painter(&page);
+    QImage sheet(size, QImage::Format_RGB32);
+    sheet.fill(QColor(250, 249, 244));
+    QPainter painter(&sheet);
     QFont font(QStringLiteral("serif"));
     font.setPixelSize(52);
     font.setHintingPreference(QFont::PreferNoHinting);
@@ -149,7 +149,7 @@ QImage smallPrint()
         painter.drawText(margin, y, line);
         y += lineHeight;
     }
-    return page;
+    return sheet;
 }
 
 void photographSmallPrint(Studio &studio)
