@@ -73,7 +73,7 @@ void Camera::setUpForm()
     makeAccessible(this, *ui);
     ui->displayWidget->busy = true;
     setUpToolBar();
-    if (settingsStore().value(QStringLiteral("preferences/wholeWindow"), false).toBool())
+    if (settings::wholeWindow.stored())
         centralWidget()->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     layOut();
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);

@@ -42,7 +42,7 @@ void Camera::fitLivePicture()
     if (!isFirstFrame)
         return;
     isFirstFrame = false;
-    if (settingsStore().value(QStringLiteral("preferences/fitLive"), false).toBool())
+    if (settings::fitLive.stored())
         ui->displayWidget->fitPicture(lastFrame.size());
 }
 
