@@ -177,7 +177,8 @@ void Studio::photographPicture(const char *name, const FrameSettings &settings,
 
 void Studio::photographReduced(const char *reduced, const char *leftOut, const QRect &detail) const
 {
-    const double scale = double(startingView) / scene.width();
+    const auto scale =
+        double(float(startingView) / float(scene.width())); // in the view's precision
     const ScaledPlace origin{{0, 0}, scale};
     AreaScaler scaler;
     const QImage wanted = scaler.scaled(scene, origin, pixelsFilled(scene.size(), origin));
