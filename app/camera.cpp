@@ -1,6 +1,7 @@
 #include "app/camera.h"
 
 #include "app/accessibility.h"
+#include "app/secondpress.h"
 #include "resources/resources.h"
 #include "storage/images.h"
 #include "storage/settings.h"
@@ -71,12 +72,21 @@ void Camera::setUpForm()
     setWindowTitle(QStringLiteral("Kivra"));
     makeAccessible(this, *ui);
     ui->displayWidget->busy = true;
-    ui->toolBar->setVisible(false);
+    setUpToolBar();
+    if (settings::wholeWindow.stored())
+        centralWidget()->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     layOut();
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
     ui->msgDisplay->hide(); // even without a text it would be painted over every frame
     setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));
     setFocus(Qt::OtherFocusReason);
+}
+
+void Camera::setUpToolBar()
+{
+    ui->toolBar->setVisible(false);
+    secondPress = std::make_unique<SecondPress>(ui->displayWidget, ui->toolBar);
+    connect(ui->toolBar, &QToolBar::actionTriggered, this, &Camera::takeKeyboardFromToolBar);
 }
 
 // A window is laid out when it is shown. A picture that it starts with is fitted to the view before
@@ -159,10 +169,14 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
-    // A key held a little longer asks once: the camera would refuse the next pictures, and be
-    // opened and closed long after the key; the browser would show one manual beside the other.
+    // A key held a little longer asks once for what takes time: the camera would refuse the next
+    // pictures, and be opened and closed long after the key; the browser would show one manual
+    // beside the other. And for what comes back to where it was: a negative that goes on and off
+    // thirty times a second is a flashing light.
     for (QAction *action :
-         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera, ui->actionAide})
+         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera, ui->actionAide,
+          ui->actionReinit, ui->actionTailleFenetre, ui->actionMenu_graphique, ui->actionNegatif,
+          ui->actionNoir_et_blanc, ui->actionBicolore, ui->actionEffet, ui->actionMode})
         action->setAutoRepeat(false);
 }
 

@@ -70,6 +70,7 @@ void Camera::updateCameraState(QCamera::State state)
     case QCamera::ActiveState:
         ui->actionStartCamera->setEnabled(false);
         ui->actionStopCamera->setEnabled(true);
+        isFirstFrame = true;
         break;
     }
 }

@@ -3,6 +3,7 @@
 #include "app/camera.h"
 
 #include "processing/frame.h"
+#include "storage/settings.h"
 #include "ui_camera.h"
 #include "video/videosurface.h"
 
@@ -28,9 +29,21 @@ void Camera::displayImage()
     lastFrame = videoSurface->frame();
     if (smallField)
         lastFrame = lastFrame.copy(reducedField(lastFrame.size()));
+    fitLivePicture();
     updateDisplay();
     ++framesDisplayed;
     busy = false;
+}
+
+// At the first frame after a start, and then the view itself at each resize. Unless the settings
+// ask for it, a live picture keeps its scale.
+void Camera::fitLivePicture()
+{
+    if (!isFirstFrame)
+        return;
+    isFirstFrame = false;
+    if (settings::fitLive.stored())
+        ui->displayWidget->fitPicture(lastFrame.size());
 }
 
 // The processing writes into memory of its own as long as the last frame shares the pixels, and

@@ -53,5 +53,8 @@ inline constexpr Setting<bool> displayStatus{"preferences/displayStatus", false}
 inline constexpr Setting<bool> displayMsg{"preferences/displayMsg", false};
 /// The dialog shows the absent key as on: messages start with the first OK there.
 inline constexpr Setting<bool> displayMsgInDialog{displayMsg.key, true};
+/// For large screens; no dialog offers them.
+inline constexpr Setting<bool> wholeWindow{"preferences/wholeWindow", false};
+inline constexpr Setting<bool> fitLive{"preferences/fitLive", false};
 
 } // namespace settings
