@@ -77,8 +77,13 @@ signals:
     void formatChanged();
     /// A frame for the viewfinder, handed on as it is, whether or not it agrees with format().
     void frameReady(const QVideoFrame &frame);
-    /// The device failed with \a text for the user and is now in \a state, Unloaded or Loaded.
+    /// The device failed with \a text for the user and is now in \a state. Active says that it is
+    /// away and that the source looks for it: started() comes once more when it is back, unless
+    /// stop() has ended the search.
     void failed(QCamera::Error error, const QString &text, QCamera::State state);
+
+    /// The device came back as the one that the catalogue lists by this name.
+    void renamed(const QByteArray &name);
 
     /// The picture \a id has been exposed: what moves now is no longer on it.
     void stillExposed(int id);

@@ -210,28 +210,26 @@ private slots:
         QVERIFY(window->isEnabled());
         QVERIFY(!boxes->lastText().isEmpty());
         QVERIFY(window->probe.camera());
-        QVERIFY(window->action("actionStartCamera")->isEnabled());
-        QVERIFY(!window->action("actionStopCamera")->isEnabled());
+        QVERIFY(!window->action("actionStartCamera")->isEnabled()); // it waits for one
+        QVERIFY(window->action("actionStopCamera")->isEnabled());
         QCOMPARE(boxes->lastText(), window->probe.camera()->errorString());
         window->trigger("actionZoom");
         window->trigger("actionIncCoef");
         QCOMPARE(window->probe.coefZoom(), 118);
     }
 
-    // The toggle marks what it asked for, whatever becomes of it; the service refuses both.
     void toggleWithoutACamera()
     {
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        window->trigger("actionCamera"); // no longer waits for one
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        QVERIFY(!window->action("actionStopCamera")->isEnabled());
         boxes->expect(QStringLiteral("Camera error"));
         window->trigger("actionCamera");
         QVERIFY(!window->action("actionStartCamera")->isEnabled());
         QVERIFY(window->action("actionStopCamera")->isEnabled());
-        boxes->expect(QStringLiteral("Camera error"));
-        window->trigger("actionCamera");
-        QVERIFY(window->action("actionStartCamera")->isEnabled());
-        QVERIFY(!window->action("actionStopCamera")->isEnabled());
     }
 
     void pictureWithoutACameraPutsStartRight()
@@ -239,8 +237,6 @@ private slots:
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
-        boxes->expect(QStringLiteral("Camera error"));
-        window->trigger("actionCamera"); // now they say that it runs
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
         QVERIFY(kivra::test::gradient({30, 20}).save(path));
         window->probe.displayFile(path);
