@@ -21,6 +21,12 @@ struct NodeUser
 /// of the same user, or all for root. \a processes is the folder of the kernel's list.
 std::vector<NodeUser> nodeUsers(const std::string &node, const std::string &processes = "/proc");
 
+/// The name of the group that \a node belongs to; empty where unknown.
+std::string groupOf(const std::string &node);
+
+/// \a fault with what the user has to be told of it; \a error is the kernel's number or 0.
+FaultReport faultReport(const VideoDevice &device, Fault fault, int error);
+
 /// Everything that is known of one node.
 struct CameraReport
 {

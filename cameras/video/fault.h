@@ -29,4 +29,7 @@ struct FaultReport
     int error = 0;      ///< the kernel's number, where there is one
 };
 
+/// What the number of a failed call on a node means.
+Fault faultOf(int error);
+
 } // namespace kivra::cameras

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "cameras/video/frameformat.h"
+
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,8 +24,7 @@ struct Rate
 struct Offer
 {
     std::uint32_t fourcc = 0; ///< V4L2_PIX_FMT_...
-    int width = 0;
-    int height = 0;
+    Size size;
     Rate rate;
     bool multiPlanar = false; ///< on the multi-planar interface
 };
@@ -30,8 +32,7 @@ struct Offer
 /// What the user wants of the format: "1280x720@30" or "1280x720".
 struct FormatWish
 {
-    int width = 0;
-    int height = 0;
+    Size size;
     int rate = 0; ///< 0 for any
 };
 
@@ -53,10 +54,6 @@ struct Choice
     ChoiceReason reason = ChoiceReason::Fluent;
 };
 
-/// Whether frames of \a fourcc can be shown.
-bool isReadable(std::uint32_t fourcc);
-/// Whether a frame of \a fourcc is a JPEG.
-bool isJpeg(std::uint32_t fourcc);
 /// The four characters of \a fourcc, "YUYV"; unprintable ones as ".".
 std::string fourccName(std::uint32_t fourcc);
 

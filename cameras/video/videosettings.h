@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cameras/video/formatchoice.h"
+#include "cameras/video/framedecoder.h"
 
 namespace kivra::cameras {
 
@@ -8,8 +9,8 @@ namespace kivra::cameras {
 struct VideoSettings
 {
     std::optional<FormatWish> format; ///< camera/format, KIVRA_CAMERA_FORMAT
-    int turn = 0;                     ///< camera/turn, KIVRA_CAMERA_TURN: 0, 90, 180, 270 clockwise
-    bool mirror = false;              ///< camera/mirror, KIVRA_CAMERA_MIRROR, before the turn
+    /// camera/turn, KIVRA_CAMERA_TURN: 0, 90, 180, 270; camera/mirror, KIVRA_CAMERA_MIRROR: 0, 1.
+    Orientation orientation;
     int mains = 0; ///< camera/mains, KIVRA_CAMERA_MAINS: 50 or 60 Hz; 0 leaves it to the camera
 };
 
