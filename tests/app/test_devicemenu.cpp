@@ -179,5 +179,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestDeviceMenu)
+KIVRA_TEST(TestDeviceMenu)
 #include "test_devicemenu.moc"

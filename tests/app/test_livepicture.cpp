@@ -3,6 +3,7 @@
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDialog>
@@ -278,5 +279,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestLivePicture)
+KIVRA_TEST(TestLivePicture)
 #include "test_livepicture.moc"
