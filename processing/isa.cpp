@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <algorithm>
+#include <atomic>
 
 namespace kivra {
 
@@ -29,12 +30,22 @@ Isa chosenIsa()
     return best;
 }
 
+std::atomic<Isa> &active()
+{
+    static std::atomic<Isa> isa = chosenIsa();
+    return isa;
+}
+
 } // namespace
 
 Isa activeIsa()
 {
-    static const Isa isa = chosenIsa();
-    return isa;
+    return active().load(std::memory_order_relaxed);
+}
+
+void useIsa(Isa isa)
+{
+    active().store(isa, std::memory_order_relaxed);
 }
 
 std::string_view isaName(Isa isa)

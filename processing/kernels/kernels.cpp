@@ -32,8 +32,7 @@ const Kernels &kernelsFor(Isa isa)
 
 const Kernels &kernels()
 {
-    static const Kernels &chosen = kernelsFor(activeIsa());
-    return chosen;
+    return kernelsFor(activeIsa());
 }
 
 Isa lastIsaRun()

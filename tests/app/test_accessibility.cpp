@@ -229,5 +229,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestAccessibility)
+KIVRA_TEST(TestAccessibility)
 #include "test_accessibility.moc"

@@ -276,5 +276,5 @@ private:
     QStringList paths; // of the tree, oldest first
 };
 
-KIVRA_TEST_MAIN(TestBrowse)
+KIVRA_TEST(TestBrowse)
 #include "test_browse.moc"

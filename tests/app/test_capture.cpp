@@ -4,6 +4,7 @@
 #include "storage/paths.h"
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QBuffer>
@@ -514,5 +515,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestCapture)
+KIVRA_TEST(TestCapture)
 #include "test_capture.moc"

@@ -3,6 +3,7 @@
 #include "tests/app/windowtest.h"
 #include "tests/reference/reference.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -429,5 +430,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestCoefficients)
+KIVRA_TEST(TestCoefficients)
 #include "test_coefficients.moc"

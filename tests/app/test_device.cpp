@@ -4,6 +4,7 @@
 #include "tests/app/windowtest.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QCameraImageCapture>
@@ -400,5 +401,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestDevice)
+KIVRA_TEST(TestDevice)
 #include "test_device.moc"

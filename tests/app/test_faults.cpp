@@ -34,549 +34,513 @@ QVideoFrame foreignFrame(QVideoFrame::PixelFormat format, const QSize &size, int
 
 } // namespace
 
+class TestFaults;
+using Fault = void (TestFaults::*)();
+Q_DECLARE_METATYPE(Fault)
+
 class TestFaults : public WindowTest
 {
     Q_OBJECT
 
-public:
-    using Fault = void (TestFaults::*)();
-
 private slots:
-    void init();
+    void init()
+    {
+        begin();
+        QGuiApplication::clipboard()->clear();
+    }
 
-    void fault_data();
-    void fault();
+    void fault_data()
+    {
+        QTest::addColumn<Fault>("happen");
+        QTest::newRow("absent at the start") << &TestFaults::absent;
+        QTest::newRow("gone before the window is up") << &TestFaults::goneBeforeTheWindow;
+        QTest::newRow("busy at the start") << &TestFaults::busy;
+        QTest::newRow("busy, and busy again") << &TestFaults::busyForLong;
+        QTest::newRow("start never answered") << &TestFaults::neverAnsweringStart;
+        QTest::newRow("error in mid-stream") << &TestFaults::failing;
+        QTest::newRow("unplugged") << &TestFaults::unplugged;
+        QTest::newRow("unplugged, a picture opened") << &TestFaults::unpluggedAndAPictureOpened;
+        QTest::newRow("unplugged, another chosen") << &TestFaults::unpluggedAndAnotherChosen;
+        QTest::newRow("unplugged under a dialog") << &TestFaults::unpluggedUnderADialog;
+        QTest::newRow("unplugged under the image settings")
+            << &TestFaults::unpluggedUnderTheImageSettings;
+        QTest::newRow("unplugged under a held button") << &TestFaults::unpluggedUnderAHeldButton;
+        QTest::newRow("unplugged under a box") << &TestFaults::unpluggedUnderABox;
+        QTest::newRow("failing when let go") << &TestFaults::failingWhenLetGo;
+        QTest::newRow("frames stop") << &TestFaults::stoppedFrames;
+        QTest::newRow("frames change their size") << &TestFaults::changingSizes;
+        QTest::newRow("format changes") << &TestFaults::changingFormats;
+        QTest::newRow("frames of other formats") << &TestFaults::foreignFormats;
+        QTest::newRow("format that cannot be shown") << &TestFaults::impossibleFormat;
+        QTest::newRow("five times too many frames") << &TestFaults::flood;
+        QTest::newRow("unplugged while capturing") << &TestFaults::unpluggedWhileCapturing;
+        QTest::newRow("still never answered") << &TestFaults::silentStill;
+        QTest::newRow("still answered twice") << &TestFaults::stillAnsweredTwice;
+        QTest::newRow("still after the device is gone") << &TestFaults::stillAfterTheDeviceIsGone;
+        QTest::newRow("still after another camera is chosen")
+            << &TestFaults::stillAfterAnotherCameraIsChosen;
+    }
 
-    void withoutAService();
-    void withoutStills_data();
-    void withoutStills();
-    void settingsWithoutStills();
+    void fault()
+    {
+        QFETCH(Fault, happen);
+        (this->*happen)();
+        if (!QTest::currentTestFailed())
+            expectUsable();
+    }
+
+    // Nothing is there to take frames from, but files can be looked at and what is shown be stored.
+    void withoutAService()
+    {
+        device().setService(TestCamera::Service::None);
+        expectBox(cameraError, QStringLiteral("The camera service is missing"));
+        window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
+        takePicture();
+        QVERIFY(!QGuiApplication::clipboard()->image().isNull());
+        QVERIFY(storedFiles().isEmpty());
+        storeSetting(QStringLiteral("preferences/rawStore"), false);
+        takePicture();
+        QCOMPARE(storedFiles().size(), 1);
+        window->probe.displayFile(storedFiles().constFirst());
+        QVERIFY(!window->probe.lastFrame().isNull());
+    }
+
+    void withoutStills_data()
+    {
+        QTest::addColumn<bool>("raw");
+        QTest::newRow("raw") << true;
+        QTest::newRow("as shown") << false;
+    }
+
+    // Of a still that cannot be taken only the log has a trace.
+    void withoutStills()
+    {
+        QFETCH(bool, raw);
+        device().setService(TestCamera::Service::WithoutStills);
+        storeSetting(QStringLiteral("preferences/displayMsg"), true);
+        storeSetting(QStringLiteral("preferences/rawStore"), raw);
+        open();
+        QVERIFY(!window->probe.imageCapture()->isAvailable());
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QTest::ignoreMessage(QtDebugMsg, "take image");
+        if (raw)
+            QTest::ignoreMessage(QtDebugMsg, "\"\"");
+        takePicture();
+        QCOMPARE(window->messageText(), QStringLiteral("enregistrement image"));
+        QVERIFY(!QGuiApplication::clipboard()->image().isNull());
+        QCOMPARE(storedFiles().size(), raw ? 0 : 1);
+        QVERIFY(!window->probe.captureInProgress());
+        QCOMPARE(device().record().locks, QCamera::LockTypes());
+        QCOMPARE(boxes->answered(), 0);
+        QVERIFY(device().pushPicture(gradient({32, 24})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
+        QVERIFY(window->close());
+    }
+
+    void settingsWithoutStills()
+    {
+        device().setService(TestCamera::Service::WithoutStills);
+        open();
+        boxes->expect(QStringLiteral("Dialog"), [](QDialog *dialog) {
+            for (const char *name : {"imageCodecBox", "imageResolutionBox"})
+                QCOMPARE(dialog->findChild<QComboBox *>(QLatin1String(name))->count(), 1);
+            QTest::keyClick(dialog, Qt::Key_Return);
+        });
+        window->trigger("actionImageSettings");
+        QCOMPARE(boxes->answered(), 1);
+    }
 
 private:
     // At the start
-    void absent();
-    void goneBeforeTheWindow();
-    void busy();
-    void busyForLong();
-    void neverAnsweringStart();
-    // In mid-stream
-    void failing();
-    void unplugged();
-    void unpluggedAndAPictureOpened();
-    void unpluggedAndAnotherChosen();
-    void unpluggedUnderADialog();
-    void unpluggedUnderTheImageSettings();
-    void unpluggedUnderAHeldButton();
-    void unpluggedUnderABox();
-    void failingWhenLetGo();
-    // Frames
-    void stoppedFrames();
-    void changingSizes();
-    void changingFormats();
-    void foreignFormats();
-    void impossibleFormat();
-    void flood();
-    // Stills
-    void unpluggedWhileCapturing();
-    void silentStill();
-    void stillAnsweredTwice();
-    void stillAfterTheDeviceIsGone();
-    void stillAfterAnotherCameraIsChosen();
+    // Then the menu names no camera, and the program has to be started again.
+    void absent()
+    {
+        device().setDevices({});
+        boxes->expect(cameraError);
+        window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        takePicture();
+        QVERIFY(!QGuiApplication::clipboard()->image().isNull());
+        boxes->expect(captureError);
+        QTRY_COMPARE(boxes->answered(), 2);
+        plugIn();
+        window = nullptr;
+        open();
+    }
 
-    void open();
-    void expectUsable();
-    void expectBox(const QString &title, const QString &text);
+    void goneBeforeTheWindow()
+    {
+        device().setStartAnswer(Answer::OnCall);
+        window = std::make_unique<Window>();
+        expectBox(cameraError, QStringLiteral("La caméra a été débranchée."));
+        device().unplug("essai");
+        QTRY_COMPARE(boxes->answered(), 1);
+        device().setStartAnswer(Answer::AtOnce);
+        plugIn();
+    }
+
+    void busy()
+    {
+        device().setStartAnswer(Answer::Refuse);
+        device().setErrorText(QStringLiteral("La caméra est occupée."));
+        expectBox(cameraError, QStringLiteral("La caméra est occupée."));
+        window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
+        device().setStartAnswer(Answer::AtOnce);
+    }
+
+    void busyForLong()
+    {
+        busy();
+        device().setStartAnswer(Answer::Refuse);
+        for (int attempt = 2; attempt <= 3; ++attempt) {
+            expectBox(cameraError, QStringLiteral("La caméra est occupée."));
+            window->trigger("actionCamera");
+            QTRY_COMPARE(boxes->answered(), attempt);
+            QVERIFY(window->action("actionStartCamera")->isEnabled());
+        }
+        device().setStartAnswer(Answer::AtOnce);
+    }
+
+    void neverAnsweringStart()
+    {
+        device().setStartAnswer(Answer::OnCall);
+        window = std::make_unique<Window>();
+        QTRY_COMPARE(device().record().started, 1);
+        window->trigger("actionStopCamera");
+        device().setStartAnswer(Answer::AtOnce);
+    }
+
+    // In mid-stream
+    void failing()
+    {
+        open();
+        expectBox(cameraError, QStringLiteral("Flux interrompu."));
+        device().raiseError(QCamera::CameraError, QStringLiteral("Flux interrompu."));
+        QTRY_COMPARE(boxes->answered(), 1);
+    }
+
+    void unplugged()
+    {
+        open();
+        expectBox(cameraError, QStringLiteral("La caméra a été débranchée."));
+        device().unplug("essai");
+        QTRY_COMPARE(boxes->answered(), 1);
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        QVERIFY(!window->action("actionStopCamera")->isEnabled());
+        plugIn();
+    }
+
+    // The camera is not asked for anything then, and has nothing more to complain of.
+    void unpluggedAndAPictureOpened()
+    {
+        open();
+        boxes->expect(cameraError);
+        device().unplug("essai");
+        QTRY_COMPARE(boxes->answered(), 1);
+        const QString path = Sandbox::instance().documents() + QStringLiteral("/page.png");
+        QVERIFY(gradient({90, 60}).save(path));
+        window->probe.displayFile(path);
+        QCOMPARE(window->probe.lastFrame().size(), QSize(90, 60));
+        QCOMPARE(window->probe.camera()->state(), QCamera::UnloadedState);
+        plugIn();
+    }
+
+    void unpluggedAndAnotherChosen()
+    {
+        plugInTwo();
+        open();
+        boxes->expect(cameraError);
+        device().unplug("un");
+        QTRY_COMPARE(boxes->answered(), 1);
+        chooseDevice(1);
+        QTRY_VERIFY(device().isRunning());
+        QCOMPARE(device().record().device, QByteArray("deux"));
+    }
+
+    // The box lies above the dialog, which can be used when the box is gone.
+    void unpluggedUnderADialog()
+    {
+        open();
+        boxes->expect(QStringLiteral("Dialog"), [this](QDialog *dialog) {
+            boxes->expect(cameraError);
+            device().unplug("essai");
+            QCOMPARE(boxes->answered(), 2);
+            QVERIFY(dialog->isVisible());
+            QTest::keyClick(dialog, Qt::Key_Return);
+            QVERIFY(!dialog->isVisible());
+        });
+        window->trigger("actionPreferences");
+        plugIn();
+    }
+
+    void unpluggedUnderTheImageSettings()
+    {
+        open();
+        boxes->expect(QStringLiteral("Dialog"), [this](QDialog *dialog) {
+            boxes->expect(cameraError);
+            device().unplug("essai");
+            auto *const sizes =
+                dialog->findChild<QComboBox *>(QStringLiteral("imageResolutionBox"));
+            sizes->setCurrentText(QStringLiteral("32x24"));
+            QTest::keyClick(dialog, Qt::Key_Return);
+            QVERIFY(!dialog->isVisible());
+        });
+        window->trigger("actionImageSettings");
+        plugIn();
+    }
+
+    // The box gets the release that the picture waits for.
+    void unpluggedUnderAHeldButton()
+    {
+        open();
+        QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, {300, 300});
+        QTRY_VERIFY(window->probe.view()->busy);
+        boxes->expect(cameraError, [](QDialog *box) {
+            QTest::mouseRelease(box->windowHandle(), Qt::LeftButton);
+            QCoreApplication::processEvents();
+            box->accept();
+        });
+        device().unplug("essai");
+        QTRY_COMPARE(boxes->answered(), 1);
+        plugIn();
+    }
+
+    void unpluggedUnderABox()
+    {
+        open();
+        boxes->expect(captureError, [this](QDialog *box) {
+            boxes->expect(cameraError);
+            device().unplug("essai");
+            box->accept();
+        });
+        device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
+        QTRY_COMPARE(boxes->answered(), 2);
+        plugIn();
+    }
+
+    // Nobody has to hear of a device that has done its work; the same happens when the window goes.
+    void failingWhenLetGo()
+    {
+        device().setService(TestCamera::Service::FailsAtTheEnd);
+        plugInTwo();
+        open();
+        chooseDevice(1);
+        QTRY_VERIFY(device().isRunning());
+        QCOMPARE(device().record().device, QByteArray("deux"));
+    }
+
+    // Frames
+    void stoppedFrames()
+    {
+        open();
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        QTRY_COMPARE(window->probe.framesDisplayed(), 0); // for a second none has come
+        window->trigger("actionNegatif");
+        window->call("updateDisplay");
+        QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
+        window->trigger("actionNegatif");
+        window->trigger("actionCamera");
+        window->trigger("actionCamera");
+        QTRY_VERIFY(device().isRunning());
+    }
+
+    void changingSizes()
+    {
+        open();
+        window->trigger("actionTexte_manuscrit");
+        for (const QSize size : {QSize(640, 480), QSize(1, 1), QSize(1920, 1080), QSize(3, 700)}) {
+            QVERIFY(device().pushPicture(gradient(size)));
+            QCOMPARE(window->probe.lastFrame().size(), size);
+        }
+        window->trigger("actionTrNormal");
+    }
+
+    void changingFormats()
+    {
+        open();
+        for (const auto format : {QVideoFrame::Format_ARGB32, QVideoFrame::Format_RGB32}) {
+            for (const QSize size : {QSize(320, 240), QSize(96, 64)}) {
+                device().changeFormat(QVideoSurfaceFormat(size, format));
+                QVERIFY(device().isRunning());
+                QVERIFY(device().pushPicture(gradient(size)));
+                QCOMPARE(window->probe.lastFrame().size(), size);
+            }
+        }
+    }
+
+    // They are taken for what was agreed on, as far as their memory reaches.
+    void foreignFormats()
+    {
+        open();
+        const QSize size(64, 48);
+        for (const auto &[format, bytes] :
+             {std::pair(QVideoFrame::Format_YUYV, 2), std::pair(QVideoFrame::Format_RGB24, 3),
+              std::pair(QVideoFrame::Format_Y8, 1), std::pair(QVideoFrame::Format_Invalid, 4)}) {
+            device().pushFrame(foreignFrame(format, size, bytes));
+            QVERIFY(window->probe.lastFrame().isNull() || window->probe.lastFrame().size() == size);
+        }
+    }
+
+    void impossibleFormat()
+    {
+        open();
+        expectBox(cameraError,
+                  QStringLiteral("L'affichage refuse le format d'image de la caméra."));
+        device().changeFormat(QVideoSurfaceFormat(QSize(0, 0), QVideoFrame::Format_RGB32));
+        QTRY_COMPARE(boxes->answered(), 1);
+        QVERIFY(window->action("actionStartCamera")->isEnabled());
+        device().setFormat(QVideoSurfaceFormat(QSize(64, 48), QVideoFrame::Format_RGB32));
+    }
+
+    // Each turn of the event loop brings five frames, all of which take their time: keys are heard
+    // in between, and what is shown at the end is the last one.
+    void flood()
+    {
+        constexpr int turns = 30;
+        open();
+        window->trigger("actionTexte_manuscrit");
+        int turn = 0;
+        int modeAtTheEnd = 0;
+        QTimer camera;
+        connect(&camera, &QTimer::timeout, this, [&] {
+            if (turn == 0)
+                QTest::sendKeyEvent(QTest::Click, window->windowHandle(), Qt::Key_F7, QString(),
+                                    {});
+            for (int i = 0; i < 5; ++i)
+                QVERIFY(device().pushPicture(gradient({320, 200 + turn})));
+            if (++turn == turns) {
+                modeAtTheEnd = window->probe.imageProcessing();
+                camera.stop();
+            }
+        });
+        camera.start(0);
+        QTRY_VERIFY(!camera.isActive());
+        QCOMPARE(modeAtTheEnd, 5);
+        QCOMPARE(window->probe.lastFrame().height(), 200 + turns - 1);
+        window->trigger("actionTrNormal");
+    }
+
+    // Stills
+    void unpluggedWhileCapturing()
+    {
+        device().setStillAnswer(Answer::OnCall);
+        open();
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        takePicture();
+        QTRY_COMPARE(device().record().stills.size(), 1);
+        boxes->expect(cameraError);
+        expectBox(captureError,
+                  QStringLiteral("La caméra a été fermée avant que l'image soit prise."));
+        device().unplug("essai");
+        QTRY_COMPARE(boxes->answered(), 2);
+        QVERIFY(storedFiles().isEmpty());
+        device().setStillAnswer(Answer::AtOnce);
+        plugIn();
+    }
+
+    // The window does not wait for it, and opening the camera anew forgets it.
+    void silentStill()
+    {
+        device().setStillAnswer(Answer::OnCall);
+        open();
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        takePicture();
+        QTRY_COMPARE(device().record().stills.size(), 1);
+        QVERIFY(!window->probe.captureInProgress());
+        QVERIFY(device().pushPicture(gradient({32, 24})));
+        QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
+        storeSetting(QStringLiteral("preferences/rawStore"), false);
+        takePicture();
+        QCOMPARE(storedFiles().size(), 1);
+
+        storeSetting(QStringLiteral("preferences/rawStore"), true);
+        device().setStillAnswer(Answer::AtOnce);
+        chooseDevice(0);
+    }
+
+    void stillAnsweredTwice()
+    {
+        device().setStillAnswer(Answer::Twice);
+        open();
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        takePicture();
+        QTRY_COMPARE(storedFiles().size(), 1);
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+    }
+
+    void stillAfterTheDeviceIsGone()
+    {
+        unpluggedWhileCapturing();
+        device().answerStill();
+        device().raiseSaved(device().record().stills.constFirst().id, QStringLiteral("tard.jpg"));
+        QVERIFY(storedFiles().isEmpty());
+        QVERIFY(window->isVisible());
+    }
+
+    void stillAfterAnotherCameraIsChosen()
+    {
+        plugInTwo();
+        device().setStillAnswer(Answer::OnCall);
+        open();
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        takePicture();
+        QTRY_COMPARE(device().record().stills.size(), 1);
+        device().setStillAnswer(Answer::AtOnce);
+        chooseDevice(1);
+        QTRY_VERIFY(device().isRunning());
+        device().answerStill(); // to a camera that has asked for nothing
+        QVERIFY(storedFiles().isEmpty());
+    }
+
+    void open()
+    {
+        window = std::make_unique<Window>();
+        QTRY_VERIFY(device().isRunning());
+    }
+
+    void expectUsable()
+    {
+        QVERIFY(window->isVisible() && window->isEnabled());
+        QVERIFY(!window->probe.captureInProgress());
+        if (!device().isRunning() && window->action("actionStartCamera")->isEnabled())
+            window->trigger("actionStartCamera");
+        QTRY_VERIFY(device().isRunning());
+        QVERIFY(window->action("actionStopCamera")->isEnabled());
+
+        const QSize size(66, 44);
+        QTRY_VERIFY(!window->probe.view()->busy);
+        QVERIFY(device().pushPicture(gradient(size)));
+        QCOMPARE(window->probe.lastFrame().size(), size);
+        const QImage normal = window->shownPicture(size);
+        window->trigger("actionTexte");
+        QVERIFY(device().pushPicture(gradient(size)));
+        QVERIFY(window->shownPicture(size) != normal);
+        window->trigger("actionTrNormal");
+        QVERIFY(device().pushPicture(gradient(size)));
+        KIVRA_COMPARE_PICTURES(window->shownPicture(size), normal);
+
+        for (const QString &earlier : storedFiles())
+            QVERIFY(QFile::remove(earlier));
+        QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
+        takePicture();
+        QTRY_COMPARE(storedFiles().size(), 1);
+        QTRY_VERIFY(!QImage(storedFiles().constFirst()).isNull());
+    }
+
+    void expectBox(const QString &title, const QString &text)
+    {
+        boxes->expect(title, [text](QDialog *box) {
+            QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), text);
+            box->accept();
+        });
+    }
+
     void takePicture() const { window->trigger("actionEnregistrer_image"); }
     static void plugIn() { device().setDevices({{"essai", QStringLiteral("Caméra d'essai")}}); }
 };
 
-Q_DECLARE_METATYPE(TestFaults::Fault)
-
-void TestFaults::init()
-{
-    begin();
-    QGuiApplication::clipboard()->clear();
-}
-
-void TestFaults::fault_data()
-{
-    QTest::addColumn<Fault>("happen");
-    QTest::newRow("absent at the start") << &TestFaults::absent;
-    QTest::newRow("gone before the window is up") << &TestFaults::goneBeforeTheWindow;
-    QTest::newRow("busy at the start") << &TestFaults::busy;
-    QTest::newRow("busy, and busy again") << &TestFaults::busyForLong;
-    QTest::newRow("start never answered") << &TestFaults::neverAnsweringStart;
-    QTest::newRow("error in mid-stream") << &TestFaults::failing;
-    QTest::newRow("unplugged") << &TestFaults::unplugged;
-    QTest::newRow("unplugged, a picture opened") << &TestFaults::unpluggedAndAPictureOpened;
-    QTest::newRow("unplugged, another chosen") << &TestFaults::unpluggedAndAnotherChosen;
-    QTest::newRow("unplugged under a dialog") << &TestFaults::unpluggedUnderADialog;
-    QTest::newRow("unplugged under the image settings")
-        << &TestFaults::unpluggedUnderTheImageSettings;
-    QTest::newRow("unplugged under a held button") << &TestFaults::unpluggedUnderAHeldButton;
-    QTest::newRow("unplugged under a box") << &TestFaults::unpluggedUnderABox;
-    QTest::newRow("failing when let go") << &TestFaults::failingWhenLetGo;
-    QTest::newRow("frames stop") << &TestFaults::stoppedFrames;
-    QTest::newRow("frames change their size") << &TestFaults::changingSizes;
-    QTest::newRow("format changes") << &TestFaults::changingFormats;
-    QTest::newRow("frames of other formats") << &TestFaults::foreignFormats;
-    QTest::newRow("format that cannot be shown") << &TestFaults::impossibleFormat;
-    QTest::newRow("five times too many frames") << &TestFaults::flood;
-    QTest::newRow("unplugged while capturing") << &TestFaults::unpluggedWhileCapturing;
-    QTest::newRow("still never answered") << &TestFaults::silentStill;
-    QTest::newRow("still answered twice") << &TestFaults::stillAnsweredTwice;
-    QTest::newRow("still after the device is gone") << &TestFaults::stillAfterTheDeviceIsGone;
-    QTest::newRow("still after another camera is chosen")
-        << &TestFaults::stillAfterAnotherCameraIsChosen;
-}
-
-void TestFaults::fault()
-{
-    QFETCH(Fault, happen);
-    (this->*happen)();
-    if (!QTest::currentTestFailed())
-        expectUsable();
-}
-
-// Then the menu names no camera, and the program has to be started again.
-void TestFaults::absent()
-{
-    device().setDevices({});
-    boxes->expect(cameraError);
-    window = std::make_unique<Window>();
-    QTRY_COMPARE(boxes->answered(), 1);
-    QVERIFY(window->action("actionStartCamera")->isEnabled());
-    takePicture();
-    QVERIFY(!QGuiApplication::clipboard()->image().isNull());
-    boxes->expect(captureError);
-    QTRY_COMPARE(boxes->answered(), 2);
-    plugIn();
-    window = nullptr;
-    open();
-}
-
-void TestFaults::goneBeforeTheWindow()
-{
-    device().setStartAnswer(Answer::OnCall);
-    window = std::make_unique<Window>();
-    expectBox(cameraError, QStringLiteral("La caméra a été débranchée."));
-    device().unplug("essai");
-    QTRY_COMPARE(boxes->answered(), 1);
-    device().setStartAnswer(Answer::AtOnce);
-    plugIn();
-}
-
-void TestFaults::busy()
-{
-    device().setStartAnswer(Answer::Refuse);
-    device().setErrorText(QStringLiteral("La caméra est occupée."));
-    expectBox(cameraError, QStringLiteral("La caméra est occupée."));
-    window = std::make_unique<Window>();
-    QTRY_COMPARE(boxes->answered(), 1);
-    device().setStartAnswer(Answer::AtOnce);
-}
-
-void TestFaults::busyForLong()
-{
-    busy();
-    device().setStartAnswer(Answer::Refuse);
-    for (int attempt = 2; attempt <= 3; ++attempt) {
-        expectBox(cameraError, QStringLiteral("La caméra est occupée."));
-        window->trigger("actionCamera");
-        QTRY_COMPARE(boxes->answered(), attempt);
-        QVERIFY(window->action("actionStartCamera")->isEnabled());
-    }
-    device().setStartAnswer(Answer::AtOnce);
-}
-
-void TestFaults::neverAnsweringStart()
-{
-    device().setStartAnswer(Answer::OnCall);
-    window = std::make_unique<Window>();
-    QTRY_COMPARE(device().record().started, 1);
-    window->trigger("actionStopCamera");
-    device().setStartAnswer(Answer::AtOnce);
-}
-
-void TestFaults::failing()
-{
-    open();
-    expectBox(cameraError, QStringLiteral("Flux interrompu."));
-    device().raiseError(QCamera::CameraError, QStringLiteral("Flux interrompu."));
-    QTRY_COMPARE(boxes->answered(), 1);
-}
-
-void TestFaults::unplugged()
-{
-    open();
-    expectBox(cameraError, QStringLiteral("La caméra a été débranchée."));
-    device().unplug("essai");
-    QTRY_COMPARE(boxes->answered(), 1);
-    QVERIFY(window->action("actionStartCamera")->isEnabled());
-    QVERIFY(!window->action("actionStopCamera")->isEnabled());
-    plugIn();
-}
-
-// The camera is not asked for anything then, and has nothing more to complain of.
-void TestFaults::unpluggedAndAPictureOpened()
-{
-    open();
-    boxes->expect(cameraError);
-    device().unplug("essai");
-    QTRY_COMPARE(boxes->answered(), 1);
-    const QString path = Sandbox::instance().documents() + QStringLiteral("/page.png");
-    QVERIFY(gradient({90, 60}).save(path));
-    window->probe.displayFile(path);
-    QCOMPARE(window->probe.lastFrame().size(), QSize(90, 60));
-    QCOMPARE(window->probe.camera()->state(), QCamera::UnloadedState);
-    plugIn();
-}
-
-void TestFaults::unpluggedAndAnotherChosen()
-{
-    plugInTwo();
-    open();
-    boxes->expect(cameraError);
-    device().unplug("un");
-    QTRY_COMPARE(boxes->answered(), 1);
-    chooseDevice(1);
-    QTRY_VERIFY(device().isRunning());
-    QCOMPARE(device().record().device, QByteArray("deux"));
-}
-
-// The box lies above the dialog, which can be used when the box is gone.
-void TestFaults::unpluggedUnderADialog()
-{
-    open();
-    boxes->expect(QStringLiteral("Dialog"), [this](QDialog *dialog) {
-        boxes->expect(cameraError);
-        device().unplug("essai");
-        QCOMPARE(boxes->answered(), 2);
-        QVERIFY(dialog->isVisible());
-        QTest::keyClick(dialog, Qt::Key_Return);
-        QVERIFY(!dialog->isVisible());
-    });
-    window->trigger("actionPreferences");
-    plugIn();
-}
-
-void TestFaults::unpluggedUnderTheImageSettings()
-{
-    open();
-    boxes->expect(QStringLiteral("Dialog"), [this](QDialog *dialog) {
-        boxes->expect(cameraError);
-        device().unplug("essai");
-        auto *const sizes = dialog->findChild<QComboBox *>(QStringLiteral("imageResolutionBox"));
-        sizes->setCurrentText(QStringLiteral("32x24"));
-        QTest::keyClick(dialog, Qt::Key_Return);
-        QVERIFY(!dialog->isVisible());
-    });
-    window->trigger("actionImageSettings");
-    plugIn();
-}
-
-// The box gets the release that the picture waits for.
-void TestFaults::unpluggedUnderAHeldButton()
-{
-    open();
-    QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, {300, 300});
-    QTRY_VERIFY(window->probe.view()->busy);
-    boxes->expect(cameraError, [](QDialog *box) {
-        QTest::mouseRelease(box->windowHandle(), Qt::LeftButton);
-        QCoreApplication::processEvents();
-        box->accept();
-    });
-    device().unplug("essai");
-    QTRY_COMPARE(boxes->answered(), 1);
-    plugIn();
-}
-
-void TestFaults::unpluggedUnderABox()
-{
-    open();
-    boxes->expect(captureError, [this](QDialog *box) {
-        boxes->expect(cameraError);
-        device().unplug("essai");
-        box->accept();
-    });
-    device().raiseStillError(1, QCameraImageCapture::ResourceError, QStringLiteral("plein"));
-    QTRY_COMPARE(boxes->answered(), 2);
-    plugIn();
-}
-
-// Nobody has to hear of a device that has done its work; the same happens when the window goes.
-void TestFaults::failingWhenLetGo()
-{
-    device().setService(TestCamera::Service::FailsAtTheEnd);
-    plugInTwo();
-    open();
-    chooseDevice(1);
-    QTRY_VERIFY(device().isRunning());
-    QCOMPARE(device().record().device, QByteArray("deux"));
-}
-
-void TestFaults::stoppedFrames()
-{
-    open();
-    QVERIFY(device().pushPicture(gradient({64, 48})));
-    QTRY_COMPARE(window->probe.framesDisplayed(), 0); // for a second none has come
-    window->trigger("actionNegatif");
-    window->call("updateDisplay");
-    QCOMPARE(window->probe.lastFrame().size(), QSize(64, 48));
-    window->trigger("actionNegatif");
-    window->trigger("actionCamera");
-    window->trigger("actionCamera");
-    QTRY_VERIFY(device().isRunning());
-}
-
-void TestFaults::changingSizes()
-{
-    open();
-    window->trigger("actionTexte_manuscrit");
-    for (const QSize size : {QSize(640, 480), QSize(1, 1), QSize(1920, 1080), QSize(3, 700)}) {
-        QVERIFY(device().pushPicture(gradient(size)));
-        QCOMPARE(window->probe.lastFrame().size(), size);
-    }
-    window->trigger("actionTrNormal");
-}
-
-void TestFaults::changingFormats()
-{
-    open();
-    for (const auto format : {QVideoFrame::Format_ARGB32, QVideoFrame::Format_RGB32}) {
-        for (const QSize size : {QSize(320, 240), QSize(96, 64)}) {
-            device().changeFormat(QVideoSurfaceFormat(size, format));
-            QVERIFY(device().isRunning());
-            QVERIFY(device().pushPicture(gradient(size)));
-            QCOMPARE(window->probe.lastFrame().size(), size);
-        }
-    }
-}
-
-// They are taken for what was agreed on, as far as their memory reaches.
-void TestFaults::foreignFormats()
-{
-    open();
-    const QSize size(64, 48);
-    for (const auto &[format, bytes] :
-         {std::pair(QVideoFrame::Format_YUYV, 2), std::pair(QVideoFrame::Format_RGB24, 3),
-          std::pair(QVideoFrame::Format_Y8, 1), std::pair(QVideoFrame::Format_Invalid, 4)}) {
-        device().pushFrame(foreignFrame(format, size, bytes));
-        QVERIFY(window->probe.lastFrame().isNull() || window->probe.lastFrame().size() == size);
-    }
-}
-
-void TestFaults::impossibleFormat()
-{
-    open();
-    expectBox(cameraError, QStringLiteral("L'affichage refuse le format d'image de la caméra."));
-    device().changeFormat(QVideoSurfaceFormat(QSize(0, 0), QVideoFrame::Format_RGB32));
-    QTRY_COMPARE(boxes->answered(), 1);
-    QVERIFY(window->action("actionStartCamera")->isEnabled());
-    device().setFormat(QVideoSurfaceFormat(QSize(64, 48), QVideoFrame::Format_RGB32));
-}
-
-// Each turn of the event loop brings five frames, all of which take their time: keys are heard in
-// between, and what is shown at the end is the last one.
-void TestFaults::flood()
-{
-    constexpr int turns = 30;
-    open();
-    window->trigger("actionTexte_manuscrit");
-    int turn = 0;
-    int modeAtTheEnd = 0;
-    QTimer camera;
-    connect(&camera, &QTimer::timeout, this, [&] {
-        if (turn == 0)
-            QTest::sendKeyEvent(QTest::Click, window->windowHandle(), Qt::Key_F7, QString(), {});
-        for (int i = 0; i < 5; ++i)
-            QVERIFY(device().pushPicture(gradient({320, 200 + turn})));
-        if (++turn == turns) {
-            modeAtTheEnd = window->probe.imageProcessing();
-            camera.stop();
-        }
-    });
-    camera.start(0);
-    QTRY_VERIFY(!camera.isActive());
-    QCOMPARE(modeAtTheEnd, 5);
-    QCOMPARE(window->probe.lastFrame().height(), 200 + turns - 1);
-    window->trigger("actionTrNormal");
-}
-
-void TestFaults::unpluggedWhileCapturing()
-{
-    device().setStillAnswer(Answer::OnCall);
-    open();
-    QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    takePicture();
-    QTRY_COMPARE(device().record().stills.size(), 1);
-    boxes->expect(cameraError);
-    expectBox(captureError, QStringLiteral("La caméra a été fermée avant que l'image soit prise."));
-    device().unplug("essai");
-    QTRY_COMPARE(boxes->answered(), 2);
-    QVERIFY(storedFiles().isEmpty());
-    device().setStillAnswer(Answer::AtOnce);
-    plugIn();
-}
-
-// The window does not wait for it, and opening the camera anew forgets it.
-void TestFaults::silentStill()
-{
-    device().setStillAnswer(Answer::OnCall);
-    open();
-    QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    takePicture();
-    QTRY_COMPARE(device().record().stills.size(), 1);
-    QVERIFY(!window->probe.captureInProgress());
-    QVERIFY(device().pushPicture(gradient({32, 24})));
-    QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
-    storeSetting(QStringLiteral("preferences/rawStore"), false);
-    takePicture();
-    QCOMPARE(storedFiles().size(), 1);
-
-    storeSetting(QStringLiteral("preferences/rawStore"), true);
-    device().setStillAnswer(Answer::AtOnce);
-    chooseDevice(0);
-}
-
-void TestFaults::stillAnsweredTwice()
-{
-    device().setStillAnswer(Answer::Twice);
-    open();
-    QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    takePicture();
-    QTRY_COMPARE(storedFiles().size(), 1);
-    QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-}
-
-void TestFaults::stillAfterTheDeviceIsGone()
-{
-    unpluggedWhileCapturing();
-    device().answerStill();
-    device().raiseSaved(device().record().stills.constFirst().id, QStringLiteral("tard.jpg"));
-    QVERIFY(storedFiles().isEmpty());
-    QVERIFY(window->isVisible());
-}
-
-void TestFaults::stillAfterAnotherCameraIsChosen()
-{
-    plugInTwo();
-    device().setStillAnswer(Answer::OnCall);
-    open();
-    QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    takePicture();
-    QTRY_COMPARE(device().record().stills.size(), 1);
-    device().setStillAnswer(Answer::AtOnce);
-    chooseDevice(1);
-    QTRY_VERIFY(device().isRunning());
-    device().answerStill(); // to a camera that has asked for nothing
-    QVERIFY(storedFiles().isEmpty());
-}
-
-// Nothing is there to take frames from, but files can be looked at and what is shown be stored.
-void TestFaults::withoutAService()
-{
-    device().setService(TestCamera::Service::None);
-    expectBox(cameraError, QStringLiteral("The camera service is missing"));
-    window = std::make_unique<Window>();
-    QTRY_COMPARE(boxes->answered(), 1);
-    takePicture();
-    QVERIFY(!QGuiApplication::clipboard()->image().isNull());
-    QVERIFY(storedFiles().isEmpty());
-    storeSetting(QStringLiteral("preferences/rawStore"), false);
-    takePicture();
-    QCOMPARE(storedFiles().size(), 1);
-    window->probe.displayFile(storedFiles().constFirst());
-    QVERIFY(!window->probe.lastFrame().isNull());
-}
-
-void TestFaults::withoutStills_data()
-{
-    QTest::addColumn<bool>("raw");
-    QTest::newRow("raw") << true;
-    QTest::newRow("as shown") << false;
-}
-
-// Of a still that cannot be taken only the log has a trace.
-void TestFaults::withoutStills()
-{
-    QFETCH(bool, raw);
-    device().setService(TestCamera::Service::WithoutStills);
-    storeSetting(QStringLiteral("preferences/displayMsg"), true);
-    storeSetting(QStringLiteral("preferences/rawStore"), raw);
-    open();
-    QVERIFY(!window->probe.imageCapture()->isAvailable());
-    QVERIFY(device().pushPicture(gradient({64, 48})));
-    QTest::ignoreMessage(QtDebugMsg, "take image");
-    if (raw)
-        QTest::ignoreMessage(QtDebugMsg, "\"\"");
-    takePicture();
-    QCOMPARE(window->messageText(), QStringLiteral("enregistrement image"));
-    QVERIFY(!QGuiApplication::clipboard()->image().isNull());
-    QCOMPARE(storedFiles().size(), raw ? 0 : 1);
-    QVERIFY(!window->probe.captureInProgress());
-    QCOMPARE(device().record().locks, QCamera::LockTypes());
-    QCOMPARE(boxes->answered(), 0);
-    QVERIFY(device().pushPicture(gradient({32, 24})));
-    QCOMPARE(window->probe.lastFrame().size(), QSize(32, 24));
-    QVERIFY(window->close());
-}
-
-void TestFaults::settingsWithoutStills()
-{
-    device().setService(TestCamera::Service::WithoutStills);
-    open();
-    boxes->expect(QStringLiteral("Dialog"), [](QDialog *dialog) {
-        for (const char *name : {"imageCodecBox", "imageResolutionBox"})
-            QCOMPARE(dialog->findChild<QComboBox *>(QLatin1String(name))->count(), 1);
-        QTest::keyClick(dialog, Qt::Key_Return);
-    });
-    window->trigger("actionImageSettings");
-    QCOMPARE(boxes->answered(), 1);
-}
-
-void TestFaults::open()
-{
-    window = std::make_unique<Window>();
-    QTRY_VERIFY(device().isRunning());
-}
-
-void TestFaults::expectUsable()
-{
-    QVERIFY(window->isVisible() && window->isEnabled());
-    QVERIFY(!window->probe.captureInProgress());
-    if (!device().isRunning() && window->action("actionStartCamera")->isEnabled())
-        window->trigger("actionStartCamera");
-    QTRY_VERIFY(device().isRunning());
-    QVERIFY(window->action("actionStopCamera")->isEnabled());
-
-    const QSize size(66, 44);
-    QTRY_VERIFY(!window->probe.view()->busy);
-    QVERIFY(device().pushPicture(gradient(size)));
-    QCOMPARE(window->probe.lastFrame().size(), size);
-    const QImage normal = window->shownPicture(size);
-    window->trigger("actionTexte");
-    QVERIFY(device().pushPicture(gradient(size)));
-    QVERIFY(window->shownPicture(size) != normal);
-    window->trigger("actionTrNormal");
-    QVERIFY(device().pushPicture(gradient(size)));
-    KIVRA_COMPARE_PICTURES(window->shownPicture(size), normal);
-
-    for (const QString &earlier : storedFiles())
-        QVERIFY(QFile::remove(earlier));
-    QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
-    takePicture();
-    QTRY_COMPARE(storedFiles().size(), 1);
-    QTRY_VERIFY(!QImage(storedFiles().constFirst()).isNull());
-}
-
-void TestFaults::expectBox(const QString &title, const QString &text)
-{
-    boxes->expect(title, [text](QDialog *box) {
-        QCOMPARE(qobject_cast<QMessageBox *>(box)->text(), text);
-        box->accept();
-    });
-}
-
-KIVRA_TEST_MAIN(TestFaults)
+KIVRA_TEST(TestFaults)
 #include "test_faults.moc"

@@ -427,5 +427,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestForm)
+KIVRA_TEST(TestForm)
 #include "test_form.moc"

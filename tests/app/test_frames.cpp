@@ -320,5 +320,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestFrames)
+KIVRA_TEST(TestFrames)
 #include "test_frames.moc"

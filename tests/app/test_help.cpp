@@ -3,6 +3,7 @@
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDesktopServices>
@@ -240,5 +241,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestHelp)
+KIVRA_TEST(TestHelp)
 #include "test_help.moc"

@@ -106,5 +106,5 @@ private:
     std::unique_ptr<Listener> widget;
 };
 
-KIVRA_TEST_MAIN(TestKeyRepeat)
+KIVRA_TEST(TestKeyRepeat)
 #include "test_keyrepeat.moc"

@@ -366,5 +366,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestKeys)
+KIVRA_TEST(TestKeys)
 #include "test_keys.moc"

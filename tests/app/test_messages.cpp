@@ -289,5 +289,5 @@ private:
     QLabel *label() const { return window->find<QLabel>("msgDisplay"); }
 };
 
-KIVRA_TEST_MAIN(TestMessages)
+KIVRA_TEST(TestMessages)
 #include "test_messages.moc"

@@ -4,6 +4,7 @@
 #include "storage/settings.h"
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -342,5 +343,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestOpen)
+KIVRA_TEST(TestOpen)
 #include "test_open.moc"

@@ -3,6 +3,7 @@
 
 #include "tests/app/windowtest.h"
 #include "tests/support/patience.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QComboBox>
@@ -126,5 +127,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestRawCapture)
+KIVRA_TEST(TestRawCapture)
 #include "test_rawcapture.moc"

@@ -224,5 +224,5 @@ private:
     QImage frame;
 };
 
-KIVRA_TEST_MAIN(TestRendering)
+KIVRA_TEST(TestRendering)
 #include "test_rendering.moc"

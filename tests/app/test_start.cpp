@@ -3,6 +3,7 @@
 #include "storage/settings.h"
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QActionGroup>
@@ -395,5 +396,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestStart)
+KIVRA_TEST(TestStart)
 #include "test_start.moc"

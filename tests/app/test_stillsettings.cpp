@@ -326,5 +326,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestStillSettings)
+KIVRA_TEST(TestStillSettings)
 #include "test_stillsettings.moc"

@@ -2,6 +2,7 @@
 
 #include "app/translation.h"
 #include "tests/app/window.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDialogButtonBox>
@@ -89,5 +90,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestTranslation)
+KIVRA_TEST(TestTranslation)
 #include "test_translation.moc"

@@ -94,5 +94,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestWindowSize)
+KIVRA_TEST(TestWindowSize)
 #include "test_windowsize.moc"

@@ -4,6 +4,7 @@
 #include "cameras/demo/picturepool.h"
 #include "cameras/service/cameraservice.h"
 #include "tests/cameras/framerecorder.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testcamera.h"
 #include "tests/support/testmain.h"
 
@@ -135,5 +136,5 @@ private:
     std::unique_ptr<CameraService> service;
 };
 
-KIVRA_TEST_MAIN(TestControls)
+KIVRA_TEST(TestControls)
 #include "test_controls.moc"

@@ -111,123 +111,114 @@ class FrameMakerTest : public QObject
     Q_OBJECT
 
 private slots:
-    void makesOneFrameAhead();
-    void takerThatKeepsFramesGetsNoMore();
-    void framesOutliveTheirMaker();
-    void stopForgetsTheFrame();
-    void takesStillsWithoutFrames();
-    void stillOfNothingIsNull();
-    void nothingToSeeIsTold();
-    void destructionAbandonsTheWork();
-};
-
-void FrameMakerTest::makesOneFrameAhead()
-{
-    Rig rig;
-    QVERIFY(!rig.frames.takeFrame());
-    QCOMPARE(rig.log.made, 0);
-    const int start = rig.frames.startFrames();
-    QTRY_COMPARE(rig.firsts, QList<int>{start});
-    QVERIFY(rig.waitUntilIdle());
-    QCOMPARE(rig.log.made, 1 + 2);
-    QVERIFY(rig.frames.takeFrame());
-    QVERIFY(rig.waitUntilIdle());
-    QCOMPARE(rig.log.made, 2 + 4);
-    QCOMPARE(rig.firsts.size(), 1);
-}
-
-void FrameMakerTest::takerThatKeepsFramesGetsNoMore()
-{
-    Rig rig;
-    rig.frames.startFrames();
-    std::vector<std::shared_ptr<const QImage>> kept;
-    for (int i = 0; i < 3; ++i) {
-        kept.push_back(rig.waitForFrame());
-        QVERIFY(kept.back());
+    void makesOneFrameAhead()
+    {
+        Rig rig;
+        QVERIFY(!rig.frames.takeFrame());
+        QCOMPARE(rig.log.made, 0);
+        const int start = rig.frames.startFrames();
+        QTRY_COMPARE(rig.firsts, QList<int>{start});
+        QVERIFY(rig.waitUntilIdle());
+        QCOMPARE(rig.log.made, 1 + 2);
+        QVERIFY(rig.frames.takeFrame());
+        QVERIFY(rig.waitUntilIdle());
+        QCOMPARE(rig.log.made, 2 + 4);
+        QCOMPARE(rig.firsts.size(), 1);
     }
-    QVERIFY(rig.waitUntilIdle());
-    QVERIFY(!rig.frames.takeFrame());
-    QVERIFY(rig.waitUntilIdle());
-    QVERIFY(!rig.frames.takeFrame());
 
-    // A frame given back is used again, and one that is kept is not written over.
-    const QRgb pixel = kept.back()->pixel(0, 0);
-    kept.erase(kept.begin());
-    QVERIFY(rig.waitForFrame());
-    QCOMPARE(kept.back()->pixel(0, 0), pixel);
-}
-
-void FrameMakerTest::framesOutliveTheirMaker()
-{
-    std::shared_ptr<const QImage> kept;
+    void takerThatKeepsFramesGetsNoMore()
     {
         Rig rig;
         rig.frames.startFrames();
-        kept = rig.waitForFrame();
+        std::vector<std::shared_ptr<const QImage>> kept;
+        for (int i = 0; i < 3; ++i) {
+            kept.push_back(rig.waitForFrame());
+            QVERIFY(kept.back());
+        }
+        QVERIFY(rig.waitUntilIdle());
+        QVERIFY(!rig.frames.takeFrame());
+        QVERIFY(rig.waitUntilIdle());
+        QVERIFY(!rig.frames.takeFrame());
+
+        // A frame given back is used again, and one that is kept is not written over.
+        const QRgb pixel = kept.back()->pixel(0, 0);
+        kept.erase(kept.begin());
+        QVERIFY(rig.waitForFrame());
+        QCOMPARE(kept.back()->pixel(0, 0), pixel);
     }
-    QVERIFY(kept);
-    QCOMPARE(kept->size(), QSize(8, 6));
-    QCOMPARE(kept->pixel(7, 5) & 0xFFFFFF, 1U);
-}
 
-void FrameMakerTest::stopForgetsTheFrame()
-{
-    Rig rig;
-    rig.frames.startFrames();
-    QTRY_COMPARE(rig.firsts.size(), 1);
-    rig.frames.stopFrames();
-    QVERIFY(rig.waitUntilIdle());
-    QCOMPARE(rig.log.made, 1 + 2);
-    rig.frames.startFrames();
-    QTRY_COMPARE(rig.firsts.size(), 2);
-    const std::shared_ptr<const QImage> frame = rig.frames.takeFrame();
-    QVERIFY(frame);
-    QCOMPARE(frame->pixel(0, 0) & 0xFFFFFF, 4U);
-}
+    void framesOutliveTheirMaker()
+    {
+        std::shared_ptr<const QImage> kept;
+        {
+            Rig rig;
+            rig.frames.startFrames();
+            kept = rig.waitForFrame();
+        }
+        QVERIFY(kept);
+        QCOMPARE(kept->size(), QSize(8, 6));
+        QCOMPARE(kept->pixel(7, 5) & 0xFFFFFF, 1U);
+    }
 
-void FrameMakerTest::takesStillsWithoutFrames()
-{
-    Rig rig;
-    StillRequest request = stillRequest(7);
-    request.resolution = QSize(1280, 720);
-    rig.frames.takeStill(request);
-    QTRY_COMPARE(rig.stills.size(), 1);
-    QCOMPARE(rig.exposed, QList<int>{7});
-    QCOMPARE(rig.stills.first().id, 7);
-    QCOMPARE(rig.stills.first().picture.size(), QSize(1280, 720));
-    QCOMPARE(rig.stills.first().preview.size(), QSize(640, 360));
-    QCOMPARE(rig.log.made, 1);
-}
+    void stopForgetsTheFrame()
+    {
+        Rig rig;
+        rig.frames.startFrames();
+        QTRY_COMPARE(rig.firsts.size(), 1);
+        rig.frames.stopFrames();
+        QVERIFY(rig.waitUntilIdle());
+        QCOMPARE(rig.log.made, 1 + 2);
+        rig.frames.startFrames();
+        QTRY_COMPARE(rig.firsts.size(), 2);
+        const std::shared_ptr<const QImage> frame = rig.frames.takeFrame();
+        QVERIFY(frame);
+        QCOMPARE(frame->pixel(0, 0) & 0xFFFFFF, 4U);
+    }
 
-void FrameMakerTest::stillOfNothingIsNull()
-{
-    Rig rig;
-    rig.log.nothing = true;
-    rig.frames.takeStill(stillRequest(1));
-    QTRY_COMPARE(rig.stills.size(), 1);
-    QVERIFY(rig.stills.first().picture.isNull());
-}
+    void takesStillsWithoutFrames()
+    {
+        Rig rig;
+        StillRequest request = stillRequest(7);
+        request.resolution = QSize(1280, 720);
+        rig.frames.takeStill(request);
+        QTRY_COMPARE(rig.stills.size(), 1);
+        QCOMPARE(rig.exposed, QList<int>{7});
+        QCOMPARE(rig.stills.first().id, 7);
+        QCOMPARE(rig.stills.first().picture.size(), QSize(1280, 720));
+        QCOMPARE(rig.stills.first().preview.size(), QSize(640, 360));
+        QCOMPARE(rig.log.made, 1);
+    }
 
-void FrameMakerTest::nothingToSeeIsTold()
-{
-    Rig rig;
-    rig.log.nothing = true;
-    const int start = rig.frames.startFrames();
-    QTRY_COMPARE(rig.nothings, QList<int>{start});
-    QVERIFY(!rig.frames.takeFrame());
-}
+    void stillOfNothingIsNull()
+    {
+        Rig rig;
+        rig.log.nothing = true;
+        rig.frames.takeStill(stillRequest(1));
+        QTRY_COMPARE(rig.stills.size(), 1);
+        QVERIFY(rig.stills.first().picture.isNull());
+    }
 
-void FrameMakerTest::destructionAbandonsTheWork()
-{
-    auto rig = std::make_unique<Rig>();
-    rig->log.untilGone = true;
-    rig->frames.startFrames();
-    QTRY_COMPARE(rig->log.made, 1);
-    rig.reset();
-}
+    void nothingToSeeIsTold()
+    {
+        Rig rig;
+        rig.log.nothing = true;
+        const int start = rig.frames.startFrames();
+        QTRY_COMPARE(rig.nothings, QList<int>{start});
+        QVERIFY(!rig.frames.takeFrame());
+    }
+
+    void destructionAbandonsTheWork()
+    {
+        auto rig = std::make_unique<Rig>();
+        rig->log.untilGone = true;
+        rig->frames.startFrames();
+        QTRY_COMPARE(rig->log.made, 1);
+        rig.reset();
+    }
+};
 
 } // namespace kivra::test
 
-KIVRA_TEST_MAIN(kivra::test::FrameMakerTest)
+KIVRA_TEST(kivra::test::FrameMakerTest)
 
 #include "test_framemaker.moc"

@@ -5,6 +5,7 @@
 #include "tests/decoding/faultyformat.h"
 #include "tests/support/patience.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -326,5 +327,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestPictureFile)
+KIVRA_TEST(TestPictureFile)
 #include "test_picturefile.moc"

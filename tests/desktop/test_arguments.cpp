@@ -1,6 +1,7 @@
 // What the built program makes of its command line.
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -72,5 +73,5 @@ private:
     std::unique_ptr<Desktop> desktop;
 };
 
-KIVRA_TEST_MAIN(TestArguments)
+KIVRA_TEST(TestArguments)
 #include "test_arguments.moc"

@@ -2,6 +2,7 @@
 // outside: in the file of the settings store, in the stills on disk, in what the browser is told.
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -271,5 +272,5 @@ private:
     std::unique_ptr<Desktop> desktop;
 };
 
-KIVRA_TEST_MAIN(TestDialogs)
+KIVRA_TEST(TestDialogs)
 #include "test_dialogs.moc"

@@ -1,6 +1,7 @@
 // Keys sent to a freshly started program, and what the screen then shows; window size presets.
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -215,5 +216,5 @@ private:
     std::unique_ptr<Desktop> desktop;
 };
 
-KIVRA_TEST_MAIN(TestKeyboard)
+KIVRA_TEST(TestKeyboard)
 #include "test_keyboard.moc"

@@ -1,6 +1,7 @@
 // The live picture in a real window: menus, wheel, drag and double click, seen on the screen.
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -210,5 +211,5 @@ private:
     std::unique_ptr<Desktop> desktop;
 };
 
-KIVRA_TEST_MAIN(TestLive)
+KIVRA_TEST(TestLive)
 #include "test_live.moc"

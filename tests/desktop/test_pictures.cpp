@@ -3,6 +3,7 @@
 
 #include "storage/paths.h"
 #include "tests/desktop/desktop.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QBuffer>
@@ -228,5 +229,5 @@ private:
     std::unique_ptr<Desktop> desktop;
 };
 
-KIVRA_TEST_MAIN(TestPictures)
+KIVRA_TEST(TestPictures)
 #include "test_pictures.moc"

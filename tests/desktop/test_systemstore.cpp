@@ -2,6 +2,7 @@
 // the defaults of every account, and each account's own values come first.
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -104,5 +105,5 @@ private:
     std::unique_ptr<Desktop> desktop;
 };
 
-KIVRA_TEST_MAIN(TestSystemStore)
+KIVRA_TEST(TestSystemStore)
 #include "test_systemstore.moc"

@@ -5,6 +5,7 @@
 #include "tests/desktop/desktop.h"
 #include "tests/desktop/videonode.h"
 #include "tests/reference/reference.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -128,342 +129,305 @@ class TestVideoCamera : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        const QString missing = missingPackage();
+        if (!missing.isEmpty())
+            QSKIP(qPrintable(QStringLiteral("Install the Debian package %1.").arg(missing)));
 
-    void everyQuarterWhereItBelongs();
-    void pictureMoves();
-    void everyMode_data();
-    void everyMode();
-    void stopAndStart();
-    void stillIsTheCamerasOwn();
-    void stillOfTheChosenSize();
-    void toTheDemonstrationAndBack();
-    void unpluggedAndPluggedInAgain();
-    void startedWhileUnplugged();
-    void unpluggedUnderAHeldButton();
-    void busyAtTheStart();
-    void absentAtTheStart();
+        const QDir home(Sandbox::instance().home());
+        home.mkpath(QStringLiteral("devices"));
+        home.mkpath(QStringLiteral("frames"));
+        devices = home.filePath(QStringLiteral("devices"));
+        QImage plain(smallSize, QImage::Format_RGB32);
+        plain.fill(demonstration);
+        QVERIFY(plain.save(home.filePath(QStringLiteral("frames/plain.png"))));
+        qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(home.filePath(QStringLiteral("frames"))));
+        qputenv("KIVRA_DEMO_SIZE", "320x240");
+
+        desktop = std::make_unique<Desktop>(Desktop::Cameras::All);
+        desktop->setVariable(QStringLiteral("LD_PRELOAD"), QStringLiteral(KIVRA_VIDEO_NODE));
+        desktop->setVariable(QStringLiteral("KIVRA_TEST_DEVICES"), devices);
+    }
+
+    void init()
+    {
+        Sandbox::instance().reset();
+        plugIn();
+        QFile::remove(devices + QStringLiteral("/busy"));
+        if (!desktop->running())
+            QVERIFY(startProgram());
+        QVERIFY(shows(seen));
+    }
+
+    void cleanup()
+    {
+        if (!QTest::currentTestFailed())
+            return;
+        desktop->keepScreenshot(QString::fromLatin1(QTest::currentTestFunction()));
+        desktop->close(); // the next test begins with another program
+    }
+
+    void cleanupTestCase()
+    {
+        if (desktop && desktop->running())
+            QCOMPARE(desktop->close(), 0);
+        desktop.reset();
+    }
+
+    // Neither mirrored nor upside down, and no two colours changed for each other.
+    void everyQuarterWhereItBelongs()
+    {
+        QVERIFY(shows(seen));
+        desktop->keepScreenshot(QStringLiteral("videocamera"));
+    }
+
+    void pictureMoves() { QVERIFY(moves()); }
+
+    void everyMode_data()
+    {
+        QTest::addColumn<int>("mode");
+        for (int mode = 0; mode <= 5; ++mode) // the menu does not let the user have the last one
+            QTest::addRow("%d", mode) << mode;
+    }
+
+    void everyMode()
+    {
+        QFETCH(int, mode);
+        const QImage expected =
+            kivra::reference::mode(wholeFrame(quarters(picture(largeSize))), mode);
+        chooseMode(mode);
+        QVERIFY2(shows(quarters(expected)),
+                 qPrintable(names(quarters(picture(largeSize))) + QStringLiteral(" instead of ") +
+                            names(quarters(expected))));
+        QVERIFY(moves());
+        chooseMode(0);
+        QVERIFY(shows(seen));
+    }
+
+    void stopAndStart()
+    {
+        desktop->key(QStringLiteral("ctrl+k"));
+        QTRY_VERIFY_WITH_TIMEOUT(standsStill(), patienceMs);
+        desktop->key(QStringLiteral("ctrl+k"));
+        QVERIFY(moves());
+    }
+
+    void stillIsTheCamerasOwn()
+    {
+        desktop->key(QStringLiteral("ctrl+i")); // negative, on the screen only
+        const QString path = newPicture({});
+        const QRegularExpression form(
+            QStringLiteral("/TablinoQt/tableaux/\\d{4}-\\d{2}/im\\d{12}\\.jpg$"));
+        QVERIFY2(form.match(path).hasMatch(), qPrintable(path));
+        QImageReader reader(path);
+        QCOMPARE(reader.format(), QByteArray("jpeg"));
+        const QImage still = reader.read();
+        QCOMPARE(still.size(), largeSize);
+        QVERIFY2(alike(quarters(still), asInFiles(seen)), qPrintable(names(quarters(still))));
+        desktop->key(QStringLiteral("ctrl+i"));
+        QVERIFY(shows(seen));
+    }
+
+    // The service heeds format and size; whatever quality is asked for, it writes the same.
+    void stillOfTheChosenSize()
+    {
+        for (const QSize &size : {smallSize, largeSize}) {
+            desktop->key(QStringLiteral("F8"));
+            QVERIFY(desktop->waitForDialog());
+            desktop->xdo(QStringLiteral("type %1x%2").arg(size.width()).arg(size.height()));
+            desktop->key(QStringLiteral("Tab"));
+            desktop->xdo(QStringLiteral("type jpeg"));
+            desktop->key(QStringLiteral("Tab"));
+            desktop->key(QStringLiteral("End"));
+            desktop->key(QStringLiteral("Return"));
+            QVERIFY(desktop->waitForMainWindow());
+            // The camera starts anew, in this size, before it takes a picture.
+            QTRY_VERIFY_WITH_TIMEOUT(qAbs(shownWidth() - size.width()) < 20, patienceMs);
+            QVERIFY(moves());
+            const QString path = newPicture(Sandbox::instance().storedFiles());
+            QCOMPARE(QImageReader(path).format(), QByteArray("jpeg"));
+            QCOMPARE(QImage(path).size(), size);
+        }
+    }
+
+    void toTheDemonstrationAndBack()
+    {
+        chooseCamera(1);
+        QTRY_COMPARE_WITH_TIMEOUT(extentOf(desktop->windowContent(), demonstration).size(),
+                                  smallSize, patienceMs);
+        chooseCamera(0);
+        QVERIFY(shows(seen));
+        QVERIFY(moves());
+    }
+
+    void unpluggedAndPluggedInAgain()
+    {
+        unplug();
+        QVERIFY(desktop->waitForDialog());
+        QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
+        desktop->keepScreenshot(QStringLiteral("unplugged"));
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        QVERIFY(standsStill());
+        plugIn();
+        desktop->key(QStringLiteral("ctrl+k"));
+        QVERIFY(moves());
+    }
+
+    void startedWhileUnplugged()
+    {
+        unplug();
+        QVERIFY(desktop->waitForDialog());
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        desktop->key(QStringLiteral("ctrl+k"));
+        QVERIFY(desktop->waitForDialog());
+        QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
+        desktop->keepScreenshot(QStringLiteral("startedWhileUnplugged"));
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        plugIn();
+        desktop->key(QStringLiteral("ctrl+k"));
+        QVERIFY(moves());
+    }
+
+    void unpluggedUnderAHeldButton()
+    {
+        const QPoint view(40, 200);
+        desktop->moveTo(desktop->contentPosition() + view);
+        desktop->xdo(QStringLiteral("mousedown 1"));
+        unplug();
+        QVERIFY(desktop->waitForDialog());
+        desktop->xdo(QStringLiteral("mouseup 1"));
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        plugIn();
+        desktop->key(QStringLiteral("ctrl+k"));
+        QVERIFY(moves());
+    }
+
+    void busyAtTheStart()
+    {
+        QCOMPARE(desktop->close(), 0);
+        QFile busy(devices + QStringLiteral("/busy"));
+        QVERIFY(busy.open(QIODevice::WriteOnly));
+        QVERIFY(desktop->start());
+        QVERIFY(desktop->waitForDialog());
+        QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
+        desktop->keepScreenshot(QStringLiteral("busy"));
+        desktop->key(QStringLiteral("Return"));
+        QVERIFY(desktop->waitForMainWindow());
+        QVERIFY(busy.remove());
+        desktop->key(QStringLiteral("ctrl+k"));
+        QVERIFY(moves());
+    }
+
+    void absentAtTheStart()
+    {
+        QCOMPARE(desktop->close(), 0);
+        unplug();
+        QVERIFY(startProgram());
+        QTRY_COMPARE_WITH_TIMEOUT(extentOf(desktop->windowContent(), demonstration).size(),
+                                  smallSize, patienceMs);
+    }
 
 private:
-    bool startProgram();
-    void plugIn() const;
-    void unplug() const;
-    void chooseCamera(int number) const;
-    void chooseMode(int mode) const;
-    QImage picture(const QSize &size) const;
-    bool shows(const std::array<QColor, 4> &colours) const;
-    bool moves(int withinMs = patienceMs) const;
+    bool startProgram() { return desktop->start() && desktop->waitForMainWindow(); }
+
+    // The service lists what is neither file nor folder.
+    void plugIn() const
+    {
+        mkfifo(QFile::encodeName(devices + QStringLiteral("/video0")).constData(), S_IRWXU);
+    }
+
+    void unplug() const { QFile::remove(devices + QStringLiteral("/video0")); }
+
+    // The menu begins with start or stop, whichever is possible.
+    void chooseCamera(int number) const
+    {
+        const QPoint cameraMenu(85, 10);
+        desktop->clickInWindow(cameraMenu);
+        for (int step = 0; step <= number + 1; ++step)
+            desktop->key(QStringLiteral("Down"));
+        desktop->key(QStringLiteral("Return"));
+    }
+
+    void chooseMode(int mode) const
+    {
+        const QPoint modeMenu(195, 10);
+        desktop->clickInWindow(modeMenu);
+        for (int step = 0; step <= mode; ++step)
+            desktop->key(QStringLiteral("Down"));
+        desktop->key(QStringLiteral("Return"));
+    }
+
+    // The middle of the window's view, as large as a frame.
+    QImage picture(const QSize &size) const
+    {
+        const QImage content = desktop->windowContent();
+        QRect place(QPoint(), size);
+        place.moveCenter(content.rect().center());
+        return content.copy(place);
+    }
+
+    bool shows(const std::array<QColor, 4> &colours) const
+    {
+        return QTest::qWaitFor([&] { return alike(quarters(picture(largeSize)), colours); },
+                               patienceMs);
+    }
+
+    // Whether the square in the middle, or its outline, changes within this time.
+    bool moves(int withinMs = patienceMs) const
+    {
+        const QSize around(100, 100);
+        const QImage before = picture(around);
+        return QTest::qWaitFor([&] { return picture(around) != before; }, withinMs);
+    }
+
     bool standsStill() const { return !moves(2000); }
-    QString dialogTitle() const;
-    int shownWidth() const;
-    QString newPicture(const QStringList &before) const;
+    QString dialogTitle() const
+    {
+        return desktop->xdo(QStringLiteral("getactivewindow getwindowname"));
+    }
+
+    // Of the picture, from its left half; some columns less, where one colour goes over into the
+    // next.
+    int shownWidth() const
+    {
+        const QImage content = desktop->windowContent();
+        const QColor left = quarters(picture(smallSize)).at(0);
+        return alike(left, seen.at(0)) ? 2 * extentOf(content, left).width() : 0;
+    }
+
+    // Path of the picture that the capture command stores, complete; empty if none comes. A camera
+    // that has just started anew may not be ready for it, with a box or without; then it is asked
+    // again.
+    QString newPicture(const QStringList &before) const
+    {
+        constexpr int attempts = 4;
+        constexpr int attemptMs = patienceMs / attempts;
+        QString path;
+        const auto complete = [&] {
+            for (const QString &stored : Sandbox::instance().storedFiles()) {
+                if (!before.contains(stored))
+                    path = stored;
+            }
+            return !path.isEmpty() && !QImage(path).isNull();
+        };
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            desktop->key(QStringLiteral("ctrl+s"));
+            if (QTest::qWaitFor(complete, attemptMs))
+                return path;
+            if (dialogTitle() == QLatin1String("Image Capture Error"))
+                desktop->key(QStringLiteral("Return"));
+        }
+        return {};
+    }
 
     QString devices;
     std::unique_ptr<Desktop> desktop;
 };
 
-void TestVideoCamera::initTestCase()
-{
-    const QString missing = missingPackage();
-    if (!missing.isEmpty())
-        QSKIP(qPrintable(QStringLiteral("Install the Debian package %1.").arg(missing)));
-
-    const QDir home(Sandbox::instance().home());
-    home.mkpath(QStringLiteral("devices"));
-    home.mkpath(QStringLiteral("frames"));
-    devices = home.filePath(QStringLiteral("devices"));
-    QImage plain(smallSize, QImage::Format_RGB32);
-    plain.fill(demonstration);
-    QVERIFY(plain.save(home.filePath(QStringLiteral("frames/plain.png"))));
-    qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(home.filePath(QStringLiteral("frames"))));
-    qputenv("KIVRA_DEMO_SIZE", "320x240");
-
-    desktop = std::make_unique<Desktop>(Desktop::Cameras::All);
-    desktop->setVariable(QStringLiteral("LD_PRELOAD"), QStringLiteral(KIVRA_VIDEO_NODE));
-    desktop->setVariable(QStringLiteral("KIVRA_TEST_DEVICES"), devices);
-}
-
-void TestVideoCamera::init()
-{
-    Sandbox::instance().reset();
-    plugIn();
-    QFile::remove(devices + QStringLiteral("/busy"));
-    if (!desktop->running())
-        QVERIFY(startProgram());
-    QVERIFY(shows(seen));
-}
-
-void TestVideoCamera::cleanup()
-{
-    if (!QTest::currentTestFailed())
-        return;
-    desktop->keepScreenshot(QString::fromLatin1(QTest::currentTestFunction()));
-    desktop->close(); // the next test begins with another program
-}
-
-void TestVideoCamera::cleanupTestCase()
-{
-    if (desktop && desktop->running())
-        QCOMPARE(desktop->close(), 0);
-    desktop.reset();
-}
-
-// Neither mirrored nor upside down, and no two colours changed for each other.
-void TestVideoCamera::everyQuarterWhereItBelongs()
-{
-    QVERIFY(shows(seen));
-    desktop->keepScreenshot(QStringLiteral("videocamera"));
-}
-
-void TestVideoCamera::pictureMoves()
-{
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::everyMode_data()
-{
-    QTest::addColumn<int>("mode");
-    for (int mode = 0; mode <= 5; ++mode) // the menu does not let the user have the last one
-        QTest::addRow("%d", mode) << mode;
-}
-
-void TestVideoCamera::everyMode()
-{
-    QFETCH(int, mode);
-    const QImage expected = kivra::reference::mode(wholeFrame(quarters(picture(largeSize))), mode);
-    chooseMode(mode);
-    QVERIFY2(shows(quarters(expected)),
-             qPrintable(names(quarters(picture(largeSize))) + QStringLiteral(" instead of ") +
-                        names(quarters(expected))));
-    QVERIFY(moves());
-    chooseMode(0);
-    QVERIFY(shows(seen));
-}
-
-void TestVideoCamera::stopAndStart()
-{
-    desktop->key(QStringLiteral("ctrl+k"));
-    QTRY_VERIFY_WITH_TIMEOUT(standsStill(), patienceMs);
-    desktop->key(QStringLiteral("ctrl+k"));
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::stillIsTheCamerasOwn()
-{
-    desktop->key(QStringLiteral("ctrl+i")); // negative, on the screen only
-    const QString path = newPicture({});
-    const QRegularExpression form(
-        QStringLiteral("/TablinoQt/tableaux/\\d{4}-\\d{2}/im\\d{12}\\.jpg$"));
-    QVERIFY2(form.match(path).hasMatch(), qPrintable(path));
-    QImageReader reader(path);
-    QCOMPARE(reader.format(), QByteArray("jpeg"));
-    const QImage still = reader.read();
-    QCOMPARE(still.size(), largeSize);
-    QVERIFY2(alike(quarters(still), asInFiles(seen)), qPrintable(names(quarters(still))));
-    desktop->key(QStringLiteral("ctrl+i"));
-    QVERIFY(shows(seen));
-}
-
-// The service heeds format and size; whatever quality is asked for, it writes the same.
-void TestVideoCamera::stillOfTheChosenSize()
-{
-    for (const QSize &size : {smallSize, largeSize}) {
-        desktop->key(QStringLiteral("F8"));
-        QVERIFY(desktop->waitForDialog());
-        desktop->xdo(QStringLiteral("type %1x%2").arg(size.width()).arg(size.height()));
-        desktop->key(QStringLiteral("Tab"));
-        desktop->xdo(QStringLiteral("type jpeg"));
-        desktop->key(QStringLiteral("Tab"));
-        desktop->key(QStringLiteral("End"));
-        desktop->key(QStringLiteral("Return"));
-        QVERIFY(desktop->waitForMainWindow());
-        // The camera starts anew, in this size, before it takes a picture.
-        QTRY_VERIFY_WITH_TIMEOUT(qAbs(shownWidth() - size.width()) < 20, patienceMs);
-        QVERIFY(moves());
-        const QString path = newPicture(Sandbox::instance().storedFiles());
-        QCOMPARE(QImageReader(path).format(), QByteArray("jpeg"));
-        QCOMPARE(QImage(path).size(), size);
-    }
-}
-
-void TestVideoCamera::toTheDemonstrationAndBack()
-{
-    chooseCamera(1);
-    QTRY_COMPARE_WITH_TIMEOUT(extentOf(desktop->windowContent(), demonstration).size(), smallSize,
-                              patienceMs);
-    chooseCamera(0);
-    QVERIFY(shows(seen));
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::unpluggedAndPluggedInAgain()
-{
-    unplug();
-    QVERIFY(desktop->waitForDialog());
-    QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
-    desktop->keepScreenshot(QStringLiteral("unplugged"));
-    desktop->key(QStringLiteral("Return"));
-    QVERIFY(desktop->waitForMainWindow());
-    QVERIFY(standsStill());
-    plugIn();
-    desktop->key(QStringLiteral("ctrl+k"));
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::startedWhileUnplugged()
-{
-    unplug();
-    QVERIFY(desktop->waitForDialog());
-    desktop->key(QStringLiteral("Return"));
-    QVERIFY(desktop->waitForMainWindow());
-    desktop->key(QStringLiteral("ctrl+k"));
-    QVERIFY(desktop->waitForDialog());
-    QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
-    desktop->keepScreenshot(QStringLiteral("startedWhileUnplugged"));
-    desktop->key(QStringLiteral("Return"));
-    QVERIFY(desktop->waitForMainWindow());
-    plugIn();
-    desktop->key(QStringLiteral("ctrl+k"));
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::unpluggedUnderAHeldButton()
-{
-    const QPoint view(40, 200);
-    desktop->moveTo(desktop->contentPosition() + view);
-    desktop->xdo(QStringLiteral("mousedown 1"));
-    unplug();
-    QVERIFY(desktop->waitForDialog());
-    desktop->xdo(QStringLiteral("mouseup 1"));
-    desktop->key(QStringLiteral("Return"));
-    QVERIFY(desktop->waitForMainWindow());
-    plugIn();
-    desktop->key(QStringLiteral("ctrl+k"));
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::busyAtTheStart()
-{
-    QCOMPARE(desktop->close(), 0);
-    QFile busy(devices + QStringLiteral("/busy"));
-    QVERIFY(busy.open(QIODevice::WriteOnly));
-    QVERIFY(desktop->start());
-    QVERIFY(desktop->waitForDialog());
-    QCOMPARE(dialogTitle(), QStringLiteral("Camera error"));
-    desktop->keepScreenshot(QStringLiteral("busy"));
-    desktop->key(QStringLiteral("Return"));
-    QVERIFY(desktop->waitForMainWindow());
-    QVERIFY(busy.remove());
-    desktop->key(QStringLiteral("ctrl+k"));
-    QVERIFY(moves());
-}
-
-void TestVideoCamera::absentAtTheStart()
-{
-    QCOMPARE(desktop->close(), 0);
-    unplug();
-    QVERIFY(startProgram());
-    QTRY_COMPARE_WITH_TIMEOUT(extentOf(desktop->windowContent(), demonstration).size(), smallSize,
-                              patienceMs);
-}
-
-bool TestVideoCamera::startProgram()
-{
-    return desktop->start() && desktop->waitForMainWindow();
-}
-
-// The service lists what is neither file nor folder.
-void TestVideoCamera::plugIn() const
-{
-    mkfifo(QFile::encodeName(devices + QStringLiteral("/video0")).constData(), S_IRWXU);
-}
-
-void TestVideoCamera::unplug() const
-{
-    QFile::remove(devices + QStringLiteral("/video0"));
-}
-
-// The menu begins with start or stop, whichever is possible.
-void TestVideoCamera::chooseCamera(int number) const
-{
-    const QPoint cameraMenu(85, 10);
-    desktop->clickInWindow(cameraMenu);
-    for (int step = 0; step <= number + 1; ++step)
-        desktop->key(QStringLiteral("Down"));
-    desktop->key(QStringLiteral("Return"));
-}
-
-void TestVideoCamera::chooseMode(int mode) const
-{
-    const QPoint modeMenu(195, 10);
-    desktop->clickInWindow(modeMenu);
-    for (int step = 0; step <= mode; ++step)
-        desktop->key(QStringLiteral("Down"));
-    desktop->key(QStringLiteral("Return"));
-}
-
-// The middle of the window's view, as large as a frame.
-QImage TestVideoCamera::picture(const QSize &size) const
-{
-    const QImage content = desktop->windowContent();
-    QRect place(QPoint(), size);
-    place.moveCenter(content.rect().center());
-    return content.copy(place);
-}
-
-bool TestVideoCamera::shows(const std::array<QColor, 4> &colours) const
-{
-    return QTest::qWaitFor([&] { return alike(quarters(picture(largeSize)), colours); },
-                           patienceMs);
-}
-
-// Whether the square in the middle, or its outline, changes within this time.
-bool TestVideoCamera::moves(int withinMs) const
-{
-    const QSize around(100, 100);
-    const QImage before = picture(around);
-    return QTest::qWaitFor([&] { return picture(around) != before; }, withinMs);
-}
-
-QString TestVideoCamera::dialogTitle() const
-{
-    return desktop->xdo(QStringLiteral("getactivewindow getwindowname"));
-}
-
-// Of the picture, from its left half; some columns less, where one colour goes over into the next.
-int TestVideoCamera::shownWidth() const
-{
-    const QImage content = desktop->windowContent();
-    const QColor left = quarters(picture(smallSize)).at(0);
-    return alike(left, seen.at(0)) ? 2 * extentOf(content, left).width() : 0;
-}
-
-// Path of the picture that the capture command stores, complete; empty if none comes. A camera that
-// has just started anew may not be ready for it, with a box or without; then it is asked again.
-QString TestVideoCamera::newPicture(const QStringList &before) const
-{
-    constexpr int attempts = 4;
-    constexpr int attemptMs = patienceMs / attempts;
-    QString path;
-    const auto complete = [&] {
-        for (const QString &stored : Sandbox::instance().storedFiles()) {
-            if (!before.contains(stored))
-                path = stored;
-        }
-        return !path.isEmpty() && !QImage(path).isNull();
-    };
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        desktop->key(QStringLiteral("ctrl+s"));
-        if (QTest::qWaitFor(complete, attemptMs))
-            return path;
-        if (dialogTitle() == QLatin1String("Image Capture Error"))
-            desktop->key(QStringLiteral("Return"));
-    }
-    return {};
-}
-
-KIVRA_TEST_MAIN(TestVideoCamera)
+KIVRA_TEST(TestVideoCamera)
 #include "test_videocamera.moc"

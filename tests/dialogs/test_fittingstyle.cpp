@@ -195,5 +195,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestFittingStyle)
+KIVRA_TEST(TestFittingStyle)
 #include "test_fittingstyle.moc"

@@ -1,6 +1,7 @@
 #include "display/pixmapwidget.h"
 #include "tests/support/patience.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -638,5 +639,5 @@ private:
     }
 };
 
-KIVRA_TEST_MAIN(TestPixmapWidget)
+KIVRA_TEST(TestPixmapWidget)
 #include "test_pixmapwidget.moc"

@@ -13,6 +13,7 @@
 #include "tests/endurance/user.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 #include "video/videosurface.h"
 
@@ -285,5 +286,5 @@ private:
     int addresses = 0;
 };
 
-KIVRA_TEST_MAIN(TestEndurance)
+KIVRA_TEST(TestEndurance)
 #include "test_endurance.moc"

@@ -241,5 +241,5 @@ private:
     Manual manual;
 };
 
-KIVRA_TEST_MAIN(TestNotice)
+KIVRA_TEST(TestNotice)
 #include "test_notice.moc"

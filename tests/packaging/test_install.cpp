@@ -310,5 +310,5 @@ private:
     QTemporaryDir programOnly;
 };
 
-KIVRA_TEST_MAIN(TestInstall)
+KIVRA_TEST(TestInstall)
 #include "test_install.moc"

@@ -68,141 +68,132 @@ class TestResources : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void everyActionIconHasBothDensities_data();
-    void everyActionIconHasBothDensities();
-    void theProgramsIconHasEverySize();
-    void everyPictureHasADrawingAndEveryDrawingItsPictures();
-    void noPictureIsOlderThanItsDrawing();
-    void everyColourHoldsOnLightAndDarkToolBars_data();
-    void everyColourHoldsOnLightAndDarkToolBars();
-};
-
-void TestResources::initTestCase()
-{
-    initialiseResources();
-    initialiseResources();
-}
-
-void TestResources::everyActionIconHasBothDensities_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("pixels");
-    for (const QString &name : actionIcons) {
-        QTest::addRow("%s", qPrintable(name)) << name + QStringLiteral(".png") << 24;
-        QTest::addRow("%s@2x", qPrintable(name)) << name + QStringLiteral("@2x.png") << 48;
+    void initTestCase()
+    {
+        initialiseResources();
+        initialiseResources();
     }
-}
 
-void TestResources::everyActionIconHasBothDensities()
-{
-    QFETCH(const QString, file);
-    QFETCH(const int, pixels);
-    const QImage picture(QStringLiteral(":/icones/") + file);
-    QVERIFY2(!picture.isNull(), "missing or no picture");
-    QCOMPARE(picture.size(), QSize(pixels, pixels));
-    const double drawn = coverage(picture);
-    QVERIFY2(drawn > 0.08 && drawn < 0.75, qPrintable(QStringLiteral("covers %1").arg(drawn)));
-}
-
-void TestResources::theProgramsIconHasEverySize()
-{
-    const QList<int> sizes = {16, 24, 32, 48, 64, 128, 256};
-    const QStringList files = applicationIconFiles();
-    QCOMPARE(files.size(), sizes.size());
-    for (int i = 0; i < sizes.size(); ++i) {
-        const QImage picture(files[i]);
-        QCOMPARE(picture.size(), QSize(sizes[i], sizes[i]));
-        QVERIFY2(coverage(picture) > 0.8, qPrintable(files[i]));
-        QVERIFY2(qAlpha(picture.pixel(0, 0)) < 128,
-                 qPrintable(files[i])); // the tile's rounded corner
-    }
-    QCOMPARE(QImage(QStringLiteral(":/icones/kivra.png")), QImage(files[4]));
-}
-
-void TestResources::everyPictureHasADrawingAndEveryDrawingItsPictures()
-{
-    QStringList drawings = actionIcons;
-    drawings << QStringLiteral("kivra") << QStringLiteral("kivra-small");
-    QStringList pictures;
-    for (const QString &name : actionIcons)
-        pictures << name + QStringLiteral(".png") << name + QStringLiteral("@2x.png");
-    for (const QString &file : applicationIconFiles())
-        pictures << file.mid(static_cast<int>(qstrlen(":/icones/")));
-
-    QStringList drawingFiles;
-    for (const QString &name : drawings)
-        drawingFiles << name + QStringLiteral(".svg");
-    drawingFiles.sort();
-    pictures.sort();
-    const auto filesLike = [](const char *pattern) {
-        QStringList files = sourceFolder().entryList({QLatin1String(pattern)}, QDir::Files);
-        files.sort();
-        return files;
-    };
-    QCOMPARE(filesLike("*.svg"), drawingFiles);
-    QCOMPARE(filesLike("*.png"), pictures);
-
-    QStringList compiledIn = QDir(QStringLiteral(":/icones")).entryList(QDir::Files);
-    compiledIn.removeOne(QStringLiteral("kivra.png")); // a second name of one of the sizes
-    compiledIn.sort();
-    QCOMPARE(compiledIn, pictures);
-    for (const QString &file : compiledIn)
-        QCOMPARE(contentOf(QStringLiteral(":/icones/") + file),
-                 contentOf(sourceFolder().filePath(file)));
-}
-
-// The checksums are those of the moment of rendering: a drawing that was changed, or a picture that
-// was painted over, after that differs.
-void TestResources::noPictureIsOlderThanItsDrawing()
-{
-    QStringList listed;
-    const QList<QByteArray> lines =
-        contentOf(sourceFolder().filePath(QStringLiteral("SHA256SUMS"))).split('\n');
-    for (const QByteArray &line : lines) {
-        if (line.isEmpty())
-            continue;
-        const int hashLength = 64;
-        const QString name = QString::fromUtf8(line.mid(hashLength + 2));
-        const QByteArray hash = QCryptographicHash::hash(contentOf(sourceFolder().filePath(name)),
-                                                         QCryptographicHash::Sha256);
-        QVERIFY2(hash.toHex() == line.left(hashLength),
-                 qPrintable(name + QStringLiteral(" has changed: run resources/render")));
-        listed << name;
-    }
-    listed.sort();
-    QStringList present =
-        sourceFolder().entryList({QStringLiteral("*.svg"), QStringLiteral("*.png")}, QDir::Files);
-    present.sort();
-    QCOMPARE(listed, present);
-}
-
-void TestResources::everyColourHoldsOnLightAndDarkToolBars_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const QString &name : actionIcons)
-        QTest::addRow("%s", qPrintable(name)) << name;
-}
-
-void TestResources::everyColourHoldsOnLightAndDarkToolBars()
-{
-    QFETCH(const QString, name);
-    const QString drawing =
-        QString::fromUtf8(contentOf(sourceFolder().filePath(name + QStringLiteral(".svg"))));
-    static const QRegularExpression colour(QStringLiteral("#[0-9a-f]{6}\\b"));
-    auto found = colour.globalMatch(drawing);
-    QVERIFY(found.hasNext());
-    while (found.hasNext()) {
-        const QString shade = found.next().captured();
-        for (const char *toolBar : {"#f0f0f0", "#2d2d2d"}) {
-            const double ratio = contrast(QColor(shade), QColor(QLatin1String(toolBar)));
-            QVERIFY2(ratio >= 3.0, qPrintable(QStringLiteral("%1 on %2 has only %3")
-                                                  .arg(shade, QLatin1String(toolBar))
-                                                  .arg(ratio)));
+    void everyActionIconHasBothDensities_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<int>("pixels");
+        for (const QString &name : actionIcons) {
+            QTest::addRow("%s", qPrintable(name)) << name + QStringLiteral(".png") << 24;
+            QTest::addRow("%s@2x", qPrintable(name)) << name + QStringLiteral("@2x.png") << 48;
         }
     }
-}
 
-KIVRA_TEST_MAIN(TestResources)
+    void everyActionIconHasBothDensities()
+    {
+        QFETCH(const QString, file);
+        QFETCH(const int, pixels);
+        const QImage picture(QStringLiteral(":/icones/") + file);
+        QVERIFY2(!picture.isNull(), "missing or no picture");
+        QCOMPARE(picture.size(), QSize(pixels, pixels));
+        const double drawn = coverage(picture);
+        QVERIFY2(drawn > 0.08 && drawn < 0.75, qPrintable(QStringLiteral("covers %1").arg(drawn)));
+    }
+
+    void theProgramsIconHasEverySize()
+    {
+        const QList<int> sizes = {16, 24, 32, 48, 64, 128, 256};
+        const QStringList files = applicationIconFiles();
+        QCOMPARE(files.size(), sizes.size());
+        for (int i = 0; i < sizes.size(); ++i) {
+            const QImage picture(files[i]);
+            QCOMPARE(picture.size(), QSize(sizes[i], sizes[i]));
+            QVERIFY2(coverage(picture) > 0.8, qPrintable(files[i]));
+            QVERIFY2(qAlpha(picture.pixel(0, 0)) < 128,
+                     qPrintable(files[i])); // the tile's rounded corner
+        }
+        QCOMPARE(QImage(QStringLiteral(":/icones/kivra.png")), QImage(files[4]));
+    }
+
+    void everyPictureHasADrawingAndEveryDrawingItsPictures()
+    {
+        QStringList drawings = actionIcons;
+        drawings << QStringLiteral("kivra") << QStringLiteral("kivra-small");
+        QStringList pictures;
+        for (const QString &name : actionIcons)
+            pictures << name + QStringLiteral(".png") << name + QStringLiteral("@2x.png");
+        for (const QString &file : applicationIconFiles())
+            pictures << file.mid(static_cast<int>(qstrlen(":/icones/")));
+
+        QStringList drawingFiles;
+        for (const QString &name : drawings)
+            drawingFiles << name + QStringLiteral(".svg");
+        drawingFiles.sort();
+        pictures.sort();
+        const auto filesLike = [](const char *pattern) {
+            QStringList files = sourceFolder().entryList({QLatin1String(pattern)}, QDir::Files);
+            files.sort();
+            return files;
+        };
+        QCOMPARE(filesLike("*.svg"), drawingFiles);
+        QCOMPARE(filesLike("*.png"), pictures);
+
+        QStringList compiledIn = QDir(QStringLiteral(":/icones")).entryList(QDir::Files);
+        compiledIn.removeOne(QStringLiteral("kivra.png")); // a second name of one of the sizes
+        compiledIn.sort();
+        QCOMPARE(compiledIn, pictures);
+        for (const QString &file : compiledIn)
+            QCOMPARE(contentOf(QStringLiteral(":/icones/") + file),
+                     contentOf(sourceFolder().filePath(file)));
+    }
+
+    // The checksums are those of the moment of rendering: a drawing that was changed, or a picture
+    // that was painted over, after that differs.
+    void noPictureIsOlderThanItsDrawing()
+    {
+        QStringList listed;
+        const QList<QByteArray> lines =
+            contentOf(sourceFolder().filePath(QStringLiteral("SHA256SUMS"))).split('\n');
+        for (const QByteArray &line : lines) {
+            if (line.isEmpty())
+                continue;
+            const int hashLength = 64;
+            const QString name = QString::fromUtf8(line.mid(hashLength + 2));
+            const QByteArray hash = QCryptographicHash::hash(
+                contentOf(sourceFolder().filePath(name)), QCryptographicHash::Sha256);
+            QVERIFY2(hash.toHex() == line.left(hashLength),
+                     qPrintable(name + QStringLiteral(" has changed: run resources/render")));
+            listed << name;
+        }
+        listed.sort();
+        QStringList present = sourceFolder().entryList(
+            {QStringLiteral("*.svg"), QStringLiteral("*.png")}, QDir::Files);
+        present.sort();
+        QCOMPARE(listed, present);
+    }
+
+    void everyColourHoldsOnLightAndDarkToolBars_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const QString &name : actionIcons)
+            QTest::addRow("%s", qPrintable(name)) << name;
+    }
+
+    void everyColourHoldsOnLightAndDarkToolBars()
+    {
+        QFETCH(const QString, name);
+        const QString drawing =
+            QString::fromUtf8(contentOf(sourceFolder().filePath(name + QStringLiteral(".svg"))));
+        static const QRegularExpression colour(QStringLiteral("#[0-9a-f]{6}\\b"));
+        auto found = colour.globalMatch(drawing);
+        QVERIFY(found.hasNext());
+        while (found.hasNext()) {
+            const QString shade = found.next().captured();
+            for (const char *toolBar : {"#f0f0f0", "#2d2d2d"}) {
+                const double ratio = contrast(QColor(shade), QColor(QLatin1String(toolBar)));
+                QVERIFY2(ratio >= 3.0, qPrintable(QStringLiteral("%1 on %2 has only %3")
+                                                      .arg(shade, QLatin1String(toolBar))
+                                                      .arg(ratio)));
+            }
+        }
+    }
+};
+
+KIVRA_TEST(TestResources)
 
 #include "test_resources.moc"

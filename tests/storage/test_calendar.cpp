@@ -100,5 +100,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestCalendar)
+KIVRA_TEST(TestCalendar)
 #include "test_calendar.moc"

@@ -1,5 +1,6 @@
 #include "storage/paths.h"
 #include "tests/storage/clockprobe.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -260,5 +261,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestPaths)
+KIVRA_TEST(TestPaths)
 #include "test_paths.moc"

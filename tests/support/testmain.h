@@ -1,16 +1,26 @@
 #pragma once
 
-#include "tests/support/sandbox.h"
-
-#include <QApplication>
 #include <QTest>
 
-/// The main function of a test program whose one QObject with the test slots is \a TestClass.
-#define KIVRA_TEST_MAIN(TestClass)                                                                 \
-    int main(int argc, char **argv)                                                                \
-    {                                                                                              \
-        const kivra::test::Sandbox sandbox;                                                        \
-        QApplication application(argc, argv);                                                      \
+namespace kivra::test {
+
+/// Makes a test class one of those that its program runs: a static object beside the class.
+class Registration
+{
+public:
+    /// Runs the class with QtTest's arguments; 0 when all its functions passed.
+    using Run = int (*)(int argc, char **argv);
+
+    /// \a source is the path of the file that the class stands in; its subject, by which the
+    /// program is told to run it, is the name without "test_" and suffix.
+    Registration(const char *source, Run run);
+};
+
+} // namespace kivra::test
+
+/// Registers \a TestClass, a QObject whose private slots are the tests. Once a source.
+#define KIVRA_TEST(TestClass)                                                                      \
+    static const kivra::test::Registration registration(__FILE__, [](int argc, char **argv) {      \
         TestClass test;                                                                            \
         return QTest::qExec(&test, argc, argv);                                                    \
-    }
+    });

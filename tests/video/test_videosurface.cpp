@@ -375,5 +375,5 @@ private slots:
     }
 };
 
-KIVRA_TEST_MAIN(TestVideoSurface)
+KIVRA_TEST(TestVideoSurface)
 #include "test_videosurface.moc"

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "tests/support/testmain.h"
+
+namespace kivra::test {
+
+/// Runs \a run once for each version of the kernels that this machine has, or for the one that
+/// KIVRA_ISA names. 0 when all runs gave 0.
+int runForEachVersion(Registration::Run run, int argc, char **argv);
+
+} // namespace kivra::test
+
+/// As KIVRA_TEST, for operations that have a version for each instruction set.
+#define KIVRA_TEST_EACH_VERSION(TestClass)                                                         \
+    static const kivra::test::Registration registration(__FILE__, [](int argc, char **argv) {      \
+        return kivra::test::runForEachVersion(                                                     \
+            [](int count, char **arguments) {                                                      \
+                TestClass test;                                                                    \
+                return QTest::qExec(&test, count, arguments);                                      \
+            },                                                                                     \
+            argc, argv);                                                                           \
+    });
