@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <random>
 
+Q_DECLARE_METATYPE(std::vector<kivra::cameras::Offer>)
+
 namespace kivra::test {
 
 namespace {
@@ -178,8 +180,6 @@ void FormatChoiceTest::namesOfFormats()
 }
 
 } // namespace kivra::test
-
-Q_DECLARE_METATYPE(std::vector<kivra::cameras::Offer>)
 
 KIVRA_TEST(kivra::test::FormatChoiceTest)
 
