@@ -58,7 +58,7 @@ private slots:
     {
         QTest::addColumn<JpegRecipe>("recipe");
         addRow("4:4:4", {1, 1}, {1, 1}, {1, 1});
-        addRow("4:4:4, factors 2", {2, 2}, {2, 2}, {2, 2});
+        addRow("4:4:4, factors 2", {1, 2}, {1, 2}, {1, 2});
         addRow("4:2:2", {2, 1}, {1, 1}, {1, 1});
         addRow("4:2:2, factors 2", {2, 2}, {1, 2}, {1, 2});
         addRow("4:2:0", {2, 2}, {1, 1}, {1, 1});
