@@ -21,6 +21,8 @@ if(KIVRA_TESTS OR KIVRA_BENCHMARKS)
     kivra_find_qt(Test qtbase5-dev)
 endif()
 
+find_package(Threads REQUIRED)
+
 # Debian brings OpenCV's configuration file only with the full development package, which pulls in
 # hundreds of packages that this program never uses; so the two modules are also found by hand.
 function(kivra_find_opencv_module module package)
