@@ -65,6 +65,7 @@ public:
     OpenNode(FakeKernel &owner, std::string at)
         : kernel(owner)
         , path(std::move(at))
+        , generation(kernel.unplugged[path])
     {
     }
 
@@ -72,7 +73,8 @@ public:
     {
         const std::lock_guard<std::mutex> lock(kernel.mutex);
         --kernel.nodesOpen;
-        kernel.streaming = false;
+        if (!isGone())
+            kernel.streaming = false;
     }
 
     int control(unsigned long request, void *argument) override
@@ -90,9 +92,11 @@ public:
 
     void unmap(void *, std::size_t) override {}
 
+    bool isGone() const { return kernel.unplugged[path] != generation; }
+
     FakeKernel &kernel;
     const std::string path;
-    bool gone = false;
+    const int generation;
 };
 
 class FakeKernel::FakeWaiter : public cameras::Waiter
@@ -109,7 +113,7 @@ public:
         const auto *const open = static_cast<OpenNode *>(node);
         const std::chrono::nanoseconds end =
             kernel.time.awake + longest.value_or(std::chrono::nanoseconds(0));
-        const auto isReady = [&] { return open && (open->gone || !kernel.filled.empty()); };
+        const auto isReady = [&] { return open && (open->isGone() || !kernel.filled.empty()); };
         const auto isOver = [&] { return longest && kernel.time.awake >= end; };
         ++kernel.waiting;
         kernel.changed.wait(lock, [&] { return called || isReady() || isOver(); });
@@ -149,6 +153,7 @@ void FakeKernel::unplug(const std::string &path)
     {
         const std::lock_guard<std::mutex> lock(mutex);
         plugged.erase(path);
+        ++unplugged[path];
         streaming = false;
     }
     changed.notify_all();
@@ -296,14 +301,12 @@ cameras::Moment FakeKernel::now()
     return time;
 }
 
-int FakeKernel::answer(OpenNode &node, unsigned long request, void *argument)
+int FakeKernel::answer(const OpenNode &node, unsigned long request, void *argument)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    const auto found = plugged.find(node.path);
-    node.gone = node.gone || found == plugged.end();
-    if (node.gone)
+    if (node.isGone())
         return ENODEV;
-    FakeCamera &camera = found->second;
+    FakeCamera &camera = plugged.at(node.path);
     const auto refusal = refusals.find(request);
     if (refusal != refusals.end() && refusal->second != 0)
         return refusal->second;
@@ -413,9 +416,10 @@ int FakeKernel::setFormat(const FakeCamera &camera, v4l2_format &format)
     if (format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE || camera.offers.empty())
         return EINVAL;
     v4l2_pix_format &pix = format.fmt.pix;
-    const bool isOffered = std::any_of(
-        camera.offers.begin(), camera.offers.end(),
-        [&](const Offer &one) { return isOf(one, pix.pixelformat, pix.width, pix.height); });
+    const bool isOffered =
+        std::any_of(camera.offers.begin(), camera.offers.end(), [&](const Offer &one) {
+            return isOf(one, pix.pixelformat, pix.width, pix.height);
+        });
     if (!isOffered) {
         pix.pixelformat = camera.offers.front().fourcc;
         pix.width = std::uint32_t(camera.offers.front().size.width);

@@ -105,7 +105,7 @@ private:
         std::uint32_t flags = 0;
     };
 
-    int answer(OpenNode &node, unsigned long request, void *argument);
+    int answer(const OpenNode &node, unsigned long request, void *argument);
     int enumerateFormat(const FakeCamera &camera, v4l2_fmtdesc &answer) const;
     int enumerateSize(const FakeCamera &camera, v4l2_frmsizeenum &answer) const;
     int enumerateRate(const FakeCamera &camera, v4l2_frmivalenum &answer) const;
@@ -122,6 +122,7 @@ private:
     mutable std::mutex mutex;
     std::condition_variable changed;
     std::map<std::string, FakeCamera> plugged;
+    std::map<std::string, int> unplugged; // how often
     std::map<unsigned long, int> refusals;
     Answer answerer;
     cameras::Moment time{std::chrono::seconds(1000), std::chrono::nanoseconds(0)};

@@ -4,6 +4,7 @@
 #include "cameras/video/videocatalogue.h"
 #include "tests/cameras/fakemachine.h"
 #include "tests/cameras/framerecorder.h"
+#include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QBuffer>
@@ -83,9 +84,8 @@ public:
     /// Delivers frames of all bytes \a value until one is shown.
     bool showEven(std::uint8_t value)
     {
-        return showBytes([=] {
-            return std::vector<std::uint8_t>(machine.kernel.format().sizeimage, value);
-        });
+        return showBytes(
+            [=] { return std::vector<std::uint8_t>(machine.kernel.format().sizeimage, value); });
     }
 
     bool showJpeg(const QImage &picture)
@@ -109,7 +109,27 @@ public:
         return showEven(value) && control->status() == QCamera::ActiveStatus;
     }
 
-    QString lastError() const { return errors.isEmpty() ? QString() : errors.last().at(1).toString(); }
+    /// Lets a second pass at a time until \a condition holds.
+    template<typename Condition>
+    bool passTimeUntil(Condition condition)
+    {
+        return QTest::qWaitFor([&] {
+            if (condition())
+                return true;
+            machine.kernel.advance(1s);
+            return false;
+        });
+    }
+
+    bool passTimeUntilItStreams()
+    {
+        return passTimeUntil([this] { return machine.kernel.isStreaming(); });
+    }
+
+    QString lastError() const
+    {
+        return errors.isEmpty() ? QString() : errors.last().at(1).toString();
+    }
 
     FakeMachine &machine;
     FrameRecorder surface;
@@ -403,7 +423,7 @@ void VideoCameraTest::noRightIsToldAndWaitedFor()
     machine.kernel.advance(1s);
     machine.kernel.advance(1s);
     machine.kernel.change(machine.node(0), [](FakeCamera &one) { one.openError = 0; });
-    QTRY_VERIFY((machine.kernel.advance(1s), machine.kernel.isStreaming()));
+    QVERIFY(rig.passTimeUntilItStreams());
     QVERIFY(rig.showEven(100));
     QCOMPARE(rig.errors.size(), 1);
 }
@@ -419,7 +439,7 @@ void VideoCameraTest::inUseIsToldAndWaitedFor()
     QVERIFY(rig.lastError().contains(QStringLiteral("autre programme")));
     QTRY_VERIFY(!machine.kernel.isOpen());
     machine.kernel.refuse(VIDIOC_S_FMT, 0);
-    QTRY_VERIFY((machine.kernel.advance(1s), machine.kernel.isStreaming()));
+    QVERIFY(rig.passTimeUntilItStreams());
     QVERIFY(rig.showEven(100));
     QCOMPARE(rig.errors.size(), 1);
 }
@@ -473,7 +493,7 @@ void VideoCameraTest::noFramesForThreeSeconds()
     QTRY_COMPARE(rig.errors.size(), 1);
     QVERIFY(rig.lastError().contains(QStringLiteral("n'envoie plus d'image")));
     // It is opened anew, and frames bring it back.
-    QTRY_VERIFY((machine.kernel.advance(1s), machine.kernel.streamsBegun() > begun));
+    QVERIFY(rig.passTimeUntil([&] { return machine.kernel.streamsBegun() > begun; }));
     QVERIFY(rig.showEven(100));
     QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
     QCOMPARE(rig.errors.size(), 1);
@@ -614,8 +634,7 @@ void VideoCameraTest::largerStillSwitchesTheFormat()
     int level = 0;
     const auto deliver = [&] {
         const int grey = std::min(level, 100);
-        if (machine.kernel.format().width == 128 &&
-            machine.kernel.queuedBuffers() == 6 &&
+        if (machine.kernel.format().width == 128 && machine.kernel.queuedBuffers() == 6 &&
             machine.kernel.deliver(jpegOf(evenPicture(QColor(grey, grey, grey), {128, 96}))))
             level += 25;
         return saved.size() == 1;
@@ -669,6 +688,6 @@ void VideoCameraTest::slowControlsDoNotDelayTheStill()
 
 } // namespace kivra::test
 
-KIVRA_TEST_MAIN(kivra::test::VideoCameraTest)
+KIVRA_TEST(kivra::test::VideoCameraTest)
 
 #include "test_videocamera.moc"
