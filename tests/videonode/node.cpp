@@ -291,8 +291,8 @@ int Node::choose(v4l2_format &wanted, bool keep)
     Format chosen = known == formats.end() ? formats.front() : *known;
     int nearest = 0;
     for (const Format &one : formats) {
-        const bool fits = __u32(one.width) <= wanted.fmt.pix.width &&
-                          __u32(one.height) <= wanted.fmt.pix.height;
+        const bool fits =
+            __u32(one.width) <= wanted.fmt.pix.width && __u32(one.height) <= wanted.fmt.pix.height;
         if (one.fourcc == chosen.fourcc && fits && one.width > nearest) {
             chosen = one;
             nearest = one.width;
@@ -311,8 +311,7 @@ int Node::chooseRate(v4l2_streamparm &wanted)
     const double rate = interval.numerator ? double(interval.denominator) / interval.numerator : 0;
     for (const Format &one : formats) {
         if (one.fourcc == format.fourcc && one.width == format.width &&
-            one.height == format.height &&
-            std::abs(one.rate - rate) < std::abs(format.rate - rate))
+            one.height == format.height && std::abs(one.rate - rate) < std::abs(format.rate - rate))
             format.rate = one.rate;
     }
     return describe(wanted);

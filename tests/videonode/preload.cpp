@@ -1,6 +1,6 @@
 // Cameras of Video4Linux without a kernel that has them. Preloaded, this library answers for the
-// nodes, and for what the system tells of them, in place of the C library; everything else it passes
-// on. What there is stands in a folder of the test's (tree.h).
+// nodes, and for what the system tells of them, in place of the C library; everything else it
+// passes on. What there is stands in a folder of the test's (tree.h).
 
 #include "tests/videonode/node.h"
 

@@ -56,6 +56,15 @@ QByteArray jpegOf(const QImage &picture, int quality)
     return bytes;
 }
 
+QString frameName(const QString &format, const QSize &size, int number)
+{
+    return QStringLiteral("frames/%1-%2x%3.%4")
+        .arg(format)
+        .arg(size.width())
+        .arg(size.height())
+        .arg(number);
+}
+
 } // namespace
 
 VideoNodes::VideoNodes(const QString &folder)
@@ -66,11 +75,16 @@ VideoNodes::VideoNodes(const QString &folder)
         top.mkpath(QLatin1String(name));
 }
 
-QProcessEnvironment VideoNodes::seenBy(QProcessEnvironment environment) const
+QMap<QString, QString> VideoNodes::environment() const
 {
-    environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(KIVRA_VIDEO_NODE));
-    environment.insert(QStringLiteral("KIVRA_TEST_DEVICES"), root);
-    return environment;
+    return {{QStringLiteral("LD_PRELOAD"), QStringLiteral(KIVRA_VIDEO_NODE)},
+            {QStringLiteral("KIVRA_TEST_DEVICES"), root}};
+}
+
+QByteArray VideoNodes::frame(const QString &format, const QSize &size, int number) const
+{
+    QFile file(path(frameName(format, size, number)));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // The node comes last, when all that there is to know of it is there.
@@ -92,8 +106,7 @@ void VideoNodes::plugIn(const Camera &camera) const
         {"speed", QString::number(camera.speed)},
     };
     for (const auto &[attribute, value] : device)
-        write(about + QStringLiteral("/device/") + QLatin1String(attribute),
-              value.toUtf8() + '\n');
+        write(about + QStringLiteral("/device/") + QLatin1String(attribute), value.toUtf8() + '\n');
     write(QStringLiteral("udev/c") + numbers, "E:ID_V4L_CAPABILITIES=:capture:\n");
     write(QStringLiteral("formats/") + name, camera.formats.join(QLatin1Char('\n')).toUtf8());
     // Qt's own service lists what is neither file nor folder.
@@ -130,11 +143,7 @@ void VideoNodes::setFrames(const QString &format, const std::vector<QImage> &pic
 {
     int number = 0;
     for (const QImage &picture : pictures) {
-        const QString name = QStringLiteral("frames/%1-%2x%3.%4")
-                                 .arg(format)
-                                 .arg(picture.width())
-                                 .arg(picture.height())
-                                 .arg(number++);
+        const QString name = frameName(format, picture.size(), number++);
         const bool compressed = format == QLatin1String("MJPG");
         const QImage words = picture.convertToFormat(QImage::Format_RGB32);
         write(name, compressed ? jpegOf(words, quality) : yuyvOf(words));

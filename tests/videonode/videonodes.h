@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QByteArray>
 #include <QImage>
-#include <QProcessEnvironment>
+#include <QMap>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 #include <vector>
@@ -26,8 +28,11 @@ public:
     /// \a folder, an empty one, becomes the machine.
     explicit VideoNodes(const QString &folder);
 
-    /// \a environment with what a program needs to see these nodes.
-    QProcessEnvironment seenBy(QProcessEnvironment environment) const;
+    /// The variables that a program needs in its environment to see these cameras, with their
+    /// values.
+    QMap<QString, QString> environment() const;
+    /// What the camera delivers as the frame of this number.
+    QByteArray frame(const QString &format, const QSize &size, int number) const;
 
     void plugIn(const Camera &camera) const;
     void unplug(int number) const;
