@@ -22,3 +22,17 @@ function(kivra_add_library name kind)
     endif()
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
 endfunction()
+
+# kivra_precompile(TARGET): lets a target of the tests start from their headers, where there are some.
+function(kivra_precompile target)
+    if(TARGET kivra_precompiled)
+        target_precompile_headers(${target} REUSE_FROM kivra_precompiled)
+    endif()
+endfunction()
+
+# kivra_add_test_library(NAME FILE...): a library of the tests, which benchmarks use too.
+function(kivra_add_test_library name)
+    add_library(${name} STATIC ${ARGN})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    kivra_precompile(${name})
+endfunction()
