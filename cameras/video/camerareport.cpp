@@ -4,6 +4,8 @@
 #include "cameras/video/offers.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <dirent.h>
 #include <fstream>
 #include <grp.h>
@@ -44,6 +46,16 @@ bool hasOpen(const std::string &process, const std::string &node)
     return std::any_of(numbers.begin(), numbers.end(), [&](const std::string &number) {
         return targetOf(descriptors + '/' + number) == node;
     });
+}
+
+/// 0 if nobody else streams. That a node is open elsewhere says nothing yet. Nothing is changed.
+int askForStream(Node &node, bool multiPlanar)
+{
+    v4l2_requestbuffers request = {};
+    request.type = bufferType(multiPlanar);
+    request.memory = V4L2_MEMORY_MMAP;
+    const int error = node.control(VIDIOC_REQBUFS, &request);
+    return error == EBUSY ? error : 0;
 }
 
 } // namespace
@@ -103,8 +115,10 @@ CameraReport examineCamera(Kernel &kernel, const VideoDevice &device,
         const Capabilities told = capabilitiesOf(*node);
         report.driver = told.driver;
         error = told.error;
-        if (device.kind == NodeKind::Camera && error == 0)
+        if (device.kind == NodeKind::Camera && error == 0) {
             report.offers = offersOf(*node, told.multiPlanar);
+            error = askForStream(*node, told.multiPlanar);
+        }
     }
     report.ranked = rankFormats(report.offers, wish);
     report.wishOffered =
@@ -115,8 +129,6 @@ CameraReport examineCamera(Kernel &kernel, const VideoDevice &device,
         report.fault = faultReport(device, faultOf(error), error);
     else if (report.ranked.empty())
         report.fault = faultReport(device, Fault::NothingReadable, 0);
-    else if (!report.users.empty())
-        report.fault = faultReport(device, Fault::InUse, 0);
     return report;
 }
 

@@ -1,6 +1,7 @@
 #include "cameras/video/picturewriter.h"
 
 #include <algorithm>
+#include <libyuv/planar_functions.h>
 #include <libyuv/rotate_argb.h>
 
 namespace kivra::cameras {
@@ -61,7 +62,8 @@ void PictureWriter::writeStaged(const FrameRows &rows, Size size, const Picture 
             rows.read(y, x, n, stage.data() + x);
         }
         if (isReversed)
-            mirrorRow(stage.data(), to, size.width);
+            libyuv::ARGBMirror(reinterpret_cast<const std::uint8_t *>(stage.data()), 0,
+                               reinterpret_cast<std::uint8_t *>(to), 0, size.width, 1);
         else
             std::copy(stage.begin(), stage.end(), to);
     }

@@ -24,7 +24,6 @@ struct RowFunctions
                                 int);
     using Planar = void (*)(const Byte *, const Byte *, const Byte *, Byte *,
                             const libyuv::YuvConstants *, int);
-    using Mirror = void (*)(const Byte *, Byte *, int);
 
     Packed yuyv;
     Packed uyvy;
@@ -33,18 +32,16 @@ struct RowFunctions
     Planar i444;
     Planar i422;
     Packed grey;
-    Mirror mirror;
 };
 
-// libyuv's greys and its mirror need less of the processor than its colours do, and are named by
-// it.
-#define KIVRA_ROWS(colours, others)                                                                \
+// A version is named by what it needs of the processor; greys may need less than colours.
+#define KIVRA_ROWS(colours, greys)                                                                 \
     RowFunctions                                                                                   \
     {                                                                                              \
         libyuv::YUY2ToARGBRow_##colours, libyuv::UYVYToARGBRow_##colours,                          \
             libyuv::NV12ToARGBRow_##colours, libyuv::NV21ToARGBRow_##colours,                      \
             libyuv::I444ToARGBRow_##colours, libyuv::I422ToARGBRow_##colours,                      \
-            libyuv::I400ToARGBRow_##others, libyuv::ARGBMirrorRow_##others                         \
+            libyuv::I400ToARGBRow_##greys                                                          \
     }
 
 RowFunctions chooseRows()
@@ -62,12 +59,6 @@ RowFunctions chooseRows()
         return KIVRA_ROWS(Any_NEON, Any_NEON);
 #endif
     return KIVRA_ROWS(C, C);
-}
-
-const RowFunctions &rows()
-{
-    static const RowFunctions chosen = chooseRows();
-    return chosen;
 }
 
 // How much of luma and of the two colour differences each channel takes (ITU-R BT.601-7, 2.5;
@@ -152,13 +143,14 @@ Byte *bytes(std::uint32_t *words)
 } // namespace
 
 // The vector code loads the constants from addresses that it takes for aligned.
-struct alignas(32) YuvRows::Constants
+struct alignas(32) YuvRows::Conversion
 {
-    libyuv::YuvConstants of;
+    libyuv::YuvConstants constants;
+    RowFunctions rows;
 };
 
 YuvRows::YuvRows(Matrix matrix, Range range)
-    : constants(new Constants{constantsOf(factorsOf(matrix, range))})
+    : conversion(new Conversion{constantsOf(factorsOf(matrix, range)), chooseRows()})
 {
 }
 
@@ -168,42 +160,37 @@ YuvRows::~YuvRows() = default;
 
 void YuvRows::yuyv(const Byte *pairs, std::uint32_t *to, int n) const
 {
-    rows().yuyv(pairs, bytes(to), &constants->of, n);
+    conversion->rows.yuyv(pairs, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::uyvy(const Byte *pairs, std::uint32_t *to, int n) const
 {
-    rows().uyvy(pairs, bytes(to), &constants->of, n);
+    conversion->rows.uyvy(pairs, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::nv12(const Byte *y, const Byte *uv, std::uint32_t *to, int n) const
 {
-    rows().nv12(y, uv, bytes(to), &constants->of, n);
+    conversion->rows.nv12(y, uv, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::nv21(const Byte *y, const Byte *vu, std::uint32_t *to, int n) const
 {
-    rows().nv21(y, vu, bytes(to), &constants->of, n);
+    conversion->rows.nv21(y, vu, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::i444(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
 {
-    rows().i444(y, u, v, bytes(to), &constants->of, n);
+    conversion->rows.i444(y, u, v, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::i422(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
 {
-    rows().i422(y, u, v, bytes(to), &constants->of, n);
+    conversion->rows.i422(y, u, v, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::grey(const Byte *y, std::uint32_t *to, int n) const
 {
-    rows().grey(y, bytes(to), &constants->of, n);
-}
-
-void mirrorRow(const std::uint32_t *from, std::uint32_t *to, int n)
-{
-    rows().mirror(reinterpret_cast<const Byte *>(from), bytes(to), n);
+    conversion->rows.grey(y, bytes(to), &conversion->constants, n);
 }
 
 } // namespace kivra::cameras

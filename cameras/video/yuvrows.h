@@ -36,11 +36,8 @@ public:
     void grey(const std::uint8_t *y, std::uint32_t *to, int n) const;
 
 private:
-    struct Constants;
-    std::unique_ptr<const Constants> constants;
+    struct Conversion;
+    std::unique_ptr<const Conversion> conversion;
 };
-
-/// The \a n pixels \a from in reverse order; the two do not overlap.
-void mirrorRow(const std::uint32_t *from, std::uint32_t *to, int n);
 
 } // namespace kivra::cameras
