@@ -206,6 +206,7 @@ private slots:
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         QVERIFY(deviceActions(*window).isEmpty());
         QVERIFY(window->isVisible());
         QVERIFY(window->isEnabled());
@@ -219,11 +220,25 @@ private slots:
         QCOMPARE(window->probe.coefZoom(), 118);
     }
 
+    void windowIsThereBeforeTheBox()
+    {
+        device().setDevices({});
+        bool shown = false;
+        boxes->expect(QStringLiteral("Camera error"), [&](QDialog *box) {
+            shown = box->parentWidget()->isVisible();
+            box->accept();
+        });
+        window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
+        QVERIFY(shown);
+    }
+
     void toggleWithoutACamera()
     {
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         window->trigger("actionCamera"); // no longer waits for one
         QVERIFY(window->action("actionStartCamera")->isEnabled());
         QVERIFY(!window->action("actionStopCamera")->isEnabled());
@@ -231,6 +246,7 @@ private slots:
         window->trigger("actionCamera");
         QVERIFY(!window->action("actionStartCamera")->isEnabled());
         QVERIFY(window->action("actionStopCamera")->isEnabled());
+        QTRY_COMPARE(boxes->answered(), 2);
     }
 
     void pictureWithoutACameraPutsStartRight()
@@ -238,6 +254,7 @@ private slots:
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
         QVERIFY(kivra::test::gradient({30, 20}).save(path));
         window->probe.displayFile(path);
