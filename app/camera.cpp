@@ -32,14 +32,6 @@ void registerMetaTypes()
     qRegisterMetaType<QCameraImageCapture::Error>("QCameraImageCapture::Error");
 }
 
-// A stored text that is no number, or one too large, counts as absent.
-int storedNumber(const QSettings &store, const QString &key, int absent)
-{
-    bool isNumber = false;
-    const int number = store.value(key, absent).toString().toInt(&isNumber);
-    return isNumber ? number : absent;
-}
-
 } // namespace
 
 Camera::Camera(QWidget *parent)
@@ -102,13 +94,13 @@ void Camera::layOut()
 void Camera::readSettings()
 {
     const QSettings store = settingsStore();
-    if (!store.value(QStringLiteral("preferences/restore"), false).toBool())
+    if (!settings::restore.from(store))
         return;
-    lumiere = storedNumber(store, QStringLiteral("params/lumiere"), lumiere);
-    contraste = storedNumber(store, QStringLiteral("params/contraste"), contraste);
-    reglage = storedNumber(store, QStringLiteral("params/reglage"), reglage);
-    coefZoom = storedNumber(store, QStringLiteral("params/zoom"), coefZoom);
-    smallField = store.value(QStringLiteral("preferences/smallField"), true).toBool();
+    lumiere = settings::lumiere.from(store);
+    contraste = settings::contraste.from(store);
+    reglage = settings::reglage.from(store);
+    coefZoom = settings::zoom.from(store);
+    smallField = settings::smallField.from(store);
 }
 
 // Returns the identifier of the first camera, empty when there is none. A camera that comes later

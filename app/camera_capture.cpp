@@ -17,7 +17,7 @@ void Camera::takeImage()
     captureInProgress = true;
     const QString name = daytimeFile(QStringLiteral("im"), QStringLiteral(".jpg"));
     imagePath = checkAndCreateDir(QStringLiteral("tableaux")) + QLatin1Char('/') + name;
-    rawStore = settingsStore().value(QStringLiteral("preferences/rawStore"), true).toBool();
+    rawStore = settings::rawStore.stored();
 
     clipboard->setImage(ui->displayWidget->grab().toImage(), QClipboard::Clipboard);
     if (rawStore) {

@@ -1,61 +1,9 @@
 // The four coefficients: brightness, contrast, mode setting and zoom.
 
 #include "app/camera.h"
-
+#include "app/coefficients.h"
 #include "storage/settings.h"
 #include "ui_camera.h"
-
-#include <algorithm>
-#include <cmath>
-
-namespace {
-
-constexpr double contrastStep = 1.2;
-constexpr double zoomStep = 1.1892; // close to the fourth root of two: four steps double the zoom
-constexpr int zoomSnap = 12;        // a step that lands nearer than this to 100 lands on 100
-
-// A stored value may be any number; a step from it must not leave the range of int.
-int truncated(double value)
-{
-    constexpr double limit = 1e9;
-    return int(std::clamp(value, -limit, limit));
-}
-
-int snapped(int zoom)
-{
-    return std::abs(zoom - 100) < zoomSnap ? 100 : zoom;
-}
-
-struct Coefficient
-{
-    int reset;
-    int lowest;
-    int highest;
-    int (*stepped)(int value, bool up);
-};
-
-constexpr int coefficientCount = 4;
-
-// By the numbers of coefCourant.
-const Coefficient coefficients[coefficientCount] = {
-    {100, 10, 1000,
-     [](int value, bool up) {
-         return truncated(up ? value * contrastStep : value / contrastStep);
-     }},
-    {0, -100, 100, [](int value, bool up) { return truncated(value + (up ? 20.0 : -20.0)); }},
-    {50, 0, 100, [](int value, bool up) { return truncated(value + (up ? 10.0 : -10.0)); }},
-    {100, 12, 800,
-     [](int value, bool up) {
-         return snapped(truncated(up ? value * zoomStep : value / zoomStep));
-     }},
-};
-
-bool isCoefficient(int number)
-{
-    return number >= 0 && number < coefficientCount;
-}
-
-} // namespace
 
 void Camera::on_changeCoef(int coef, int value)
 {
@@ -63,23 +11,23 @@ void Camera::on_changeCoef(int coef, int value)
     switch (coef) {
     case 0:
         contraste = value;
-        store.setValue(QStringLiteral("params/contraste"), value);
+        settings::contraste.write(store, value);
         displayMsg(QStringLiteral("contraste ") + QString::number(contraste));
         break;
     case 1:
         lumiere = value;
-        store.setValue(QStringLiteral("params/lumiere"), value);
+        settings::lumiere.write(store, value);
         displayMsg(QStringLiteral("lumiere ") + QString::number(lumiere));
         break;
     case 2:
         reglage = value;
-        store.setValue(QStringLiteral("params/reglage"), value);
+        settings::reglage.write(store, value);
         displayMsg(QStringLiteral("reglage ") + QString::number(reglage));
         break;
     case 3:
         coefZoom = value;
         ui->displayWidget->setZoomFactor(float(value * 0.01));
-        store.setValue(QStringLiteral("params/zoom"), value);
+        settings::zoom.write(store, value);
         displayMsg(QStringLiteral("zoom ") + QString::number(coefZoom * 0.01, 'g', 6));
         break;
     default:
@@ -90,15 +38,10 @@ void Camera::on_changeCoef(int coef, int value)
 
 void Camera::stepCoefficient(bool up)
 {
-    if (!isCoefficient(coefCourant)) {
-        on_changeCoef(coefCourant, 0);
-        return;
-    }
     const int values[coefficientCount] = {contraste, lumiere, reglage, coefZoom};
-    const Coefficient &coefficient = coefficients[coefCourant];
-    const int candidate = coefficient.stepped(values[coefCourant], up);
-    on_changeCoef(coefCourant,
-                  std::max(std::min(candidate, coefficient.highest), coefficient.lowest));
+    const bool isKnown = coefCourant >= 0 && coefCourant < coefficientCount;
+    const int value = isKnown ? values[coefCourant] : 0;
+    on_changeCoef(coefCourant, steppedCoefficient(coefCourant, value, up));
 }
 
 void Camera::on_incCoef()
@@ -113,7 +56,7 @@ void Camera::on_decCoef()
 
 void Camera::on_resetCoef()
 {
-    on_changeCoef(coefCourant, isCoefficient(coefCourant) ? coefficients[coefCourant].reset : 0);
+    on_changeCoef(coefCourant, resetCoefficient(coefCourant));
 }
 
 void Camera::on_actionIncCoef_triggered()
@@ -169,13 +112,13 @@ void Camera::on_actionReinit_triggered()
     QSettings store = settingsStore();
     coefZoom = 100;
     ui->displayWidget->setZoomFactor(1.0F);
-    store.setValue(QStringLiteral("params/zoom"), coefZoom);
+    settings::zoom.write(store, coefZoom);
     contraste = 100;
-    store.setValue(QStringLiteral("params/contraste"), contraste);
+    settings::contraste.write(store, contraste);
     lumiere = 0;
-    store.setValue(QStringLiteral("params/lumiere"), lumiere);
+    settings::lumiere.write(store, lumiere);
     reglage = 50;
-    store.setValue(QStringLiteral("params/reglage"), reglage);
+    settings::reglage.write(store, reglage);
 
     displayMsg(QStringLiteral("réinit "));
     updateDisplay();

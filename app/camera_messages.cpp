@@ -31,7 +31,7 @@ void Camera::displayMsg(const QString &text)
 {
     QLabel *const label = ui->msgDisplay;
     label->setParent(centralWidget()); // out of the view's layout, over the picture
-    if (!settingsStore().value(QStringLiteral("preferences/displayMsg"), false).toBool())
+    if (!settings::displayMsg.stored())
         return;
     QFont font = label->font();
     font.setPointSize(messagePointSize);
@@ -54,7 +54,7 @@ void Camera::bTimerSlot()
 
 void Camera::displayOnStatusBar(const QString &text)
 {
-    if (settingsStore().value(QStringLiteral("preferences/displayStatus"), false).toBool())
+    if (settings::displayStatus.stored())
         statusBar()->showMessage(text, statusMs);
 }
 

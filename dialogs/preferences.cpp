@@ -10,19 +10,17 @@ namespace {
 
 struct Preference
 {
-    const char *key;
+    const Setting<bool> &setting;
     QCheckBox *Ui_preferences::*box;
-    bool whenAbsent;
 };
 
-// Read and written in this order. The program's own reader of displayMsg takes an absent key for
-// false: messages start with the first OK in this dialog.
+// Read and written in this order.
 constexpr std::array<Preference, 5> table{{
-    {"preferences/displayMsg", &Ui_preferences::checkDisplayMsg, true},
-    {"preferences/displayStatus", &Ui_preferences::checkDisplayStatus, false},
-    {"preferences/restore", &Ui_preferences::checkRestore, false},
-    {"preferences/rawStore", &Ui_preferences::checkRawStore, true},
-    {"preferences/smallField", &Ui_preferences::checkSmallField, true},
+    {settings::displayMsgInDialog, &Ui_preferences::checkDisplayMsg},
+    {settings::displayStatus, &Ui_preferences::checkDisplayStatus},
+    {settings::restore, &Ui_preferences::checkRestore},
+    {settings::rawStore, &Ui_preferences::checkRawStore},
+    {settings::smallField, &Ui_preferences::checkSmallField},
 }};
 
 // A screen reader tells with each box which heading it stands under.
@@ -50,7 +48,7 @@ preferences::preferences(QWidget *parent)
     const QSettings store = settingsStore();
     for (const Preference &entry : table) {
         QCheckBox *box = (*ui).*entry.box;
-        box->setChecked(store.value(QLatin1String(entry.key), entry.whenAbsent).toBool());
+        box->setChecked(entry.setting.from(store));
     }
 }
 
@@ -61,6 +59,6 @@ void preferences::on_buttonBox_accepted()
     QSettings store = settingsStore();
     for (const Preference &entry : table) {
         const QCheckBox *box = (*ui).*entry.box;
-        store.setValue(QLatin1String(entry.key), box->isChecked());
+        entry.setting.write(store, box->isChecked());
     }
 }

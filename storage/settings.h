@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QSettings>
+#include <type_traits>
 
 /// The settings store, opened afresh: whoever reads or writes a setting opens it there and then, so
 /// that every reader sees what was written last, by this program or another.
@@ -8,3 +9,60 @@ inline QSettings settingsStore()
 {
     return QSettings(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
 }
+
+/// A key of the store and the value that it stands for while it is absent.
+template<typename Value>
+struct Setting
+{
+    const char *key;
+    Value absent;
+
+    /// A stored text that is no number, or one beyond int, counts as absent; of a flag, every text
+    /// but "false", "0" and the empty one means yes.
+    Value from(const QSettings &store) const
+    {
+        const QVariant stored = store.value(QLatin1String(key), absent);
+        if constexpr (std::is_same_v<Value, int>) {
+            bool isNumber = false;
+            const int number = stored.toString().toInt(&isNumber);
+            return isNumber ? number : absent;
+        } else {
+            return stored.value<Value>();
+        }
+    }
+    Value stored() const { return from(settingsStore()); }
+    void write(QSettings &store, const Value &value) const
+    {
+        store.setValue(QLatin1String(key), value);
+    }
+};
+
+/// All settings. What they mean to a user: docs/administration.md.
+namespace settings {
+
+/// Whether the next start takes the coefficients and the reduced field from the store.
+inline constexpr Setting<bool> restore{"preferences/restore", false};
+inline constexpr Setting<int> lumiere{"params/lumiere", 0};
+inline constexpr Setting<int> contraste{"params/contraste", 100};
+inline constexpr Setting<int> reglage{"params/reglage", 50};
+inline constexpr Setting<int> zoom{"params/zoom", 100};
+/// Absent, it is on; without restore, it is not read and the field is whole.
+inline constexpr Setting<bool> smallField{"preferences/smallField", true};
+inline constexpr Setting<bool> rawStore{"preferences/rawStore", true};
+inline constexpr Setting<bool> displayStatus{"preferences/displayStatus", false};
+inline constexpr Setting<bool> displayMsg{"preferences/displayMsg", false};
+/// The dialog shows the absent key as on: messages start with the first OK there.
+inline constexpr Setting<bool> displayMsgInDialog{displayMsg.key, true};
+
+// How real cameras are used. The program does not read these: their service does, with the
+// environment over the store (cameras/video/videosettings.h). Absent, each is left to the camera.
+
+/// Size and rate, "1280x720@30".
+inline constexpr const char *cameraFormat = "camera/format";
+/// 90, 180 or 270 degrees clockwise.
+inline constexpr const char *cameraTurn = "camera/turn";
+inline constexpr const char *cameraMirror = "camera/mirror";
+/// The frequency of the lamps, 50 or 60 Hz.
+inline constexpr const char *cameraMains = "camera/mains";
+
+} // namespace settings

@@ -18,11 +18,12 @@ struct Source
     const char *meaning; ///< what a good value is, for the log
 };
 
-constexpr Source formatSource{"camera/format", "KIVRA_CAMERA_FORMAT",
+constexpr Source formatSource{settings::cameraFormat, "KIVRA_CAMERA_FORMAT",
                               "is no size and rate such as 1280x720@30"};
-constexpr Source turnSource{"camera/turn", "KIVRA_CAMERA_TURN", "is not 0, 90, 180 or 270"};
-constexpr Source mirrorSource{"camera/mirror", "KIVRA_CAMERA_MIRROR", "is neither true nor false"};
-constexpr Source mainsSource{"camera/mains", "KIVRA_CAMERA_MAINS", "is neither 50 nor 60"};
+constexpr Source turnSource{settings::cameraTurn, "KIVRA_CAMERA_TURN", "is not 0, 90, 180 or 270"};
+constexpr Source mirrorSource{settings::cameraMirror, "KIVRA_CAMERA_MIRROR",
+                              "is neither true nor false"};
+constexpr Source mainsSource{settings::cameraMains, "KIVRA_CAMERA_MAINS", "is neither 50 nor 60"};
 
 /// Logs a value that cannot be used, unless the last line about it said the same.
 void warnOnce(const char *name, const QString &value, const char *meaning)

@@ -1,5 +1,6 @@
 // The four coefficients: steps, limits, reset, selection, settings, messages.
 
+#include "app/coefficients.h"
 #include "tests/app/windowtest.h"
 #include "tests/reference/reference.h"
 #include "tests/support/pictures.h"
@@ -141,8 +142,20 @@ private slots:
     {
         QFETCH(int, number);
         const Rule &rule = ruleTable[number];
-        window->probe.setCoefCourant(number);
         for (int start = rule.lowest; start <= rule.highest; ++start) {
+            QCOMPARE(steppedCoefficient(number, start, true), rule.up(start));
+            QCOMPARE(steppedCoefficient(number, start, false), rule.down(start));
+        }
+    }
+
+    void slotsStepTheCurrentOne_data() { stepsFromEveryValue_data(); }
+
+    void slotsStepTheCurrentOne()
+    {
+        QFETCH(int, number);
+        const Rule &rule = ruleTable[number];
+        window->probe.setCoefCourant(number);
+        for (const int start : {rule.lowest, rule.start, (rule.start + rule.highest) / 2}) {
             window->probe.setCoefficient(number, start);
             window->call("on_incCoef");
             QCOMPARE(value(number), rule.up(start));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cameras/video/videodevice.h"
-#include "tests/cameras/fakekernel.h"
+#include "tests/support/fakekernel.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,5 +1,5 @@
 #include "cameras/video/devicecontrols.h"
-#include "tests/cameras/fakekernel.h"
+#include "tests/support/fakekernel.h"
 #include "tests/support/testmain.h"
 
 #include <memory>

@@ -40,14 +40,14 @@ constexpr int longestTurnMs = freedMemoryIsKept ? 2500 : 500;
 constexpr int hangMs = 60000;
 
 // Between two closings of the window.
-constexpr int stepsOfAUse = 400;
+constexpr int stepsOfAUse = 200;
 
 // What may be added between the second third of all uses and the last; caches fill in the first.
 constexpr qint64 allowedHeapGrowth = qint64(1) << 19;
 constexpr qint64 allowedResidentGrowth = qint64(4) << 20;
 
 // Now and then a use leaves a large picture in a cache until the next one: of too few, most might.
-constexpr int fewestSamples = freedMemoryIsKept ? 1 : 36;
+constexpr int fewestSamples = freedMemoryIsKept ? 1 : 60;
 
 struct Sample
 {

@@ -2,7 +2,7 @@
 // delivers, a window that takes, and whoever starts, stops, locks, captures and pulls the plug.
 
 #include "cameras/video/camerathread.h"
-#include "tests/cameras/fakekernel.h"
+#include "tests/support/fakekernel.h"
 
 #include <cstdio>
 #include <cstdlib>

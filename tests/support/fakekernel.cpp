@@ -1,4 +1,4 @@
-#include "tests/cameras/fakekernel.h"
+#include "tests/support/fakekernel.h"
 
 #include <algorithm>
 #include <cerrno>
