@@ -24,6 +24,13 @@ function(kivra_add_library name kind)
     kivra_precompile(${name} kivra_precompiled)
 endfunction()
 
+# kivra_add_test_library(NAME FILE...): a library of the tests, which benchmarks use too.
+function(kivra_add_test_library name)
+    add_library(${name} STATIC ${ARGN})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    kivra_precompile(${name} kivra_precompiled_tests)
+endfunction()
+
 # kivra_precompile(TARGET PRECOMPILED): lets the target start from the headers of that library, where
 # this build precompiles any.
 function(kivra_precompile target precompiled)

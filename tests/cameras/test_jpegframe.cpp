@@ -244,17 +244,14 @@ private slots:
         QVERIFY(told > 0);
     }
 
-    // Each of the few bytes of a scan would have the whole picture looked at again.
+    // For each scan the whole picture is gone through, however few bytes it has.
     void tooManyScansAreRefused()
     {
-        Bytes jpeg = jpegOf({70, 41, {}, Colours::Grey, 95, 0, true});
-        const Bytes end(jpeg.end() - 2, jpeg.end());
-        jpeg.resize(jpeg.size() - 2);
-        // The bits that the first AC scan sent, once more and once more.
-        const Bytes scan{0xFF, 0xDA, 0, 8, 1, 1, 0, 1, 1, 0x10, 0};
-        for (int i = 0; i < 100; ++i)
-            jpeg.insert(jpeg.end(), scan.begin(), scan.end());
-        QVERIFY(!pictureOf(joined(jpeg, end), {70, 41}));
+        JpegRecipe recipe{70, 41};
+        recipe.hasScanPerFrequency = true;
+        QVERIFY(!pictureOf(jpegOf(recipe), {70, 41}));
+        recipe.colours = Colours::Grey;
+        QVERIFY(pictureOf(jpegOf(recipe), {70, 41}).has_value());
     }
 
     void beyondTheLimitsIsTold()

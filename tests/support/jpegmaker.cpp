@@ -35,6 +35,16 @@ void setColours(jpeg_compress_struct &info, JpegRecipe::Colours colours)
         jpeg_set_colorspace(&info, JCS_RGB);
 }
 
+std::vector<jpeg_scan_info> scanPerFrequency(int components)
+{
+    std::vector<jpeg_scan_info> scans{{components, {0, 1, 2, 3}, 0, 0, 0, 0}};
+    for (int component = 0; component < components; ++component) {
+        for (int frequency = 1; frequency < DCTSIZE2; ++frequency)
+            scans.push_back({1, {component}, frequency, frequency, 0, 0});
+    }
+    return scans;
+}
+
 // Each component differs from the others, and neighbours from each other.
 Bytes rowOf(const JpegRecipe &recipe, int y)
 {
@@ -86,6 +96,11 @@ Bytes jpegOf(const JpegRecipe &recipe)
     info.restart_interval = recipe.restartInterval;
     if (recipe.isProgressive)
         jpeg_simple_progression(&info);
+    const std::vector<jpeg_scan_info> scans = scanPerFrequency(info.num_components);
+    if (recipe.hasScanPerFrequency) {
+        info.scan_info = scans.data();
+        info.num_scans = static_cast<int>(scans.size());
+    }
     jpeg_start_compress(&info, TRUE);
     for (int y = 0; y < recipe.height; ++y) {
         Bytes row = rowOf(recipe, y);

@@ -28,7 +28,8 @@ struct JpegRecipe
     int quality = 95;
     unsigned int restartInterval = 0; ///< in MCUs; 0 for none
     bool isProgressive = false;
-    unsigned int seed = 1; ///< of the picture
+    bool hasScanPerFrequency = false; ///< progressive, with a scan for each of a component's 63
+    unsigned int seed = 1;            ///< of the picture
 };
 
 /// A complete JPEG of a coloured picture with gradients and edges.
