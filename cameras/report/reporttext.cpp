@@ -86,42 +86,47 @@ QString usersText(const std::vector<NodeUser> &users)
                           : QStringLiteral("par ") + each.join(QStringLiteral(", "));
 }
 
-// Of one kind of frames, "1920 x 1080 (30, 15), 640 x 480 (30)".
+// The sizes of one format with their highest rates, "1920 x 1080 (30), 640 x 480 (30)".
 QString sizesText(const std::vector<Offer> &offers, std::uint32_t fourcc)
 {
-    QStringList sizes;
-    for (auto offer = offers.begin(); offer != offers.end(); ++offer) {
-        const auto isSame = [&](const Offer &other) {
-            return other.fourcc == fourcc && other.size == offer->size;
-        };
-        if (offer->fourcc != fourcc || std::find_if(offers.begin(), offer, isSame) != offer)
+    std::vector<Offer> fastest;
+    for (const Offer &offer : offers) {
+        if (offer.fourcc != fourcc)
             continue;
-        QStringList rates;
-        for (const Offer &other : offers) {
-            if (isSame(other) && other.rate.isKnown())
-                rates += rateText(other.rate);
-        }
-        const QString list = rates.join(QStringLiteral(" ; "));
-        sizes += sizeText(offer->size) +
-                 (rates.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(list));
+        const auto known = std::find_if(fastest.begin(), fastest.end(), [&](const Offer &other) {
+            return other.size == offer.size;
+        });
+        if (known == fastest.end())
+            fastest.push_back(offer);
+        else if (offer.rate.perSecond() > known->rate.perSecond())
+            known->rate = offer.rate;
     }
+    QStringList sizes;
+    for (const Offer &offer : fastest)
+        sizes +=
+            sizeText(offer.size) +
+            (offer.rate.isKnown() ? QStringLiteral(" (%1)").arg(rateText(offer.rate)) : QString());
     return sizes.join(QStringLiteral(", "));
 }
 
 QString offersText(const std::vector<Offer> &offers)
 {
-    QString text = QStringLiteral("  Formats (images par seconde) :\n");
+    QString text = QStringLiteral("  Formats (images par seconde au plus) :\n");
     std::vector<std::uint32_t> told;
+    QStringList unreadable;
     for (const Offer &offer : offers) {
         if (std::find(told.begin(), told.end(), offer.fourcc) != told.end())
             continue;
         told.push_back(offer.fourcc);
-        const QString name = QString::fromStdString(fourccName(offer.fourcc));
-        text += QStringLiteral("    %1 : ").arg(name);
-        text += isReadable(offer.fourcc) ? sizesText(offers, offer.fourcc)
-                                         : QStringLiteral("n'est pas lu par Kivra");
-        text += QLatin1Char('\n');
+        const QString name = QString::fromStdString(fourccName(offer.fourcc)).trimmed();
+        if (isReadable(offer.fourcc))
+            text += QStringLiteral("    %1 : %2\n").arg(name, sizesText(offers, offer.fourcc));
+        else
+            unreadable += name;
     }
+    if (!unreadable.isEmpty())
+        text += QStringLiteral("    pas lus par Kivra : %1\n")
+                    .arg(unreadable.join(QStringLiteral(", ")));
     return text;
 }
 

@@ -105,6 +105,13 @@ void CameraSession::setState(QCamera::State wanted)
             climb(wanted);
     }
     if (alive && missing)
+        QMetaObject::invokeMethod(this, &CameraSession::reportMissing, Qt::QueuedConnection);
+}
+
+// Later, so that a window which starts its camera while it is made is there before the box.
+void CameraSession::reportMissing()
+{
+    if (!currentSource)
         emit error(QCamera::ServiceMissingError,
                    tr("Aucune caméra n'est branchée. Branchez la caméra et allumez-la : son image "
                       "apparaîtra d'elle-même."));

@@ -36,7 +36,7 @@ public:
     QCamera::State state() const;
     QCamera::Status status() const;
     /// Asks for a state. Without a device, Loaded is refused, and Active waits for the first one to
-    /// come; both report an error.
+    /// come; both report an error in the next turn of the event loop.
     void setState(QCamera::State wanted);
 
     QAbstractVideoSurface *surface() const;
@@ -59,6 +59,7 @@ private:
     void climb(QCamera::State wanted);
     void endStream();
     bool startSurface();
+    void reportMissing();
     void startSource();
     void onDevicesChanged();
     void onStarted();

@@ -64,8 +64,10 @@ void setColours(FrameFormat &format, std::uint32_t colorspace, std::uint32_t enc
 {
     if (encoding == V4L2_YCBCR_ENC_DEFAULT)
         encoding = V4L2_MAP_YCBCR_ENC_DEFAULT(colorspace);
+    // Grey goes with RGB: the kernel's virtual camera has full range there, and infrared ones do.
+    const bool isFull = isRgb(format.fourcc) || format.fourcc == V4L2_PIX_FMT_GREY;
     if (quantization == V4L2_QUANTIZATION_DEFAULT)
-        quantization = V4L2_MAP_QUANTIZATION_DEFAULT(isRgb(format.fourcc), colorspace, encoding);
+        quantization = V4L2_MAP_QUANTIZATION_DEFAULT(isFull, colorspace, encoding);
     format.range = quantization == V4L2_QUANTIZATION_FULL_RANGE ? Range::Full : Range::Limited;
     switch (encoding) {
     case V4L2_YCBCR_ENC_709:

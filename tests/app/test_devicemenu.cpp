@@ -129,6 +129,7 @@ private slots:
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<kivra::test::Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         plugInTwo();
         QTRY_VERIFY(device().isRunning());
         openMenu();

@@ -210,6 +210,7 @@ private slots:
             box->accept();
         });
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         expectLive();
     }
 
@@ -259,7 +260,7 @@ private:
         device().setDevices({});
         boxes->expect(cameraError);
         window = std::make_unique<Window>();
-        QCOMPARE(boxes->answered(), 1);
+        QTRY_COMPARE(boxes->answered(), 1);
     }
 
     void expectActive()

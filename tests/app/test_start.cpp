@@ -212,6 +212,7 @@ private slots:
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         QVERIFY(deviceActions(*window).isEmpty());
         QVERIFY(window->isVisible());
         QVERIFY(window->isEnabled());
@@ -225,11 +226,25 @@ private slots:
         QCOMPARE(window->probe.coefZoom(), 118);
     }
 
+    void windowIsThereBeforeTheBox()
+    {
+        device().setDevices({});
+        bool shown = false;
+        boxes->expect(QStringLiteral("Camera error"), [&](QDialog *box) {
+            shown = box->parentWidget()->isVisible();
+            box->accept();
+        });
+        window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
+        QVERIFY(shown);
+    }
+
     void toggleWithoutACamera()
     {
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         window->trigger("actionCamera"); // no longer waits for one
         QVERIFY(window->action("actionStartCamera")->isEnabled());
         QVERIFY(!window->action("actionStopCamera")->isEnabled());
@@ -237,6 +252,7 @@ private slots:
         window->trigger("actionCamera");
         QVERIFY(!window->action("actionStartCamera")->isEnabled());
         QVERIFY(window->action("actionStopCamera")->isEnabled());
+        QTRY_COMPARE(boxes->answered(), 2);
     }
 
     void pictureWithoutACameraPutsStartRight()
@@ -244,6 +260,7 @@ private slots:
         device().setDevices({});
         boxes->expect(QStringLiteral("Camera error"));
         window = std::make_unique<Window>();
+        QTRY_COMPARE(boxes->answered(), 1);
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
         QVERIFY(kivra::test::gradient({30, 20}).save(path));
         window->probe.displayFile(path);

@@ -129,7 +129,7 @@ private slots:
         auto *control = service.requestControl<QCameraControl *>();
         QSignalSpy errors(control, &QCameraControl::error);
         control->setState(QCamera::ActiveState);
-        QCOMPARE(errors.size(), 1);
+        QTRY_COMPARE(errors.size(), 1);
         QCOMPARE(errors.first().first().toInt(), int(QCamera::ServiceMissingError));
         QVERIFY(errors.first().last().toString().startsWith(
             QStringLiteral("Aucune caméra n'est branchée.")));

@@ -40,9 +40,10 @@ constexpr std::array<std::array<int, 3>, 8> bars = {{
 const std::set<std::string> expected = {"YUYV", "UYVY", "NV12", "YU12", "YV12", "RGB3", "BGR3",
                                         "RGB4", "BGR4", "XR24", "XB24", "BX24", "RX24", "GREY"};
 
+// As the virtual camera makes its grey: the weights of BT.709, full range.
 int luma(const std::array<int, 3> &colour)
 {
-    return (299 * colour[0] + 587 * colour[1] + 114 * colour[2] + 500) / 1000;
+    return (2126 * colour[0] + 7152 * colour[1] + 722 * colour[2] + 5000) / 10000;
 }
 
 // The largest difference of a channel, in the middle of a bar.
