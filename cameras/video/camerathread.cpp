@@ -81,6 +81,10 @@ int CameraThread::start()
         faultTold = false;
         losses = 0;
         number = ++startNumber;
+        // The camera may still run. What it has left since the last start is nobody's, and would
+        // keep it from decoding the next frame.
+        if (newest)
+            newest->take();
     }
     waiter->wake();
     return number;
