@@ -25,6 +25,7 @@
 #include <QCameraViewfinder>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QLibraryInfo>
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
@@ -240,6 +241,8 @@ int measureRow(const QStringList &arguments, const QElapsedTimer &sinceStart)
     const QStringList sides = arguments.at(3).split(QLatin1Char('x'));
     const QSize frame(sides.value(0).toInt(), sides.value(1).toInt());
     const bool byQt = isNode && shower == QLatin1String("viewfinder");
+    if (byQt)
+        QCoreApplication::addLibraryPath(QLibraryInfo::location(QLibraryInfo::PluginsPath));
     if (isNode && !byQt) {
         qputenv("QT_MULTIMEDIA_PREFERRED_PLUGINS", "v4l2camera");
         QCoreApplication::addLibraryPath(QStringLiteral(KIVRA_PROGRAM_FOLDER));
