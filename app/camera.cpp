@@ -1,6 +1,7 @@
 #include "app/camera.h"
 
 #include "app/accessibility.h"
+#include "app/devicemenu.h"
 #include "app/secondpress.h"
 #include "resources/resources.h"
 #include "storage/images.h"
@@ -44,6 +45,7 @@ Camera::Camera(QWidget *parent)
     readSettings();
     images = std::make_unique<Images>();
     videoSurface = std::make_unique<VideoSurface>(nullptr);
+    connect(videoSurface.get(), &VideoSurface::activeChanged, this, &Camera::noteSurfaceStart);
     clipboard = QGuiApplication::clipboard();
     const QByteArray device = fillDeviceMenu();
     connect(QGuiApplication::screens().constFirst(), SIGNAL(virtualGeometryChanged(QRect)), this,
@@ -111,27 +113,16 @@ void Camera::readSettings()
     smallField = settings::smallField.from(store);
 }
 
-// Returns the identifier of the first camera, empty when there is none.
+// Returns the identifier of the first camera, empty when there is none. A camera that comes later
+// is in the menu when it is opened next.
 QByteArray Camera::fillDeviceMenu()
 {
-    auto *const devices = new QActionGroup(this);
-    devices->setExclusive(true);
-    QByteArray chosen;
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED
-    const QList<QByteArray> identifiers = QCamera::availableDevices();
-    for (const QByteArray &identifier : identifiers) {
-        auto *const action = new QAction(QCamera::deviceDescription(identifier), devices);
-        action->setCheckable(true);
-        action->setData(identifier);
-        if (chosen.isEmpty()) {
-            chosen = identifier;
-            action->setChecked(true);
-        }
-        ui->menuDevices->addAction(action);
-    }
-    QT_WARNING_POP
-    connect(devices, SIGNAL(triggered(QAction *)), this, SLOT(updateCameraDevice(QAction *)));
+    auto *const devices = new DeviceMenu(ui->menuDevices, this);
+    const QByteArray chosen = devices->chooseFirst();
+    connect(devices->group(), SIGNAL(triggered(QAction *)), this,
+            SLOT(updateCameraDevice(QAction *)));
+    connect(ui->menuDevices, &QMenu::aboutToShow, devices,
+            [this, devices] { devices->update(openDevice()); });
     return chosen;
 }
 

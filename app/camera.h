@@ -65,6 +65,7 @@ private slots:
     void displayCaptureError(int id, QCameraImageCapture::Error error, const QString &errorString);
     /// Lets the user choose format, resolution and quality of stills.
     void configureImageSettings();
+    /// Tells of the camera's fault, unless a box does already.
     void displayCameraError();
     void updateCameraDevice(QAction *action);
     /// Enables Start or Stop, whichever the camera's state allows.
@@ -154,6 +155,9 @@ private:
 
     // Helpers of the slots
     void connectCamera();
+    QByteArray openDevice() const;
+    void noteSurfaceStart(bool active);
+    bool wantsLivePicture() const;
     std::array<QAction *, 7> modeActions() const;
     std::array<QAction *, 4> effectActions() const;
     void fitLivePicture();
@@ -188,8 +192,11 @@ private:
     int coefZoom = 100;                 ///< per cent, 12..800
     int coefCourant = 3;                ///< 0 contraste, 1 lumiere, 2 reglage, 3 zoom
     std::unique_ptr<VideoSurface> videoSurface;
-    bool isFirstFrame = false; ///< the next one, since the camera was started
-    QImage lastFrame;          ///< unprocessed, 32-bit; null before the first frame
+    bool isFirstFrame = false;     ///< the next one, since the camera was started
+    QString cameraFault;           ///< the last one, in words
+    bool tellsCameraFault = false; ///< a box is open
+    bool surfaceStarted = false;   ///< by the present camera
+    QImage lastFrame;              ///< unprocessed, 32-bit; null before the first frame
     std::unique_ptr<QTimer> aTimer;
     std::unique_ptr<QTimer> bTimer;
     std::unique_ptr<Images> images;

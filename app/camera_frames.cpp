@@ -19,11 +19,12 @@ QRect reducedField(const QSize &frame)
 
 } // namespace
 
-// A frame that comes while another is in work, or while the user holds the picture, is dropped.
+// A frame that comes while another is in work, while the user holds the picture, or when none is
+// wanted any more, is dropped.
 void Camera::displayImage()
 {
     bool &busy = ui->displayWidget->busy;
-    if (busy)
+    if (busy || !wantsLivePicture())
         return;
     busy = true;
     lastFrame = videoSurface->frame();

@@ -207,21 +207,6 @@ void addFrames(QSize size)
 
 } // namespace
 
-std::string nameOf(const Subject &subject)
-{
-    return subject.operation + "/" + subject.side + "/" + std::to_string(subject.size.width()) +
-           "x" + std::to_string(subject.size.height());
-}
-
-Subject subjectOf(const std::string &name)
-{
-    const std::size_t side = name.find('/');
-    const std::size_t width = name.find('/', side + 1);
-    const std::size_t height = name.find('x', width + 1);
-    return {name.substr(0, side), name.substr(side + 1, width - side - 1),
-            QSize(std::stoi(name.substr(width + 1)), std::stoi(name.substr(height + 1)))};
-}
-
 std::vector<Subject> registerAll()
 {
     for (const QSize size : {QSize(1280, 720), QSize(1920, 1080), QSize(3840, 2160)}) {

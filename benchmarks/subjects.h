@@ -21,7 +21,8 @@ std::string nameOf(const Subject &subject);
 /// The subject of a name that nameOf() made.
 Subject subjectOf(const std::string &name);
 
-/// Registers every measurement with the benchmark library; gives them in the order of the table.
+/// Registers every measurement of the program with the benchmark library; gives them in the order
+/// of the table.
 std::vector<Subject> registerAll();
 
 } // namespace kivra::benchmarks

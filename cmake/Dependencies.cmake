@@ -21,6 +21,8 @@ if(KIVRA_TESTS OR KIVRA_BENCHMARKS)
     kivra_find_qt(Test qtbase5-dev)
 endif()
 
+find_package(Threads REQUIRED)
+
 # Debian brings OpenCV's configuration file only with the full development package, which pulls in
 # hundreds of packages that this program never uses; so the two modules are also found by hand.
 function(kivra_find_opencv_module module package)
@@ -42,3 +44,25 @@ endfunction()
 find_package(OpenCV 4 QUIET COMPONENTS core imgproc)
 kivra_find_opencv_module(core libopencv-core-dev)
 kivra_find_opencv_module(imgproc libopencv-imgproc-dev)
+
+# Libraries without a configuration file of CMake's: kivra_find_library(NAME HEADER PACKAGE) makes the
+# target NAME.
+function(kivra_find_library name header package)
+    find_path(KIVRA_${name}_INCLUDE_DIR ${header})
+    find_library(KIVRA_${name}_LIBRARY ${name})
+    mark_as_advanced(KIVRA_${name}_INCLUDE_DIR KIVRA_${name}_LIBRARY)
+    if(NOT KIVRA_${name}_INCLUDE_DIR OR NOT KIVRA_${name}_LIBRARY)
+        kivra_missing("${header}" ${package})
+    endif()
+    add_library(${name} UNKNOWN IMPORTED GLOBAL)
+    set_target_properties(${name} PROPERTIES
+        IMPORTED_LOCATION ${KIVRA_${name}_LIBRARY}
+        INTERFACE_INCLUDE_DIRECTORIES ${KIVRA_${name}_INCLUDE_DIR})
+endfunction()
+
+# What the cameras of Linux are read with.
+if(CMAKE_SYSTEM_NAME STREQUAL Linux)
+    kivra_find_library(yuv libyuv/row.h libyuv-dev)
+    kivra_find_library(jpeg jpeglib.h libjpeg62-turbo-dev)
+    kivra_find_library(turbojpeg turbojpeg.h libturbojpeg0-dev)
+endif()

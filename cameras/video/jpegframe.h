@@ -1,0 +1,30 @@
+#pragma once
+
+#include "cameras/video/framerows.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace kivra::cameras {
+
+/// Decodes JPEG frames by libjpeg-turbo, with the standard Huffman tables where a frame has none.
+class JpegFrame
+{
+public:
+    JpegFrame();
+    JpegFrame(JpegFrame &&) noexcept;
+    JpegFrame &operator=(JpegFrame &&) noexcept;
+    ~JpegFrame();
+
+    /// The rows of \a jpeg, to be read before the next call; null if it is cut, corrupt, not of
+    /// \a size pixels or of colours that a camera has not (CMYK).
+    std::unique_ptr<FrameRows> decode(const std::uint8_t *jpeg, std::size_t length, Size size);
+
+private:
+    struct Memory;
+    std::unique_ptr<Memory> memory;
+};
+
+} // namespace kivra::cameras

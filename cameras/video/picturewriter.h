@@ -1,0 +1,29 @@
+#pragma once
+
+#include "cameras/video/framedecoder.h"
+#include "cameras/video/framerows.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace kivra::cameras {
+
+/// Writes the rows of a frame where its orientation wants them.
+class PictureWriter
+{
+public:
+    explicit PictureWriter(Orientation orientation);
+
+    /// The whole frame of \a size pixels; \a picture has that size, turned.
+    void write(const FrameRows &rows, Size size, const Picture &picture);
+
+private:
+    void writeUpright(const FrameRows &rows, Size size, const Picture &picture) const;
+    void writeStaged(const FrameRows &rows, Size size, const Picture &picture);
+    void writeSideways(const FrameRows &rows, Size size, const Picture &picture);
+
+    Orientation orientation;
+    std::vector<std::uint32_t> stage;
+};
+
+} // namespace kivra::cameras

@@ -1,0 +1,196 @@
+#include "cameras/video/yuvrows.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <iterator>
+#include <libyuv/cpu_id.h>
+#include <libyuv/row.h>
+
+// libyuv's functions for whole pictures know neither a matrix for packed frames nor a BT.709 whose
+// blue is right (its factor is limited to 2, which is 15 levels off). Its functions for rows take
+// both, and constants of our own.
+
+namespace kivra::cameras {
+
+namespace {
+
+using Byte = std::uint8_t;
+
+struct RowFunctions
+{
+    using Packed = void (*)(const Byte *, Byte *, const libyuv::YuvConstants *, int);
+    using SemiPlanar = void (*)(const Byte *, const Byte *, Byte *, const libyuv::YuvConstants *,
+                                int);
+    using Planar = void (*)(const Byte *, const Byte *, const Byte *, Byte *,
+                            const libyuv::YuvConstants *, int);
+
+    Packed yuyv;
+    Packed uyvy;
+    SemiPlanar nv12;
+    SemiPlanar nv21;
+    Planar i444;
+    Planar i422;
+    Packed grey;
+};
+
+// A version is named by what it needs of the processor; greys may need less than colours.
+#define KIVRA_ROWS(colours, greys)                                                                 \
+    RowFunctions                                                                                   \
+    {                                                                                              \
+        libyuv::YUY2ToARGBRow_##colours, libyuv::UYVYToARGBRow_##colours,                          \
+            libyuv::NV12ToARGBRow_##colours, libyuv::NV21ToARGBRow_##colours,                      \
+            libyuv::I444ToARGBRow_##colours, libyuv::I422ToARGBRow_##colours,                      \
+            libyuv::I400ToARGBRow_##greys                                                          \
+    }
+
+RowFunctions chooseRows()
+{
+#if defined(HAS_YUY2TOARGBROW_AVX2)
+    if (libyuv::TestCpuFlag(libyuv::kCpuHasAVX2))
+        return KIVRA_ROWS(Any_AVX2, Any_AVX2);
+#endif
+#if defined(HAS_YUY2TOARGBROW_SSSE3)
+    if (libyuv::TestCpuFlag(libyuv::kCpuHasSSSE3))
+        return KIVRA_ROWS(Any_SSSE3, Any_SSE2);
+#endif
+#if defined(HAS_YUY2TOARGBROW_NEON)
+    if (libyuv::TestCpuFlag(libyuv::kCpuHasNEON))
+        return KIVRA_ROWS(Any_NEON, Any_NEON);
+#endif
+    return KIVRA_ROWS(C, C);
+}
+
+// How much of luma and of the two colour differences each channel takes (ITU-R BT.601-7, 2.5;
+// BT.709-6, 3; BT.2020-2, table 4).
+struct Factors
+{
+    double luma;
+    double blueOfU;
+    double greenOfU;
+    double greenOfV;
+    double redOfV;
+    double black;
+};
+
+Factors factorsOf(Matrix matrix, Range range)
+{
+    double red = 0.299;
+    double blue = 0.114;
+    if (matrix == Matrix::Bt709) {
+        red = 0.2126;
+        blue = 0.0722;
+    } else if (matrix == Matrix::Bt2020) {
+        red = 0.2627;
+        blue = 0.0593;
+    }
+    const bool isFull = range == Range::Full;
+    const double green = 1 - red - blue;
+    const double ofU = 2 * (1 - blue) * (isFull ? 1 : 255.0 / 224);
+    const double ofV = 2 * (1 - red) * (isFull ? 1 : 255.0 / 224);
+    return {isFull ? 1 : 255.0 / 219, ofU, ofU * blue / green,
+            ofV * red / green,        ofV, isFull ? 0.0 : 16.0};
+}
+
+template<typename T>
+T rounded(double value)
+{
+    return static_cast<T>(std::lround(value));
+}
+
+// In 64ths, as libyuv calculates. It multiplies luma as 257 y and drops 16 bits; the half that
+// rounds the result is in the bias.
+libyuv::YuvConstants constantsOf(const Factors &factors)
+{
+    constexpr double one = 64;
+    constexpr double half = 32;
+    const auto blueOfU = rounded<Byte>(factors.blueOfU * one);
+    const auto greenOfU = rounded<Byte>(factors.greenOfU * one);
+    const auto greenOfV = rounded<Byte>(factors.greenOfV * one);
+    const auto redOfV = rounded<Byte>(factors.redOfV * one);
+    const auto luma = rounded<std::int16_t>(factors.luma * one * 65536 / 257);
+    const double bias = half - factors.black * factors.luma * one;
+
+    libyuv::YuvConstants constants{};
+#if defined(__aarch64__) || defined(__arm__)
+    // Chroma is not made signed first: its zero, 128, is in the bias.
+    const std::array<Byte, 4> chroma{blueOfU, redOfV, greenOfU, greenOfV};
+    for (int i = 0; i < 4; ++i)
+        constants.kUVCoeff[i] = chroma.at(static_cast<std::size_t>(i));
+    constants.kRGBCoeffBias[0] = luma;
+    constants.kRGBCoeffBias[1] = rounded<std::int16_t>(blueOfU * 128 - bias);
+    constants.kRGBCoeffBias[2] = rounded<std::int16_t>((greenOfU + greenOfV) * 128 + bias);
+    constants.kRGBCoeffBias[3] = rounded<std::int16_t>(redOfV * 128 - bias);
+#else
+    for (std::size_t i = 0; i < std::size(constants.kUVToB); i += 2) {
+        constants.kUVToB[i] = blueOfU;
+        constants.kUVToG[i] = greenOfU;
+        constants.kUVToG[i + 1] = greenOfV;
+        constants.kUVToR[i + 1] = redOfV;
+    }
+    std::fill(std::begin(constants.kYToRgb), std::end(constants.kYToRgb), luma);
+    std::fill(std::begin(constants.kYBiasToRgb), std::end(constants.kYBiasToRgb),
+              rounded<std::int16_t>(bias));
+#endif
+    return constants;
+}
+
+Byte *bytes(std::uint32_t *words)
+{
+    return reinterpret_cast<Byte *>(words);
+}
+
+} // namespace
+
+// The vector code loads the constants from addresses that it takes for aligned.
+struct alignas(32) YuvRows::Conversion
+{
+    libyuv::YuvConstants constants;
+    RowFunctions rows;
+};
+
+YuvRows::YuvRows(Matrix matrix, Range range)
+    : conversion(new Conversion{constantsOf(factorsOf(matrix, range)), chooseRows()})
+{
+}
+
+YuvRows::YuvRows(YuvRows &&) noexcept = default;
+YuvRows &YuvRows::operator=(YuvRows &&) noexcept = default;
+YuvRows::~YuvRows() = default;
+
+void YuvRows::yuyv(const Byte *pairs, std::uint32_t *to, int n) const
+{
+    conversion->rows.yuyv(pairs, bytes(to), &conversion->constants, n);
+}
+
+void YuvRows::uyvy(const Byte *pairs, std::uint32_t *to, int n) const
+{
+    conversion->rows.uyvy(pairs, bytes(to), &conversion->constants, n);
+}
+
+void YuvRows::nv12(const Byte *y, const Byte *uv, std::uint32_t *to, int n) const
+{
+    conversion->rows.nv12(y, uv, bytes(to), &conversion->constants, n);
+}
+
+void YuvRows::nv21(const Byte *y, const Byte *vu, std::uint32_t *to, int n) const
+{
+    conversion->rows.nv21(y, vu, bytes(to), &conversion->constants, n);
+}
+
+void YuvRows::i444(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
+{
+    conversion->rows.i444(y, u, v, bytes(to), &conversion->constants, n);
+}
+
+void YuvRows::i422(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
+{
+    conversion->rows.i422(y, u, v, bytes(to), &conversion->constants, n);
+}
+
+void YuvRows::grey(const Byte *y, std::uint32_t *to, int n) const
+{
+    conversion->rows.grey(y, bytes(to), &conversion->constants, n);
+}
+
+} // namespace kivra::cameras

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "cameras/video/frameformat.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace kivra::cameras {
+
+/// Rows of YUV become words 0xFFRRGGBB. Chroma stands for the pixels that share it, without a
+/// transition. Every channel is within 1 of the exact one (within 2 for green of full-range
+/// BT.2020); colours without chroma are exact to the rounding.
+///
+/// The functions take \c n pixels, from the first one of a pair where a pair shares chroma, and
+/// read no byte beyond those pixels, of an odd n beyond the last pair.
+class YuvRows
+{
+public:
+    YuvRows(Matrix matrix, Range range);
+    YuvRows(YuvRows &&) noexcept;
+    YuvRows &operator=(YuvRows &&) noexcept;
+    ~YuvRows();
+
+    void yuyv(const std::uint8_t *pairs, std::uint32_t *to, int n) const;
+    void uyvy(const std::uint8_t *pairs, std::uint32_t *to, int n) const;
+    /// Chroma as pairs U, V.
+    void nv12(const std::uint8_t *y, const std::uint8_t *uv, std::uint32_t *to, int n) const;
+    /// Chroma as pairs V, U.
+    void nv21(const std::uint8_t *y, const std::uint8_t *vu, std::uint32_t *to, int n) const;
+    /// Chroma for each pixel.
+    void i444(const std::uint8_t *y, const std::uint8_t *u, const std::uint8_t *v,
+              std::uint32_t *to, int n) const;
+    /// Chroma for each two pixels.
+    void i422(const std::uint8_t *y, const std::uint8_t *u, const std::uint8_t *v,
+              std::uint32_t *to, int n) const;
+    void grey(const std::uint8_t *y, std::uint32_t *to, int n) const;
+
+private:
+    struct Conversion;
+    std::unique_ptr<const Conversion> conversion;
+};
+
+} // namespace kivra::cameras
