@@ -1,6 +1,8 @@
 #include "app/camera.h"
 
 #include "app/accessibility.h"
+#include "app/devicemenu.h"
+#include "app/secondpress.h"
 #include "resources/resources.h"
 #include "storage/images.h"
 #include "storage/settings.h"
@@ -43,6 +45,7 @@ Camera::Camera(QWidget *parent)
     readSettings();
     images = std::make_unique<Images>();
     videoSurface = std::make_unique<VideoSurface>(nullptr);
+    connect(videoSurface.get(), &VideoSurface::activeChanged, this, &Camera::noteSurfaceStart);
     clipboard = QGuiApplication::clipboard();
     const QByteArray device = fillDeviceMenu();
     connect(QGuiApplication::screens().constFirst(), SIGNAL(virtualGeometryChanged(QRect)), this,
@@ -71,12 +74,21 @@ void Camera::setUpForm()
     setWindowTitle(QStringLiteral("Kivra"));
     makeAccessible(this, *ui);
     ui->displayWidget->busy = true;
-    ui->toolBar->setVisible(false);
+    setUpToolBar();
+    if (settings::wholeWindow.stored())
+        centralWidget()->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     layOut();
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
     ui->msgDisplay->hide(); // even without a text it would be painted over every frame
     setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));
     setFocus(Qt::OtherFocusReason);
+}
+
+void Camera::setUpToolBar()
+{
+    ui->toolBar->setVisible(false);
+    secondPress = std::make_unique<SecondPress>(ui->displayWidget, ui->toolBar);
+    connect(ui->toolBar, &QToolBar::actionTriggered, this, &Camera::takeKeyboardFromToolBar);
 }
 
 // A window is laid out when it is shown. A picture that it starts with is fitted to the view before
@@ -101,27 +113,16 @@ void Camera::readSettings()
     smallField = settings::smallField.from(store);
 }
 
-// Returns the identifier of the first camera, empty when there is none.
+// Returns the identifier of the first camera, empty when there is none. A camera that comes later
+// is in the menu when it is opened next.
 QByteArray Camera::fillDeviceMenu()
 {
-    auto *const devices = new QActionGroup(this);
-    devices->setExclusive(true);
-    QByteArray chosen;
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED
-    const QList<QByteArray> identifiers = QCamera::availableDevices();
-    for (const QByteArray &identifier : identifiers) {
-        auto *const action = new QAction(QCamera::deviceDescription(identifier), devices);
-        action->setCheckable(true);
-        action->setData(identifier);
-        if (chosen.isEmpty()) {
-            chosen = identifier;
-            action->setChecked(true);
-        }
-        ui->menuDevices->addAction(action);
-    }
-    QT_WARNING_POP
-    connect(devices, SIGNAL(triggered(QAction *)), this, SLOT(updateCameraDevice(QAction *)));
+    auto *const devices = new DeviceMenu(ui->menuDevices, this);
+    const QByteArray chosen = devices->chooseFirst();
+    connect(devices->group(), SIGNAL(triggered(QAction *)), this,
+            SLOT(updateCameraDevice(QAction *)));
+    connect(ui->menuDevices, &QMenu::aboutToShow, devices,
+            [this, devices] { devices->update(openDevice()); });
     return chosen;
 }
 
@@ -159,10 +160,14 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
-    // A key held a little longer asks once: the camera would refuse the next pictures, and be
-    // opened and closed long after the key; the browser would show one manual beside the other.
+    // A key held a little longer asks once for what takes time: the camera would refuse the next
+    // pictures, and be opened and closed long after the key; the browser would show one manual
+    // beside the other. And for what comes back to where it was: a negative that goes on and off
+    // thirty times a second is a flashing light.
     for (QAction *action :
-         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera, ui->actionAide})
+         {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera, ui->actionAide,
+          ui->actionReinit, ui->actionTailleFenetre, ui->actionMenu_graphique, ui->actionNegatif,
+          ui->actionNoir_et_blanc, ui->actionBicolore, ui->actionEffet, ui->actionMode})
         action->setAutoRepeat(false);
 }
 

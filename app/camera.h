@@ -14,6 +14,7 @@ class QAction;
 class QActionGroup;
 class QClipboard;
 class QTimer;
+class SecondPress;
 class Ui_Camera;
 class VideoSurface;
 
@@ -64,6 +65,7 @@ private slots:
     void displayCaptureError(int id, QCameraImageCapture::Error error, const QString &errorString);
     /// Lets the user choose format, resolution and quality of stills.
     void configureImageSettings();
+    /// Tells of the camera's fault, unless a box does already.
     void displayCameraError();
     void updateCameraDevice(QAction *action);
     /// Enables Start or Stop, whichever the camera's state allows.
@@ -143,6 +145,7 @@ private:
 
     // Steps of the construction
     void setUpForm();
+    void setUpToolBar();
     void layOut();
     void readSettings();
     QByteArray fillDeviceMenu();
@@ -152,16 +155,22 @@ private:
 
     // Helpers of the slots
     void connectCamera();
+    QByteArray openDevice() const;
+    void noteSurfaceStart(bool active);
+    bool wantsLivePicture() const;
     std::array<QAction *, 7> modeActions() const;
     std::array<QAction *, 4> effectActions() const;
+    void fitLivePicture();
     void toggleEffect(int effect);
     void selectCoefficient(int coefficient, const QString &message);
     void stepCoefficient(bool up);
     void endLivePicture();
+    void takeKeyboardFromToolBar();
     /// Takes a step among the stored pictures and shows where it leads, for a key.
     void browse(const QKeyEvent &key, void (Images::*step)());
 
     std::unique_ptr<Ui_Camera> ui;
+    std::unique_ptr<SecondPress> secondPress;
     std::unique_ptr<QCamera> camera;
     std::unique_ptr<QCameraImageCapture> imageCapture;
     QImageEncoderSettings imageSettings; ///< as last accepted by the user
@@ -183,7 +192,11 @@ private:
     int coefZoom = 100;                 ///< per cent, 12..800
     int coefCourant = 3;                ///< 0 contraste, 1 lumiere, 2 reglage, 3 zoom
     std::unique_ptr<VideoSurface> videoSurface;
-    QImage lastFrame; ///< unprocessed, 32-bit; null before the first frame
+    bool isFirstFrame = false;     ///< the next one, since the camera was started
+    QString cameraFault;           ///< the last one, in words
+    bool tellsCameraFault = false; ///< a box is open
+    bool surfaceStarted = false;   ///< by the present camera
+    QImage lastFrame;              ///< unprocessed, 32-bit; null before the first frame
     std::unique_ptr<QTimer> aTimer;
     std::unique_ptr<QTimer> bTimer;
     std::unique_ptr<Images> images;

@@ -6,12 +6,15 @@
 #include "video/videosurface.h"
 
 #include <QCameraExposure>
+#include <QCameraInfo>
 #include <QMessageBox>
+#include <QPointer>
 
 void Camera::setCamera(const QByteArray &cameraDevice)
 {
     imageCapture.reset();
     camera.reset();
+    surfaceStarted = false;
 
     camera = cameraDevice.isEmpty() ? std::make_unique<QCamera>()
                                     : std::make_unique<QCamera>(cameraDevice);
@@ -54,6 +57,24 @@ void Camera::connectCamera()
             Qt::UniqueConnection);
 }
 
+// Identifies the open camera; empty while it is away.
+QByteArray Camera::openDevice() const
+{
+    return QCameraInfo(*camera).deviceName().toLatin1();
+}
+
+void Camera::noteSurfaceStart(bool active)
+{
+    surfaceStarted |= active;
+}
+
+// Some camera services hand on a frame or two after they were stopped, or after the next camera was
+// opened; these must not take the place of a picture that was opened meanwhile.
+bool Camera::wantsLivePicture() const
+{
+    return surfaceStarted && camera && camera->state() == QCamera::ActiveState;
+}
+
 void Camera::updateCameraDevice(QAction *action)
 {
     setCamera(action->data().toByteArray());
@@ -70,6 +91,7 @@ void Camera::updateCameraState(QCamera::State state)
     case QCamera::ActiveState:
         ui->actionStartCamera->setEnabled(false);
         ui->actionStopCamera->setEnabled(true);
+        isFirstFrame = true;
         break;
     }
 }
@@ -121,12 +143,24 @@ void Camera::setExposureCompensation(int index)
     camera->exposure()->setExposureCompensation(index * stopsPerStep);
 }
 
-// A device may also fail while it is let go, which nobody need know.
+// A device may also fail while it is let go, which nobody need know. A plug that sits loosely fails
+// again and again behind the box; of that the user is told once, and of the last other fault next.
 void Camera::displayCameraError()
 {
     if (!camera)
         return;
-    QMessageBox::warning(this, tr("Camera error"), camera->errorString());
+    cameraFault = camera->errorString();
+    if (tellsCameraFault)
+        return;
+    tellsCameraFault = true;
+    const QPointer<Camera> alive(this);
+    QString told;
+    do {
+        told = cameraFault;
+        QMessageBox::warning(this, tr("Camera error"), told);
+    } while (alive && cameraFault != told);
+    if (alive)
+        tellsCameraFault = false;
 }
 
 void Camera::displayCaptureError(int, QCameraImageCapture::Error, const QString &errorString)

@@ -3,6 +3,7 @@
 #include "app/camera.h"
 
 #include "processing/frame.h"
+#include "storage/settings.h"
 #include "ui_camera.h"
 #include "video/videosurface.h"
 
@@ -18,19 +19,32 @@ QRect reducedField(const QSize &frame)
 
 } // namespace
 
-// A frame that comes while another is in work, or while the user holds the picture, is dropped.
+// A frame that comes while another is in work, while the user holds the picture, or when none is
+// wanted any more, is dropped.
 void Camera::displayImage()
 {
     bool &busy = ui->displayWidget->busy;
-    if (busy)
+    if (busy || !wantsLivePicture())
         return;
     busy = true;
     lastFrame = videoSurface->frame();
     if (smallField)
         lastFrame = lastFrame.copy(reducedField(lastFrame.size()));
+    fitLivePicture();
     updateDisplay();
     ++framesDisplayed;
     busy = false;
+}
+
+// At the first frame after a start, and then the view itself at each resize. Unless the settings
+// ask for it, a live picture keeps its scale.
+void Camera::fitLivePicture()
+{
+    if (!isFirstFrame)
+        return;
+    isFirstFrame = false;
+    if (settings::fitLive.stored())
+        ui->displayWidget->fitPicture(lastFrame.size());
 }
 
 // The processing writes into memory of its own as long as the last frame shares the pixels, and

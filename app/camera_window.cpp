@@ -2,6 +2,7 @@
 
 #include "app/camera.h"
 
+#include "app/secondpress.h"
 #include "ui_camera.h"
 
 #include <QDebug>
@@ -54,7 +55,16 @@ void Camera::on_actionMenu_graphique_triggered()
 
 void Camera::show_Menu_graphique(bool show)
 {
+    if (show && !ui->toolBar->isVisible())
+        secondPress->toolBarComes();
     ui->toolBar->setVisible(show);
+}
+
+// Pulled off, the tool bar is a window of its own, to which a click on a button gives the keyboard.
+void Camera::takeKeyboardFromToolBar()
+{
+    if (ui->toolBar->isFloating())
+        activateWindow();
 }
 
 void Camera::orientationEcran(QRect geometry)

@@ -1,10 +1,11 @@
 #pragma once
 
-/// The coefficients in the order of their numbers: 0 contrast, 1 brightness, 2 mode setting, 3 zoom.
+/// The coefficients in the order of their numbers: 0 contrast, 1 brightness, 2 mode setting, 3
+/// zoom.
 constexpr int coefficientCount = 4;
 
-/// The value one step above or below \a value, within the coefficient's limits; 0 for a number of no
-/// coefficient.
+/// The value one step above or below \a value, within the coefficient's limits; 0 for a number of
+/// no coefficient.
 int steppedCoefficient(int number, int value, bool up);
 
 /// The value at the start and after a reset; 0 for a number of no coefficient.

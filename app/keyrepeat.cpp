@@ -27,7 +27,7 @@ bool KeyRepeat::eventFilter(QObject *watched, QEvent *event)
     case QEvent::ShortcutOverride:
         if (!isMissedRepeat(*static_cast<QKeyEvent *>(event)))
             return false;
-        event->accept(); // so it is looked up as no shortcut
+        event->accept(); // not looked up as a new press; the press below is, as a repeated one
         return true;
     case QEvent::KeyPress:
         if (!isMissedRepeat(*static_cast<QKeyEvent *>(event)))

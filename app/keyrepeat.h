@@ -4,12 +4,13 @@
 
 class QKeyEvent;
 
-/// An event filter of the application: makes the repeated presses of a held key known as such.
+/// An event filter of the application: finds the repeated presses of a held key that Qt takes for new
+/// ones.
 ///
-/// Qt knows them under X11 by the press behind each release, if that has been read already; about
-/// one in six is not, and is taken for a new press. The X server gives both the same time, in
-/// milliseconds, which no finger is quick enough for. Such a press is passed on as a repeated one,
-/// and is looked up as no shortcut.
+/// Qt on X11 detects auto-repeat only if the next press is already queued; about one in six is
+/// missed. Release and press then share a timestamp, in milliseconds, which no finger is quick
+/// enough for. Such a press is sent again as auto-repeat: it starts the shortcuts that repeat, and
+/// no other.
 class KeyRepeat : public QObject
 {
     Q_OBJECT

@@ -20,10 +20,20 @@ QIcon applicationIcon()
     return icon;
 }
 
+// Where the same camera is known to several camera services, Qt opens it with the preferred one.
+// Read once, before the first camera is looked for.
+void preferOwnCameraService()
+{
+    constexpr const char *variable = "QT_MULTIMEDIA_PREFERRED_PLUGINS";
+    if (!qEnvironmentVariableIsSet(variable))
+        qputenv(variable, "v4l2camera");
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    preferOwnCameraService();
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);

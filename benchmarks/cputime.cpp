@@ -27,8 +27,9 @@ QByteArray contentOf(const QString &path)
 bool drawsPictures(const QString &task)
 {
     const QByteArray name = contentOf(task + QStringLiteral("/comm"));
-    return !name.isEmpty() &&
-           QByteArray(cameras::FrameMaker::staticMetaObject.className()).startsWith(name);
+    return name == "videonode" ||
+           (!name.isEmpty() &&
+            QByteArray(cameras::FrameMaker::staticMetaObject.className()).startsWith(name));
 }
 
 } // namespace

@@ -3,7 +3,8 @@
 namespace kivra::benchmarks {
 
 /// Processor time of this process so far, in seconds, without the threads on which the
-/// demonstration camera draws its pictures: a real camera does not draw them on the computer.
+/// demonstration camera draws its pictures, or a simulated one fills its buffers: real cameras do
+/// neither on the computer's processor.
 double cpuSeconds();
 
 /// Memory of this process that is in use, in MiB.

@@ -1,15 +1,21 @@
 // The way of a live picture from the demonstration camera to the painted window, in every mode, and
 // as the yardstick Qt's own viewfinder showing the same camera.
 //
-// Usage: benchmark_live prints the whole table; benchmark_live SHOWER WIDTHxHEIGHT one row, where
-// SHOWER is "viewfinder" or the number of a mode. Each row runs in a process of its own, so that
-// none has the memory of another.
+// Then the same from simulated cameras of the kernel, through the camera service that ships; the
+// yardstick there is Qt's own service. At last the time from the start of the program to the
+// picture.
+//
+// Usage: benchmark_live prints all tables; benchmark_live demo|node SHOWER WIDTHxHEIGHT one row,
+// where SHOWER is "viewfinder", the number of a mode, or "start". Each row runs in a process of its
+// own, so that none has the memory of another.
 
 #include "app/camera.h"
 #include "benchmarks/cputime.h"
+#include "benchmarks/simulated.h"
 #include "cameras/demo/democatalogue.h"
 #include "cameras/service/cameraplugin.h"
 #include "display/pixmapwidget.h"
+#include "tests/support/probe.h"
 #include "tests/support/sandbox.h"
 
 #include <QAbstractEventDispatcher>
@@ -19,6 +25,7 @@
 #include <QCameraViewfinder>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QLibraryInfo>
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
@@ -88,17 +95,16 @@ public:
         qApp->installEventFilter(this);
     }
 
-    void restart() { timesMs.clear(); }
+    void restart()
+    {
+        timesMs.clear();
+        agesMs.clear();
+    }
     std::size_t frames() const { return timesMs.size(); }
     /// In milliseconds; \a share of the frames took no longer.
-    double quantile(double share)
-    {
-        if (timesMs.empty())
-            return NAN;
-        const auto place = std::size_t(std::lround(share * double(timesMs.size() - 1)));
-        std::sort(timesMs.begin(), timesMs.end());
-        return timesMs[place];
-    }
+    double quantile(double share) { return quantileOf(timesMs, share); }
+    /// The same from when the driver had the frame complete.
+    double ageQuantile(double share) { return quantileOf(agesMs, share); }
 
 protected:
     bool eventFilter(QObject *receiver, QEvent *event) override
@@ -111,10 +117,22 @@ protected:
     }
 
 private:
+    static double quantileOf(std::vector<double> &values, double share)
+    {
+        if (values.empty())
+            return NAN;
+        const auto place = std::size_t(std::lround(share * double(values.size() - 1)));
+        std::sort(values.begin(), values.end());
+        return values[place];
+    }
+
     void rest()
     {
+        CameraFigures camera;
         if (painted)
             timesMs.push_back(double(turn.nsecsElapsed()) * 1e-6);
+        if (painted && readCameraFigures(camera))
+            agesMs.push_back(camera.sinceLastMs);
         painted = false;
         turn.invalidate();
     }
@@ -123,6 +141,7 @@ private:
     QElapsedTimer turn;
     bool painted = false;
     std::vector<double> timesMs;
+    std::vector<double> agesMs;
 };
 
 // Lets the program run as it does for a user; QTest's waiting would poll.
@@ -140,28 +159,39 @@ void expose(QWidget *window)
         qFatal("no window");
 }
 
+// Frames that the camera has handed on, or that a simulated one had to give.
+long long offeredFrames()
+{
+    CameraFigures camera;
+    return readCameraFigures(camera) ? camera.frames : CountedCatalogue::offered;
+}
+
 void measure(const QString &name, QSize size, QWidget *view)
 {
     FrameClock clock(view);
     run(warmUpMs);
     clock.restart();
-    CountedCatalogue::offered = 0;
+    const long long offeredBefore = offeredFrames();
     QElapsedTimer wall;
     wall.start();
     const double before = cpuSeconds();
     run(measuredMs);
     const double seconds = double(wall.nsecsElapsed()) * 1e-9;
-    std::printf("| %d x %d | %s | %.1f of %.1f | %.1f %% | %.2f | %.2f | %.0f |\n", size.width(),
+    std::printf("| %d x %d | %s | %.1f of %.1f | %.1f %% | %.2f | %.2f |", size.width(),
                 size.height(), qPrintable(name), double(clock.frames()) / seconds,
-                CountedCatalogue::offered / seconds, 100 * (cpuSeconds() - before) / seconds,
-                clock.quantile(0.5), clock.quantile(0.99), residentMiB());
+                double(offeredFrames() - offeredBefore) / seconds,
+                100 * (cpuSeconds() - before) / seconds, clock.quantile(0.5), clock.quantile(0.99));
+    CameraFigures camera;
+    if (readCameraFigures(camera))
+        std::printf(" %.2f | %.2f |", clock.ageQuantile(0.5), clock.ageQuantile(0.99));
+    std::printf(" %.0f |\n", residentMiB());
 }
 
-void measureViewfinder(QSize size)
+void measureViewfinder(const QByteArray &device, QSize size)
 {
     QCameraViewfinder viewfinder;
     viewfinder.resize(size.boundedTo(largestView));
-    QCamera camera("demo:texte");
+    QCamera camera(device);
     camera.setViewfinder(&viewfinder);
     expose(&viewfinder);
     camera.start();
@@ -185,32 +215,129 @@ void measureMode(int mode, QSize size)
     measure(action->text(), size, view);
 }
 
-int measureRow(const QString &shower, const QString &size)
+// From the start of the process to the first painted frame, without what the camera itself needs
+// for its first one.
+void measureStart(const QElapsedTimer &sinceStart)
 {
-    const QStringList sides = size.split(QLatin1Char('x'));
+    Camera window;
+    const CameraProbe probe(window);
+    QEventLoop loop;
+    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock,
+                     &loop, [&] {
+                         if (!probe.lastFrame().isNull())
+                             loop.quit();
+                     });
+    window.show();
+    loop.exec();
+    CameraFigures camera;
+    readCameraFigures(camera);
+    std::printf("%.0f\n", double(sinceStart.nsecsElapsed()) * 1e-6 - camera.firstFrameDelayMs);
+}
+
+int measureRow(const QStringList &arguments, const QElapsedTimer &sinceStart)
+{
+    const bool isNode = arguments.at(1) == QLatin1String("node");
+    const QString shower = arguments.at(2);
+    const QStringList sides = arguments.at(3).split(QLatin1Char('x'));
     const QSize frame(sides.value(0).toInt(), sides.value(1).toInt());
-    if (shower == QLatin1String("viewfinder"))
-        measureViewfinder(frame);
+    const bool byQt = isNode && shower == QLatin1String("viewfinder");
+    if (byQt)
+        QCoreApplication::addLibraryPath(QLibraryInfo::location(QLibraryInfo::PluginsPath));
+    if (isNode && !byQt) {
+        qputenv("QT_MULTIMEDIA_PREFERRED_PLUGINS", "v4l2camera");
+        QCoreApplication::addLibraryPath(QStringLiteral(KIVRA_PROGRAM_FOLDER));
+    }
+    if (shower == QLatin1String("start"))
+        measureStart(sinceStart);
+    else if (shower == QLatin1String("viewfinder"))
+        measureViewfinder(isNode ? "/dev/video0" : "demo:texte", frame);
     else
         measureMode(std::clamp(shower.toInt(), 0, 6), frame);
     return 0;
 }
 
-int measureAll()
+bool runRow(const char *camera, const char *shower, const QString &size)
+{
+    std::fflush(stdout);
+    return QProcess::execute(QCoreApplication::applicationFilePath(),
+                             {QLatin1String(camera), QLatin1String(shower), size}) == 0;
+}
+
+bool measureDemonstration()
 {
     std::puts("| frames | shown by | a second | of a core | median, ms | 99 %, ms | MiB |\n"
               "|---|---|---|---|---|---|---|");
     for (const char *size : {"1280x720", "1920x1080", "3840x2160"}) {
         qputenv("KIVRA_DEMO_SIZE", size);
         for (const char *shower : {"viewfinder", "0", "1", "2", "3", "4", "5", "6"}) {
-            std::fflush(stdout);
-            const int result = QProcess::execute(QCoreApplication::applicationFilePath(),
-                                                 {QLatin1String(shower), QLatin1String(size)});
-            if (result != 0)
-                return 1;
+            if (!runRow("demo", shower, QLatin1String(size)))
+                return false;
         }
     }
-    return 0;
+    return true;
+}
+
+bool measureNode(const char *format, QSize size, bool byQtToo)
+{
+    const SimulatedCamera camera(QLatin1String(format), size, 30);
+    camera.showToChildren();
+    const QString sides = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+    qputenv("KIVRA_CAMERA_FORMAT", sides.toLatin1());
+    std::printf("\n%s, 30 a second:\n\n| frames | shown by | a second | of a core | median, ms | "
+                "99 %%, ms | from the driver, median, ms | 99 %%, ms | MiB |\n"
+                "|---|---|---|---|---|---|---|---|---|\n",
+                format);
+    if (byQtToo && !runRow("node", "viewfinder", sides))
+        return false;
+    for (const char *shower : {"0", "1", "2", "3", "4", "5", "6"}) {
+        if (!runRow("node", shower, sides))
+            return false;
+    }
+    return true;
+}
+
+bool measureStarts()
+{
+    constexpr int times = 5;
+    std::puts("\nFrom the start of the program to the picture, ms, five times:\n\ndemonstration");
+    qputenv("KIVRA_DEMO_SIZE", "1920x1080");
+    for (int i = 0; i < times; ++i) {
+        if (!runRow("demo", "start", QStringLiteral("1920x1080")))
+            return false;
+    }
+    std::puts("MJPG");
+    const SimulatedCamera camera(QStringLiteral("MJPG"), {1920, 1080}, 30);
+    camera.showToChildren();
+    for (int i = 0; i < times; ++i) {
+        if (!runRow("node", "start", QStringLiteral("1920x1080")))
+            return false;
+    }
+    return true;
+}
+
+void hideNodes()
+{
+    for (const char *variable : {"LD_PRELOAD", "KIVRA_TEST_DEVICES", "KIVRA_CAMERA_FORMAT"})
+        qunsetenv(variable);
+}
+
+// All, or those of one kind: "demo", "node", "start".
+int measureAll(const QString &kind)
+{
+    const auto wants = [&](const char *name) {
+        return kind.isEmpty() || kind == QLatin1String(name);
+    };
+    bool complete = true;
+    if (wants("demo"))
+        complete = measureDemonstration();
+    if (complete && wants("node"))
+        complete = measureNode("YUYV", {1920, 1080}, true) &&
+                   measureNode("MJPG", {1920, 1080}, false) &&
+                   measureNode("MJPG", {3840, 2160}, false);
+    hideNodes();
+    if (complete && wants("start"))
+        complete = measureStarts();
+    return complete ? 0 : 1;
 }
 
 } // namespace
@@ -224,9 +351,12 @@ Q_IMPORT_PLUGIN(LiveCameraPlugin)
 int main(int argc, char **argv)
 {
     using namespace kivra::benchmarks;
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     const kivra::test::Sandbox sandbox;
     qputenv("QT_NO_GLIB", "1"); // GLib's event loop does not tell when it rests
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    return arguments.size() == 3 ? measureRow(arguments.at(1), arguments.at(2)) : measureAll();
+    return arguments.size() == 4 ? measureRow(arguments, sinceStart)
+                                 : measureAll(arguments.value(1));
 }

@@ -14,7 +14,7 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
         # What it must be told to keep sources that start from precompiled headers.
         set(CMAKE_CXX_COMPILER_LAUNCHER
             ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${KIVRA_CCACHE})
-        if(KIVRA_PRECOMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        if(KIVRA_TESTS AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
             add_compile_options(-fpch-preprocess)
         endif()
     endif()

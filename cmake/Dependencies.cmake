@@ -21,6 +21,8 @@ if(KIVRA_TESTS OR KIVRA_BENCHMARKS)
     kivra_find_qt(Test qtbase5-dev)
 endif()
 
+find_package(Threads REQUIRED)
+
 # Debian brings OpenCV's configuration file only with the full development package, which pulls in
 # hundreds of packages that this program never uses; so the two modules are also found by hand.
 function(kivra_find_opencv_module module package)
@@ -58,6 +60,9 @@ function(kivra_find_library name header package)
         INTERFACE_INCLUDE_DIRECTORIES ${KIVRA_${name}_INCLUDE_DIR})
 endfunction()
 
-kivra_find_library(yuv libyuv/row.h libyuv-dev)
-kivra_find_library(jpeg jpeglib.h libjpeg62-turbo-dev)
-kivra_find_library(turbojpeg turbojpeg.h libturbojpeg0-dev)
+# What the cameras of Linux are read with.
+if(CMAKE_SYSTEM_NAME STREQUAL Linux)
+    kivra_find_library(yuv libyuv/row.h libyuv-dev)
+    kivra_find_library(jpeg jpeglib.h libjpeg62-turbo-dev)
+    kivra_find_library(turbojpeg turbojpeg.h libturbojpeg0-dev)
+endif()

@@ -13,7 +13,6 @@ namespace {
 constexpr float smallestZoom = 0.125F;
 constexpr float largestZoom = 8.0F;
 constexpr double zoomPerDelta = 0.001;
-constexpr int doubleClickMs = 400;
 constexpr int menuMs = 3000;
 constexpr int heldButtonMs = 50;
 constexpr QSize startSize(640, 480);
@@ -39,6 +38,15 @@ int origin(int view, float picture, float panned)
     if (!fits)
         start += double(panned);
     return toPixel(start);
+}
+
+// The picture as premultiplied 32-bit words. A screen of fewer or more colours has others.
+QImage pixelWords(const QPixmap &pixmap)
+{
+    const QImage picture = pixmap.toImage(); // shared
+    if (pixmap.hasAlpha())
+        return picture.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    return picture.convertToFormat(QImage::Format_RGB32);
 }
 
 } // namespace
@@ -91,6 +99,22 @@ void PixmapWidget::setZoomFactor(float factor)
 void PixmapWidget::setScaleFactor(float factor)
 {
     scaleFactor = factor;
+    fitted = QSize();
+}
+
+void PixmapWidget::fitPicture(QSize picture)
+{
+    if (picture.isEmpty())
+        return;
+    scaleFactor = std::min(float(width()) / float(picture.width()),
+                           float(height()) / float(picture.height()));
+    fitted = picture;
+}
+
+void PixmapWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitPicture(fitted);
 }
 
 void PixmapWidget::resetPos()
@@ -188,6 +212,29 @@ void PixmapWidget::paintSurroundings(QPainter &painter, const Placement &at) con
         painter.fillRect(part, palette().window());
 }
 
+void PixmapWidget::paintPicture(QPainter &painter, const Placement &at, const QRect &exposed)
+{
+    const QTransform toScreen = painter.deviceTransform();
+    const kivra::ScaledPlace place{toScreen.map(QPointF(at.origin)),
+                                   toScreen.m11() * double(at.scale)};
+    painter.save();
+    painter.setTransform(toScreen.inverted()); // the painter's pixels are those of the screen
+    if (place.scale == 1)
+        painter.drawPixmap(place.origin, *pixmap);
+    else
+        paintScaled(painter, place, toScreen.mapRect(QRectF(exposed)).toAlignedRect());
+    painter.restore();
+}
+
+// Only what is exposed is computed.
+void PixmapWidget::paintScaled(QPainter &painter, const kivra::ScaledPlace &place,
+                               const QRect &exposed)
+{
+    const QRect visible = kivra::pixelsFilled(pixmap->size(), place) & exposed;
+    if (!visible.isEmpty())
+        painter.drawImage(visible.topLeft(), scaler.scaled(pixelWords(*pixmap), place, visible));
+}
+
 void PixmapWidget::paintEvent(QPaintEvent *event)
 {
     QWidget::paintEvent(event);
@@ -195,11 +242,7 @@ void PixmapWidget::paintEvent(QPaintEvent *event)
 
     QPainter painter(this);
     paintSurroundings(painter, at);
-    painter.save();
-    painter.translate(QPointF(at.origin));
-    painter.scale(double(at.scale), double(at.scale));
-    painter.drawPixmap(QPointF(0, 0), *pixmap);
-    painter.restore();
+    paintPicture(painter, at, event->rect());
 
     const bool backgroundShows = float(width()) > at.width || float(height()) > at.height;
     if (backgroundShows) {

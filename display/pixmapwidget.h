@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/areascaler.h"
+
 #include <QPixmap>
 #include <QPoint>
 #include <QWidget>
@@ -8,8 +10,8 @@
 class QTimer;
 
 /// The view in the middle of the window: paints one picture, centred and scaled, which the wheel
-/// zooms and the mouse moves. A double left click asks for a capture; every press asks for the tool
-/// bar, for three seconds.
+/// zooms and the mouse moves. Scaled, each pixel of the screen is the mean of all that it covers.
+/// A double left click asks for a capture; every press asks for the tool bar, for three seconds.
 class PixmapWidget : public QWidget
 {
     Q_OBJECT
@@ -17,6 +19,9 @@ class PixmapWidget : public QWidget
 public:
     explicit PixmapWidget(QWidget *parent = nullptr);
     ~PixmapWidget() override;
+
+    /// The time after a left press within which a second one asks for a capture.
+    static constexpr int doubleClickMs = 400;
 
     /// True while a mouse button is held on the view and while the window processes a frame: live
     /// frames that arrive meanwhile are dropped. It ends soon after the button is let go, even
@@ -36,6 +41,9 @@ public slots:
     void setZoomFactor(float factor);
     /// Sets the scale that fits the picture to the view; not limited, not repainted.
     void setScaleFactor(float factor);
+    /// Sets the scale at which the view shows the whole of a picture of this size, and again at
+    /// each resize until another scale is set; not repainted. Nothing happens for an empty size.
+    void fitPicture(QSize picture);
     /// Moves the picture back to the middle, at the next painting.
     void resetPos();
     /// Shows this picture, painted before the call returns. A null pixmap shows none.
@@ -53,16 +61,21 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     struct Placement;
     void forgetLostPress();
     Placement placement() const;
     void paintSurroundings(QPainter &painter, const Placement &at) const;
+    void paintPicture(QPainter &painter, const Placement &at, const QRect &exposed);
+    void paintScaled(QPainter &painter, const kivra::ScaledPlace &place, const QRect &exposed);
 
     std::unique_ptr<QPixmap> pixmap;
+    kivra::AreaScaler scaler;
     float zoomFactor = 1.0F;
     float scaleFactor = 1.0F;
+    QSize fitted;        ///< what is fitted at each resize; empty for nothing
     QPoint lastMousePos; ///< on the screen, at the last press or move
     QPoint pos;          ///< pan offset, the sum of all drags
     std::unique_ptr<QTimer> clickTimer;

@@ -40,6 +40,7 @@ public:
     int width() const { return columns; }
     int height() const { return rows; }
     bool isEmpty() const { return columns <= 0 || rows <= 0; }
+    std::ptrdiff_t bytesPerLine() const { return stride; }
     Word *row(int y) const
     {
         using Byte = std::conditional_t<std::is_const_v<Word>, const std::byte, std::byte>;

@@ -53,5 +53,19 @@ inline constexpr Setting<bool> displayStatus{"preferences/displayStatus", false}
 inline constexpr Setting<bool> displayMsg{"preferences/displayMsg", false};
 /// The dialog shows the absent key as on: messages start with the first OK there.
 inline constexpr Setting<bool> displayMsgInDialog{displayMsg.key, true};
+/// For large screens; no dialog offers them.
+inline constexpr Setting<bool> wholeWindow{"preferences/wholeWindow", false};
+inline constexpr Setting<bool> fitLive{"preferences/fitLive", false};
+
+// How real cameras are used. The program does not read these: their service does, with the
+// environment over the store (cameras/video/videosettings.h). Absent, each is left to the camera.
+
+/// Size and rate, "1280x720@30".
+inline constexpr const char *cameraFormat = "camera/format";
+/// 90, 180 or 270 degrees clockwise.
+inline constexpr const char *cameraTurn = "camera/turn";
+inline constexpr const char *cameraMirror = "camera/mirror";
+/// The frequency of the lamps, 50 or 60 Hz.
+inline constexpr const char *cameraMains = "camera/mains";
 
 } // namespace settings

@@ -41,12 +41,16 @@ bool copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
 {
     constexpr qsizetype pixelBytes = sizeof(QRgb);
     const qsizetype room = picture.sizeInBytes() / pixelBytes;
-    // The word in which the block ends is black as a whole: half a pixel is no colour.
+    // The word in which the block ends is not copied: half a pixel is no colour.
     const qsizetype offered = bits ? (qsizetype(mappedBytes) - trailer) / pixelBytes : 0;
     const qsizetype copied = std::clamp<qsizetype>(offered, 0, room);
     auto *const pixels = reinterpret_cast<QRgb *>(picture.bits());
-    std::fill(pixels + copied, pixels + room, opaqueBlack);
-    return kivra::copyPixels(bits, pixels, copied);
+    const bool isOpaque = kivra::copyPixels(bits, pixels, copied);
+    // Of a whole frame only the trailer is missing. Black there would be a dash that is no part of
+    // the page, and would shift the histogram of a plain one.
+    const bool isWhole = mappedBytes >= picture.sizeInBytes() && copied > 0;
+    std::fill(pixels + copied, pixels + room, isWhole ? pixels[copied - 1] : opaqueBlack);
+    return isOpaque;
 }
 
 } // namespace

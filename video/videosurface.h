@@ -29,7 +29,8 @@ public:
     /// Keeps a copy of \a frame and emits frameAvailable(). Returns false, without a signal, for a
     /// frame that is invalid, has several planes, cannot be mapped or is too large to hold. A frame
     /// whose rows are padded or whose memory is shorter than its size claims is copied as far as
-    /// both reach; what is not covered is black.
+    /// both reach. The last 32 bytes of the memory are never copied: in a frame that is whole, its
+    /// last 8 pixels repeat the one before them. Whatever else is not covered is black.
     bool present(const QVideoFrame &frame) override;
 
     /// The last frame (RGB32; shared, copied on write); null before the first one.

@@ -31,9 +31,8 @@ QCamera::Status nextStatus(QCamera::Status now, QCamera::State wanted)
 CameraSession::CameraSession(DeviceCatalogue &devices)
     : catalogue(devices)
 {
-    connect(&catalogue, &DeviceCatalogue::devicesChanged, this, &CameraSession::devicesChanged);
-    const QList<Device> offered = catalogue.devices();
-    openSource(offered.isEmpty() ? QByteArray() : offered.first().name);
+    connect(&catalogue, &DeviceCatalogue::devicesChanged, this, &CameraSession::onDevicesChanged);
+    openFirst();
 }
 
 CameraSession::~CameraSession()
@@ -53,7 +52,7 @@ int CameraSession::selectedDevice() const
         if (offered.at(i).name == selectedName)
             return i;
     }
-    return 0;
+    return -1;
 }
 
 void CameraSession::selectDevice(int index)
@@ -89,19 +88,33 @@ QCamera::Status CameraSession::status() const
 
 void CameraSession::setState(QCamera::State wanted)
 {
+    if (!currentSource && wanted == QCamera::LoadedState && currentState == QCamera::ActiveState)
+        wanted = QCamera::UnloadedState; // there is nothing that could stay loaded
     if (wanted == currentState)
         return;
-    if (!currentSource && wanted != QCamera::UnloadedState) {
-        emit error(QCamera::ServiceMissingError, tr("Aucune caméra n'est disponible."));
-        return;
-    }
-    if (wanted != QCamera::ActiveState)
-        endStream();
-    currentState = wanted;
     const QPointer<CameraSession> alive(this);
-    emit stateChanged(wanted);
-    if (alive)
-        climb(wanted);
+    const bool missing = wanted != QCamera::UnloadedState && !currentSource && !openFirst();
+    if (!alive)
+        return;
+    if (!missing || wanted == QCamera::ActiveState) {
+        if (wanted != QCamera::ActiveState)
+            endStream();
+        currentState = wanted;
+        emit stateChanged(wanted);
+        if (alive)
+            climb(wanted);
+    }
+    if (alive && missing)
+        QMetaObject::invokeMethod(this, &CameraSession::reportMissing, Qt::QueuedConnection);
+}
+
+// Later, so that a window which starts its camera while it is made is there before the box.
+void CameraSession::reportMissing()
+{
+    if (!currentSource)
+        emit error(QCamera::ServiceMissingError,
+                   tr("Aucune caméra n'est branchée. Branchez la caméra et allumez-la : son image "
+                      "apparaîtra d'elle-même."));
 }
 
 // Every signal on the way may end in a slot that asks for another state, which is then complete
@@ -116,10 +129,16 @@ void CameraSession::climb(QCamera::State wanted)
         currentStatus = next;
         emit statusChanged(next);
     }
-    if (alive && currentStatus == QCamera::StartingStatus && !streaming) {
-        streaming = true;
-        currentSource->start();
-    }
+    if (alive && currentStatus == QCamera::StartingStatus)
+        startSource();
+}
+
+void CameraSession::startSource()
+{
+    if (streaming || !currentSource)
+        return;
+    streaming = true;
+    currentSource->start();
 }
 
 QAbstractVideoSurface *CameraSession::surface() const
@@ -136,6 +155,15 @@ void CameraSession::setSurface(QAbstractVideoSurface *next)
     currentSurface = next;
     if (currentStatus == QCamera::ActiveStatus)
         onFormatChanged();
+}
+
+/// False if there is none.
+bool CameraSession::openFirst()
+{
+    const QList<Device> offered = catalogue.devices();
+    if (!offered.isEmpty())
+        openSource(offered.first().name);
+    return !offered.isEmpty();
 }
 
 void CameraSession::openSource(const QByteArray &name)
@@ -156,6 +184,7 @@ void CameraSession::connectSource()
             &CameraSession::onFormatChanged);
     connect(currentSource.get(), &FrameSource::frameReady, this, &CameraSession::onFrame);
     connect(currentSource.get(), &FrameSource::failed, this, &CameraSession::fail);
+    connect(currentSource.get(), &FrameSource::renamed, this, &CameraSession::onRenamed);
 }
 
 void CameraSession::endStream()
@@ -172,6 +201,24 @@ void CameraSession::endStream()
 bool CameraSession::startSurface()
 {
     return !currentSurface || currentSurface->start(currentSource->format());
+}
+
+// Who has waited for a first camera gets it.
+void CameraSession::onDevicesChanged()
+{
+    const QPointer<CameraSession> alive(this);
+    emit devicesChanged();
+    if (!alive || currentSource || currentStatus != QCamera::StartingStatus || !openFirst())
+        return;
+    emit selectedDeviceChanged(0);
+    if (alive && currentStatus == QCamera::StartingStatus)
+        startSource();
+}
+
+void CameraSession::onRenamed(const QByteArray &name)
+{
+    selectedName = name;
+    emit selectedDeviceChanged(selectedDevice());
 }
 
 void CameraSession::onStarted()
@@ -211,10 +258,26 @@ void CameraSession::onFrame(const QVideoFrame &frame)
         currentSurface->present(frame);
 }
 
+// The frames will go on where they stopped, perhaps in another format.
+void CameraSession::await()
+{
+    if (currentStatus != QCamera::ActiveStatus)
+        return;
+    const QPointer<CameraSession> alive(this);
+    if (currentSurface && currentSurface->isActive())
+        currentSurface->stop();
+    if (!alive)
+        return;
+    currentStatus = QCamera::StartingStatus;
+    emit statusChanged(currentStatus);
+}
+
 void CameraSession::fail(QCamera::Error code, const QString &text, QCamera::State fallback)
 {
     const QPointer<CameraSession> alive(this);
-    if (currentState > fallback)
+    if (fallback == QCamera::ActiveState)
+        await();
+    else if (currentState > fallback)
         setState(fallback);
     if (alive)
         emit error(code, text);

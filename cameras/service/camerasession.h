@@ -10,8 +10,10 @@ namespace kivra::cameras {
 /// One camera in use: the chosen device, its state and the surface that its frames go to.
 ///
 /// The state is what the user of the camera asked for and changes at once; the status follows, one
-/// step at a time, and is Active only when the device has answered. Errors are reported last, when
-/// state and status already agree, since an answer to one is often a modal box.
+/// step at a time, and is Active only when the device has answered. While a device is away, or as
+/// long as there has been none, the state stays Active and the status Starting; Stop ends that.
+/// Errors are reported last, when state and status already agree, since an answer to one is often a
+/// modal box.
 /// Everything happens on the window's thread, and a slot may delete the camera at any signal.
 class CameraSession : public QObject
 {
@@ -23,7 +25,7 @@ public:
     ~CameraSession() override;
 
     QList<Device> devices() const;
-    /// Index into devices() of the chosen one; 0 if it is gone.
+    /// Index into devices() of the chosen one; -1 if it is gone.
     int selectedDevice() const;
     /// Chooses another device; a running camera goes on with it. An index that is none is ignored.
     void selectDevice(int index);
@@ -33,7 +35,8 @@ public:
 
     QCamera::State state() const;
     QCamera::Status status() const;
-    /// Asks for a state. Without a device it stays Unloaded and reports an error.
+    /// Asks for a state. Without a device, Loaded is refused, and Active waits for the first one to
+    /// come; both report an error in the next turn of the event loop.
     void setState(QCamera::State wanted);
 
     QAbstractVideoSurface *surface() const;
@@ -50,14 +53,20 @@ signals:
     void devicesChanged();
 
 private:
+    bool openFirst();
     void openSource(const QByteArray &name);
     void connectSource();
     void climb(QCamera::State wanted);
     void endStream();
     bool startSurface();
+    void reportMissing();
+    void startSource();
+    void onDevicesChanged();
     void onStarted();
     void onFormatChanged();
     void onFrame(const QVideoFrame &frame);
+    void onRenamed(const QByteArray &name);
+    void await();
     void fail(QCamera::Error code, const QString &text, QCamera::State fallback);
 
     DeviceCatalogue &catalogue;

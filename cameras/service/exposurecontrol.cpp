@@ -20,7 +20,8 @@ ExposureControl::ExposureControl(CameraSession &owner)
 
 bool ExposureControl::isParameterSupported(ExposureParameter parameter) const
 {
-    return parameter == ExposureCompensation;
+    return parameter == ExposureCompensation &&
+           (!session.source() || session.source()->canCompensateExposure());
 }
 
 QVariantList ExposureControl::supportedParameterRange(ExposureParameter parameter,

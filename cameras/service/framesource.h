@@ -56,15 +56,22 @@ public:
     /// Ends delivering: no frame comes after the return. Harmless when nothing is delivered.
     virtual void stop() = 0;
 
-    /// Takes a picture. Answered by stillExposed() and then stillTaken(), or by stillFailed(); also
-    /// after stop(), which does not end it.
+    /// Takes a picture. Answered by stillExposed() and then stillTaken() or stillEncoded(), or by
+    /// stillFailed(); also after stop(), which does not end it.
     virtual void takeStill(const StillRequest &request) = 0;
     /// Drops the picture being taken. Its answer, should it still come, is ignored.
     virtual void cancelStill() = 0;
 
+    /// Whether the device has what setExposureCompensation() needs; may change with started().
+    virtual bool canCompensateExposure() const { return true; }
     /// Makes the picture brighter or darker by \a ev stops; one stop doubles or halves the light.
     virtual void setExposureCompensation(double ev) = 0;
 
+    /// What the device can lock; may change with started().
+    virtual QCamera::LockTypes supportedLocks() const
+    {
+        return QCamera::LockExposure | QCamera::LockWhiteBalance | QCamera::LockFocus;
+    }
     /// Looks for \a locks (focus, exposure, white balance). Answered by locksFound(), now or later.
     virtual void searchLocks(QCamera::LockTypes locks) = 0;
     /// Ends the search for \a locks and gives them up.
@@ -77,13 +84,21 @@ signals:
     void formatChanged();
     /// A frame for the viewfinder, handed on as it is, whether or not it agrees with format().
     void frameReady(const QVideoFrame &frame);
-    /// The device failed with \a text for the user and is now in \a state, Unloaded or Loaded.
+    /// The device failed with \a text for the user and is now in \a state. Active says that it is
+    /// away and that the source looks for it: started() comes once more when it is back, unless
+    /// stop() has ended the search.
     void failed(QCamera::Error error, const QString &text, QCamera::State state);
+
+    /// The device came back as the one that the catalogue lists by this name.
+    void renamed(const QByteArray &name);
 
     /// The picture \a id has been exposed: what moves now is no longer on it.
     void stillExposed(int id);
     /// The picture \a id, to be encoded and written by the service, and a smaller view of it.
     void stillTaken(int id, const QImage &picture, const QImage &preview);
+    /// The picture \a id as the device encoded it, a complete file of the codec asked for, to be
+    /// written by the service as it is, and a smaller view of it.
+    void stillEncoded(int id, const QByteArray &file, const QImage &preview);
     /// For a device that writes its files itself: the picture \a id is at \a path.
     void stillSaved(int id, const QString &path);
     /// The picture \a id could not be taken, with \a text for the user.

@@ -17,7 +17,12 @@ LocksControl::LocksControl(CameraSession &owner)
     connect(&session, &CameraSession::sourceChanged, this, &LocksControl::connectSource);
     connect(&session, &CameraSession::stateChanged, this, [this](QCamera::State state) {
         if (state != QCamera::ActiveState)
-            change(supportedLocks(), QCamera::Unlocked, QCamera::LockLost);
+            loseAll();
+    });
+    // A device that is away for a while forgets them.
+    connect(&session, &CameraSession::statusChanged, this, [this](QCamera::Status status) {
+        if (status == QCamera::StartingStatus)
+            loseAll();
     });
     connectSource();
 }
@@ -36,7 +41,7 @@ void LocksControl::connectSource()
 
 QCamera::LockTypes LocksControl::supportedLocks() const
 {
-    return QCamera::LockExposure | QCamera::LockWhiteBalance | QCamera::LockFocus;
+    return session.source() ? session.source()->supportedLocks() : QCamera::LockTypes();
 }
 
 QCamera::LockStatus LocksControl::lockStatus(QCamera::LockType lock) const
@@ -51,15 +56,22 @@ void LocksControl::searchAndLock(QCamera::LockTypes locks)
     change(wanted, QCamera::Searching, QCamera::UserRequest);
     if (!alive || !wanted)
         return;
-    if (session.status() == QCamera::ActiveStatus) {
-        session.source()->searchLocks(wanted);
+    const bool isActive = session.status() == QCamera::ActiveStatus;
+    const QCamera::LockTypes possible = isActive ? wanted & supportedLocks() : QCamera::LockTypes();
+    if (possible)
+        session.source()->searchLocks(possible);
+    failLater(wanted & ~possible);
+}
+
+void LocksControl::failLater(QCamera::LockTypes locks)
+{
+    if (!locks)
         return;
-    }
     // Later, like every answer to a search: QCamera hears of none during the call.
     QMetaObject::invokeMethod(
         this,
-        [this, wanted] {
-            change(wanted & locksThatAre(QCamera::Searching), QCamera::Unlocked,
+        [this, locks] {
+            change(locks & locksThatAre(QCamera::Searching), QCamera::Unlocked,
                    QCamera::LockFailed);
         },
         Qt::QueuedConnection);
@@ -69,7 +81,13 @@ void LocksControl::unlock(QCamera::LockTypes locks)
 {
     if (session.source())
         session.source()->releaseLocks(locks);
-    change(locks & supportedLocks(), QCamera::Unlocked, QCamera::UserRequest);
+    change(locks, QCamera::Unlocked, QCamera::UserRequest);
+}
+
+void LocksControl::loseAll()
+{
+    change(locksThatAre(QCamera::Locked) | locksThatAre(QCamera::Searching), QCamera::Unlocked,
+           QCamera::LockLost);
 }
 
 void LocksControl::change(QCamera::LockTypes locks, QCamera::LockStatus status,

@@ -24,6 +24,8 @@ public:
 
 private:
     void connectSource();
+    void failLater(QCamera::LockTypes locks);
+    void loseAll();
     void change(QCamera::LockTypes locks, QCamera::LockStatus status,
                 QCamera::LockChangeReason reason);
     QCamera::LockTypes locksThatAre(QCamera::LockStatus status) const;

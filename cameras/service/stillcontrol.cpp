@@ -47,6 +47,7 @@ void StillControl::connectSource()
         return;
     connect(source, &FrameSource::stillExposed, this, &StillControl::onExposed);
     connect(source, &FrameSource::stillTaken, this, &StillControl::onTaken);
+    connect(source, &FrameSource::stillEncoded, this, &StillControl::onEncoded);
     connect(source, &FrameSource::stillFailed, this, &StillControl::onFailed);
     connect(source, &FrameSource::stillSaved, this, &StillControl::onWritten);
 }
@@ -187,6 +188,14 @@ void StillControl::onTaken(int id, const QImage &picture, const QImage &preview)
     if (!underWay || id != requests.first().id)
         return;
     writer.write(requests.first(), picture);
+    emit imageCaptured(id, preview);
+}
+
+void StillControl::onEncoded(int id, const QByteArray &file, const QImage &preview)
+{
+    if (!underWay || id != requests.first().id)
+        return;
+    writer.write(requests.first(), file);
     emit imageCaptured(id, preview);
 }
 

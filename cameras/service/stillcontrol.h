@@ -48,6 +48,7 @@ private:
 
     void onExposed(int id);
     void onTaken(int id, const QImage &picture, const QImage &preview);
+    void onEncoded(int id, const QByteArray &file, const QImage &preview);
     void onFailed(int id, QCameraImageCapture::Error code, const QString &text);
     void onWritten(int id, const QString &path);
 

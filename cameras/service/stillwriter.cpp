@@ -46,11 +46,23 @@ StillWriter::~StillWriter()
 
 void StillWriter::write(const StillRequest &request, const QImage &picture)
 {
+    begin(request, [request, picture](QSaveFile &file) { return encode(request, picture, file); });
+}
+
+void StillWriter::write(const StillRequest &request, const QByteArray &encoded)
+{
+    begin(request, [request, encoded](QSaveFile &file) {
+        return file.write(encoded) == encoded.size() ? Outcome{} : cannotWrite(request, file);
+    });
+}
+
+void StillWriter::begin(const StillRequest &request, const Content &content)
+{
     const int generation = currentGeneration;
     // The job may use this object: the destructor waits for it, and an answer that is still on its
     // way then is discarded with the object that it is addressed to.
-    pool.start([this, request, picture, generation] {
-        const Outcome outcome = encode(request, picture, generation);
+    pool.start([this, request, content, generation] {
+        const Outcome outcome = writeFile(request, content, generation);
         QMetaObject::invokeMethod(
             this, [=] { report(request, outcome, generation); }, Qt::QueuedConnection);
     });
@@ -61,35 +73,41 @@ void StillWriter::cancel()
     ++currentGeneration;
 }
 
-StillWriter::Outcome StillWriter::encode(const StillRequest &request, const QImage &picture,
-                                         int generation) const
+StillWriter::Outcome StillWriter::writeFile(const StillRequest &request, const Content &content,
+                                            int generation) const
 {
     if (generation != currentGeneration)
         return {};
     QSaveFile file(request.path);
-    const auto cannotWrite = [&] {
-        return Outcome{
-            fileError(file),
-            tr("Impossible d'écrire l'image « %1 » : %2").arg(request.path, file.errorString())};
-    };
     if (!file.open(QIODevice::WriteOnly))
-        return cannotWrite();
+        return cannotWrite(request, file);
+    const Outcome outcome = content(file);
+    if (outcome.error != QCameraImageCapture::NoError || generation != currentGeneration)
+        return outcome;
+    // What a small picture leaves in the buffer would be written by commit(), which does not tell
+    // when that fails.
+    return file.flush() && file.commit() ? Outcome{} : cannotWrite(request, file);
+}
+
+StillWriter::Outcome StillWriter::encode(const StillRequest &request, const QImage &picture,
+                                         QSaveFile &file)
+{
     QImageWriter writer(&file, request.codec.toLatin1());
     // PNG loses nothing at any quality, and Qt would only make it slower or larger.
     if (request.codec == QLatin1String("jpeg"))
         writer.setQuality(jpegQuality(request.quality));
-    if (!writer.write(picture)) {
-        if (file.error() != QFileDevice::NoError)
-            return cannotWrite();
-        return {
-            QCameraImageCapture::FormatError,
-            tr("Impossible de coder l'image « %1 » : %2").arg(request.path, writer.errorString())};
-    }
-    if (generation != currentGeneration)
+    if (writer.write(picture))
         return {};
-    // What a small picture leaves in the buffer would be written by commit(), which does not tell
-    // when that fails.
-    return file.flush() && file.commit() ? Outcome{} : cannotWrite();
+    if (file.error() != QFileDevice::NoError)
+        return cannotWrite(request, file);
+    return {QCameraImageCapture::FormatError,
+            tr("Impossible de coder l'image « %1 » : %2").arg(request.path, writer.errorString())};
+}
+
+StillWriter::Outcome StillWriter::cannotWrite(const StillRequest &request, const QSaveFile &file)
+{
+    return {fileError(file),
+            tr("Impossible d'écrire l'image « %1 » : %2").arg(request.path, file.errorString())};
 }
 
 void StillWriter::report(const StillRequest &request, const Outcome &outcome, int generation)

@@ -4,6 +4,9 @@
 
 #include <QThreadPool>
 #include <atomic>
+#include <functional>
+
+class QSaveFile;
 
 namespace kivra::cameras {
 
@@ -21,6 +24,8 @@ public:
 
     /// Writes \a picture as \a request says. Answered later by written() or failed().
     void write(const StillRequest &request, const QImage &picture);
+    /// Likewise with \a encoded, a file that is complete.
+    void write(const StillRequest &request, const QByteArray &encoded);
     /// Drops what is not yet written; it gets no answer.
     void cancel();
 
@@ -35,7 +40,12 @@ private:
         QString text;
     };
 
-    Outcome encode(const StillRequest &request, const QImage &picture, int generation) const;
+    using Content = std::function<Outcome(QSaveFile &file)>;
+
+    void begin(const StillRequest &request, const Content &content);
+    Outcome writeFile(const StillRequest &request, const Content &content, int generation) const;
+    static Outcome encode(const StillRequest &request, const QImage &picture, QSaveFile &file);
+    static Outcome cannotWrite(const StillRequest &request, const QSaveFile &file);
     void report(const StillRequest &request, const Outcome &outcome, int generation);
 
     // Read on the writing thread; a picture of an older generation has been cancelled.

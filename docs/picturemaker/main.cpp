@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDebug>
+#include <QPainter>
 
 using kivra::documents::Studio;
 
@@ -119,6 +120,45 @@ void photographDialogs(const Studio &studio)
     studio.photographWindow("message", {0, 0, 560, 260});
 }
 
+// An A4 page across, as a camera of eight megapixels sees it, with the small print of a textbook.
+QImage smallPrint()
+{
+    constexpr QSize size(3840, 2160);
+    constexpr int margin = 130;
+    constexpr int lineHeight = 92;
+    const QString lines[] = {
+        QStringLiteral("Exercice 12.  Calcule, puis simplifie :  3/4 + 5/8 = 6/8 + 5/8 = 11/8"),
+        QStringLiteral("a)  2/3 + 1/6 − 1/2      b)  7/9 − 4/9 + 2/3      c)  0,125 + 0,375 − 0,5"),
+        QStringLiteral(
+            "Exercice 13.  Vérifie que  x² − 2x + 1 = (x − 1)²  et que  a + b ≥ a − b  si  b ≥ 0."),
+        QStringLiteral("Exercice 14.  Un train part à 8 h 45 et roule 1 h 38 min ; à quelle heure "
+                       "arrive-t-il ?"),
+        QStringLiteral("Rappel :  1 L = 10 dL = 100 cL ;  1 m³ = 1 000 L ;  une demie + un quart = "
+                       "trois quarts."),
+    };
+    QImage sheet(size, QImage::Format_RGB32);
+    sheet.fill(QColor(250, 249, 244));
+    QPainter painter(&sheet);
+    QFont font(QStringLiteral("serif"));
+    font.setPixelSize(52);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    painter.setFont(font);
+    painter.setPen(QColor(25, 25, 30));
+    int y = margin + lineHeight;
+    for (const QString &line : lines) {
+        painter.drawText(margin, y, line);
+        y += lineHeight;
+    }
+    return sheet;
+}
+
+void photographSmallPrint(Studio &studio)
+{
+    studio.openFile(smallPrint());
+    studio.photographReduced("petits-caracteres", "petits-caracteres-avant", {14, 22, 330, 92});
+    studio.close();
+}
+
 struct Session
 {
     const Subject &subject;
@@ -147,5 +187,6 @@ int main(int argc, char **argv)
         session.photograph(studio);
         studio.close();
     }
+    photographSmallPrint(studio);
     return 0;
 }

@@ -1,11 +1,13 @@
 #include "docs/picturemaker/studio.h"
 
 #include "cameras/demo/democatalogue.h"
+#include "display/areascaler.h"
 #include "tests/support/sandbox.h"
 #include "video/videosurface.h"
 
 #include <QDebug>
 #include <QFile>
+#include <QPainter>
 #include <QTest>
 #include <QVideoFrame>
 #include <algorithm>
@@ -22,7 +24,8 @@ namespace kivra::documents {
 namespace {
 
 constexpr int looksAlike = 5;
-constexpr double moment = 3.4; // of the scene, in seconds
+constexpr double moment = 3.4;    // of the scene, in seconds
+constexpr int startingView = 662; // points, as wide as the view in the starting window
 constexpr QRgb bareScreen = 0xff000000;
 const QPoint nowhere(-1, -1);
 
@@ -36,7 +39,7 @@ QImage sceneOf(const QByteArray &device)
     return picture;
 }
 
-// The window's camera surface leaves out the end of a frame.
+// The window's camera surface replaces the end of a frame.
 QImage asReceived(const QImage &frame)
 {
     VideoSurface surface(nullptr);
@@ -111,11 +114,25 @@ void Studio::open(const QByteArray &name)
     frame.save(folder.filePath(QStringLiteral("scene.png")));
     scene = asReceived(frame);
     qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(folder.path()));
-    if (!desktop->start() || !desktop->waitForMainWindow())
-        qFatal("the program's window did not come");
+    start({});
     // To the first of the window sizes, in which the whole picture has room.
     press("ctrl+z");
     waitForPicture({});
+}
+
+void Studio::openFile(const QImage &page)
+{
+    Sandbox::instance().reset();
+    const QString path = Sandbox::instance().home() + QStringLiteral("/page.png");
+    page.save(path);
+    scene = page;
+    start({path});
+}
+
+void Studio::start(const QStringList &arguments)
+{
+    if (!desktop->start(arguments) || !desktop->waitForMainWindow())
+        qFatal("the program's window did not come");
 }
 
 void Studio::close()
@@ -156,6 +173,30 @@ void Studio::photographPicture(const char *name, const FrameSettings &settings,
 {
     const QPoint place = waitForPicture(settings);
     keep(desktop->windowContent().copy(detail.translated(place)), name);
+}
+
+void Studio::photographReduced(const char *reduced, const char *leftOut, const QRect &detail) const
+{
+    const auto scale =
+        double(float(startingView) / float(scene.width())); // in the view's precision
+    const ScaledPlace origin{{0, 0}, scale};
+    AreaScaler scaler;
+    const QImage wanted = scaler.scaled(scene, origin, pixelsFilled(scene.size(), origin));
+    QPoint place = nowhere;
+    const auto shows = [&] {
+        place = placeOf(wanted, desktop->windowContent());
+        return place != nowhere;
+    };
+    if (!QTest::qWaitFor(shows, patienceMs))
+        qFatal("the window does not show the page");
+    keep(desktop->windowContent().copy(detail.translated(place)), reduced);
+
+    QImage plain(wanted.size(), QImage::Format_RGB32);
+    QPainter painter(&plain);
+    painter.scale(scale, scale);
+    painter.drawImage(QPoint(0, 0), scene);
+    painter.end();
+    keep(plain.copy(detail), leftOut);
 }
 
 void Studio::photographWindow(const char *name, const QRect &part) const

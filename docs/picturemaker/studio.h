@@ -22,6 +22,8 @@ public:
 
     /// Starts the program before the demonstration device \a name and waits for its picture.
     void open(const QByteArray &name);
+    /// Starts the program with \a page as a picture file.
+    void openFile(const QImage &page);
     void close();
 
     /// Presses these keys, named as xdotool does and separated by blanks, one after the other.
@@ -37,6 +39,9 @@ public:
     /// make it, at a zoom of one.
     void photographPicture(const char *name, const FrameSettings &settings,
                            const QRect &detail) const;
+    /// Keeps the part \a detail of the opened page as the starting window shows it, reduced, and as
+    /// it would be with pixels left out.
+    void photographReduced(const char *reduced, const char *leftOut, const QRect &detail) const;
     /// Keeps the main window with its title bar and what lies over it, or \a part of that, once it
     /// stands still.
     void photographWindow(const char *name, const QRect &part = {}) const;
@@ -47,6 +52,7 @@ public:
     static constexpr QSize frameSize{960, 540};
 
 private:
+    void start(const QStringList &arguments);
     QPoint waitForPicture(const FrameSettings &settings) const;
     QImage waitForStandstill() const;
     void keep(const QImage &photograph, const char *name) const;

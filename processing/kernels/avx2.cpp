@@ -1,3 +1,4 @@
+#include "processing/kernels/area.h"
 #include "processing/kernels/loops.h"
 #include "processing/kernels/versions.h"
 
@@ -36,7 +37,8 @@ const Kernels avx2Kernels{version,
                           hsvPlace,
                           median,
                           {across<true>, decide<true>},
-                          {across<false>, decide<false>}};
+                          {across<false>, decide<false>},
+                          {weighRows, weighColumns}};
 
 } // namespace kivra
 

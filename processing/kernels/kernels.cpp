@@ -1,3 +1,5 @@
+#include "processing/kernels/kernels.h"
+
 #include "processing/kernels/versions.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+#include "processing/kernels/area.h"
 #include "processing/kernels/loops.h"
 #include "processing/kernels/versions.h"
 
@@ -32,7 +33,8 @@ const Kernels sse41Kernels{version,
                            hsvPlace,
                            median,
                            {nullptr, nullptr},
-                           {across<false>, decide<false>}};
+                           {across<false>, decide<false>},
+                           {weighRows, weighColumns}};
 
 } // namespace kivra
 

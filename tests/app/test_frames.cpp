@@ -18,11 +18,12 @@ using kivra::test::WindowTest;
 
 namespace {
 
-// The surface leaves the last 32 bytes of a frame black.
+// The surface does not copy the last 32 bytes of a frame: the pixel before them is repeated.
 QImage received(QImage picture)
 {
+    const QPoint end(picture.width() - 1, picture.height() - 1);
     for (int i = 0; i < 8; ++i)
-        picture.setPixel(picture.width() - 1 - i, picture.height() - 1, 0xff000000);
+        picture.setPixel(end - QPoint(i, 0), picture.pixel(end - QPoint(8, 0)));
     return picture;
 }
 

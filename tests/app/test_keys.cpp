@@ -243,6 +243,38 @@ private slots:
         QCOMPARE(changes.count(), 2);
     }
 
+    void heldKeyActsOnce_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::newRow("black and white") << QStringLiteral("actionNoir_et_blanc");
+        QTest::newRow("negative") << QStringLiteral("actionNegatif");
+        QTest::newRow("two colours") << QStringLiteral("actionBicolore");
+        QTest::newRow("next effect") << QStringLiteral("actionMode");
+        QTest::newRow("next mode") << QStringLiteral("actionEffet");
+        QTest::newRow("tool bar") << QStringLiteral("actionMenu_graphique");
+        QTest::newRow("window size") << QStringLiteral("actionTailleFenetre");
+        QTest::newRow("reset") << QStringLiteral("actionReinit");
+    }
+
+    // A picture that turns negative and back at each repetition would flash.
+    void heldKeyActsOnce()
+    {
+        QFETCH(QString, action);
+        QAction *const held = window->action(qPrintable(action));
+        const int keys = held->shortcut()[0];
+        QSignalSpy triggered(held, &QAction::triggered);
+        hold(keys & ~int(Qt::KeyboardModifierMask),
+             Qt::KeyboardModifiers(keys & int(Qt::KeyboardModifierMask)));
+        QCOMPARE(triggered.count(), 1);
+    }
+
+    void heldStepGoesOn()
+    {
+        window->trigger("actionLumiere");
+        hold(Qt::Key_Up, Qt::NoModifier, 3);
+        QCOMPARE(window->probe.lumiere(), 80);
+    }
+
     void browsingWithoutStoredPicturesTellsTheUser_data()
     {
         QTest::addColumn<int>("key");

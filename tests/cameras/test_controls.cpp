@@ -70,7 +70,8 @@ private slots:
         selector->setSelectedDevice(2);
         QCOMPARE(selector->selectedDevice(), 1);
         TestCamera::instance().setDevices({{"un", QStringLiteral("Un")}});
-        QCOMPARE(selector->selectedDevice(), 0);
+        QCOMPARE(selector->selectedDevice(), -1);
+        QCOMPARE(selector->deviceName(-1), QString());
     }
 
     void surface()

@@ -37,8 +37,7 @@ Desktop::Desktop(Cameras cameras)
         [&] { return xdoWorks({QStringLiteral("get_num_desktops")}, &ignored); }, patienceMs);
     if (!up)
         qFatal("the window manager did not come up");
-    placeProgram(cameras == Cameras::All ? QLibraryInfo::location(QLibraryInfo::PluginsPath)
-                                         : QCoreApplication::libraryPaths().constFirst());
+    placeProgram(cameras);
     program.setProcessChannelMode(QProcess::MergedChannels);
 }
 
@@ -62,16 +61,26 @@ void Desktop::setVariable(const QString &name, const QString &value)
 
 // A qt.conf beside the program points it to the plug-ins that it is to have; what the file does not
 // name would be looked for beside the program too.
-void Desktop::placeProgram(const QString &plugins)
+void Desktop::placeProgram(Cameras cameras)
 {
     const QDir built(QStringLiteral(KIVRA_PROGRAM_FOLDER));
     const QDir placed(folder.path());
-    const bool copied = QFile::copy(built.filePath(QStringLiteral("kivra")),
-                                    placed.filePath(QStringLiteral("kivra"))) &&
-                        QFile::link(built.filePath(QStringLiteral("mediaservice")),
-                                    placed.filePath(QStringLiteral("mediaservice")));
+    const QString services = QStringLiteral("mediaservice/");
+    bool complete = placed.mkdir(services) && QFile::copy(built.filePath(QStringLiteral("kivra")),
+                                                          placed.filePath(QStringLiteral("kivra")));
+    const auto add = [&](const QString &plugin) {
+        complete &=
+            QFile::link(built.filePath(services + plugin), placed.filePath(services + plugin));
+    };
+    if (cameras != Cameras::Demonstration)
+        add(QStringLiteral("libkivra_v4l2camera.so"));
+    if (cameras == Cameras::Demonstration || cameras == Cameras::VideoAndDemonstration)
+        add(QStringLiteral("libkivra_democamera.so"));
+    const QString plugins = cameras == Cameras::VideoAndMachines
+                                ? QLibraryInfo::location(QLibraryInfo::PluginsPath)
+                                : QCoreApplication::libraryPaths().constFirst();
     QFile configuration(placed.filePath(QStringLiteral("qt.conf")));
-    if (!copied || !configuration.open(QIODevice::WriteOnly))
+    if (!complete || !configuration.open(QIODevice::WriteOnly))
         qFatal("the program cannot be copied");
     configuration.write("[Paths]\nPlugins = " + QFile::encodeName(plugins) + "\nTranslations = " +
                         QFile::encodeName(QLibraryInfo::location(QLibraryInfo::TranslationsPath)) +

@@ -14,8 +14,8 @@ namespace kivra::test {
 
 /// A window manager on the X server of this test, and the built program in it, driven by X events.
 ///
-/// The program is a copy in a folder of its own, with the demonstration camera beside it and,
-/// unless asked for, without the machine's media services. Environment variables that the test sets
+/// The program is a copy in a folder of its own, with those camera services beside it that are
+/// asked for and, unless asked for, without the machine's. Environment variables that the test sets
 /// reach it.
 class Desktop
 {
@@ -23,7 +23,9 @@ public:
     /// Which cameras the program may find.
     enum class Cameras {
         Demonstration,
-        All, ///< those of the machine's media services too
+        Video,            ///< the kernel's
+        VideoAndMachines, ///< those of the machine's media services too
+        VideoAndDemonstration,
     };
 
     explicit Desktop(Cameras cameras = Cameras::Demonstration);
@@ -73,7 +75,7 @@ private:
     QString activeWindow() const;
     static QImage contentOf(const QString &window);
     void clickIn(const QString &window, const QPoint &at) const;
-    void placeProgram(const QString &plugins);
+    void placeProgram(Cameras cameras);
 
     QTemporaryDir folder;
     QProcess windowManager;

@@ -149,6 +149,16 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(Sandbox::instance().storedFiles().size(), 1, patienceMs);
     }
 
+    // Where the first press brings the button that ends the program.
+    void doubleClickNearTheTopStoresAPicture()
+    {
+        desktop->xdo(QStringLiteral("mousemove --window %1 437 41")
+                         .arg(desktop->xdo(QStringLiteral("getactivewindow"))));
+        desktop->xdo(QStringLiteral("click --repeat 2 --delay 150 1"));
+        QTRY_COMPARE_WITH_TIMEOUT(Sandbox::instance().storedFiles().size(), 1, patienceMs);
+        QVERIFY(desktop->running());
+    }
+
     void menuStopsAndStartsTheCamera()
     {
         const QPoint cameraMenu(85, 10);

@@ -1,9 +1,12 @@
+#include "display/areascaler.h"
 #include "display/pixmapwidget.h"
+#include "tests/reference/reference.h"
 #include "tests/support/patience.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
+#include <QBitmap>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QMouseEvent>
@@ -38,7 +41,20 @@ public:
     }
 
     int paintings = 0;
-    QImage shown() { return grab().toImage().convertToFormat(QImage::Format_RGB32); }
+    QImage shown() { return shown(rect()); }
+    QImage shown(const QRect &part)
+    {
+        return grab(part).toImage().convertToFormat(QImage::Format_RGB32);
+    }
+    // As on a screen with so many pixels a point.
+    QImage shownAt(double density)
+    {
+        QImage picture(size() * density, QImage::Format_RGB32);
+        picture.setDevicePixelRatio(density);
+        render(&picture);
+        picture.setDevicePixelRatio(1);
+        return picture;
+    }
     void press(Qt::MouseButton button, const QPoint &at = {5, 5})
     {
         send(QEvent::MouseButtonPress, button, button, at);
@@ -103,6 +119,24 @@ QPoint placeShownAt(const QImage &shown, const QPoint &at)
 {
     const QRgb word = shown.pixel(at) & 0xffffffU;
     return {int(word >> 12), int(word & 0xfffU)};
+}
+
+bool isNear(QRgb one, QRgb other)
+{
+    return std::abs(qRed(one) - qRed(other)) <= 1 && std::abs(qGreen(one) - qGreen(other)) <= 1 &&
+           std::abs(qBlue(one) - qBlue(other)) <= 1;
+}
+
+// Of a white picture in the view, through its middle.
+QSize extentOfWhite(View &view)
+{
+    const QImage shown = view.shown();
+    QSize extent(0, 0);
+    for (int x = 0; x < shown.width(); ++x)
+        extent.rwidth() += shown.pixel(x, shown.height() / 2) == 0xffffffff ? 1 : 0;
+    for (int y = 0; y < shown.height(); ++y)
+        extent.rheight() += shown.pixel(shown.width() / 2, y) == 0xffffffff ? 1 : 0;
+    return extent;
 }
 
 // The zoom as the picture shows it: the width of a white picture in the view.
@@ -280,6 +314,125 @@ private slots:
         const QImage shown = view.shown();
         QCOMPARE(shown.pixel(400, 249), black);
         QCOMPARE(shown.pixel(400, 350), black);
+    }
+
+    void scaledPictureIsTheAreaMean_data()
+    {
+        QTest::addColumn<float>("zoom");
+        QTest::addColumn<double>("density");
+        QTest::addColumn<QPoint>("pan");
+        for (const double density : {1.0, 1.5, 2.0}) {
+            for (const float zoom : {2.83F, 1.1892F, 0.95F, 0.6F, 0.5F, 1 / 3.0F, 1 / 5.8F}) {
+                for (const QPoint &pan : {QPoint(0, 0), QPoint(31, -17), QPoint(350, 300)}) {
+                    QTest::addRow("%.3f, density %.1f, pan %d", double(zoom), density, pan.x())
+                        << zoom << density << pan;
+                }
+            }
+        }
+    }
+
+    void scaledPictureIsTheAreaMean()
+    {
+        QFETCH(float, zoom);
+        QFETCH(double, density);
+        QFETCH(QPoint, pan);
+        View view({120, 90});
+        const QSize size(701, 603); // larger than the view, so that no frame is drawn
+        const QImage picture = gradient(size);
+        view.setPixmap(QPixmap::fromImage(picture));
+        view.setZoomFactor(zoom);
+        view.drag(pan);
+        QPoint origin;
+        origin.rx() = int((120 - 701 * double(zoom)) / 2 + double(zoom) * pan.x());
+        origin.ry() = int((90 - 603 * double(zoom)) / 2 + double(zoom) * pan.y());
+        const QImage shown = view.shownAt(density);
+
+        const kivra::ScaledPlace place{QPointF(origin) * density, double(zoom) * density};
+        const QRect filled = kivra::pixelsFilled(size, place) & shown.rect();
+        QVERIFY(!filled.isEmpty());
+        const QImage exact = kivra::reference::areaMean(picture, place.origin, place.scale, filled);
+        for (int y = 0; y < filled.height(); ++y) {
+            for (int x = 0; x < filled.width(); ++x)
+                QVERIFY(isNear(shown.pixel(filled.topLeft() + QPoint(x, y)), exact.pixel(x, y)));
+        }
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x)
+                QVERIFY(filled.contains(x, y) || shown.pixel(x, y) == background);
+        }
+    }
+
+    void partIsPaintedAsTheWhole()
+    {
+        View view({120, 90});
+        view.setPixmap(QPixmap::fromImage(gradient({701, 603})));
+        view.setZoomFactor(0.43F);
+        const QImage whole = view.shown();
+        for (const QRect &part : {QRect(0, 0, 1, 1), QRect(17, 3, 40, 50), QRect(119, 0, 1, 90)})
+            KIVRA_COMPARE_PICTURES(view.shown(part), whole.copy(part));
+    }
+
+    void pixelsOfTheScreenAreCounted()
+    {
+        View view({60, 60});
+        const QImage picture = gradient({120, 120});
+        view.setPixmap(QPixmap::fromImage(picture));
+        view.setScaleFactor(0.5F);
+        KIVRA_COMPARE_PICTURES(view.shownAt(2), picture);
+    }
+
+    void scaledTranslucentPictureLetsTheBackgroundThrough()
+    {
+        View view({40, 40});
+        QImage picture(80, 80, QImage::Format_ARGB32);
+        picture.fill(QColor(255, 255, 255, 128));
+        view.setPixmap(QPixmap::fromImage(picture));
+        view.setScaleFactor(0.5F);
+        // Half of 0xaabbcc and half of white.
+        QVERIFY(isNear(view.shown().pixel(20, 20), 0xffd4dde5));
+    }
+
+    void picturesOfFewerColoursAreScaledToo()
+    {
+        View view({40, 40});
+        QBitmap picture(80, 80);
+        picture.fill(Qt::color1);
+        view.setPixmap(picture);
+        view.setScaleFactor(0.5F);
+        QCOMPARE(view.shown().pixel(20, 20), black);
+    }
+
+    void fittedPictureIsSeenWhole()
+    {
+        View view({800, 600});
+        const QSize sizes[] = {{400, 200}, {200, 400}, {3000, 1000}, {1000, 3000}};
+        for (const QSize &size : sizes) {
+            view.setPixmap(QPixmap::fromImage(plain(size, 0xffffffff)));
+            view.fitPicture(size);
+            const QSize expected = size.scaled({800, 600}, Qt::KeepAspectRatio);
+            QCOMPARE(extentOfWhite(view), expected);
+        }
+    }
+
+    void fittedPictureFollowsTheView()
+    {
+        View view({800, 600});
+        view.setPixmap(QPixmap::fromImage(plain({400, 200}, 0xffffffff)));
+        view.fitPicture({400, 200});
+        view.resize(200, 600);
+        QTRY_COMPARE(view.width(), 200);
+        QCOMPARE(extentOfWhite(view), QSize(200, 100));
+        view.setScaleFactor(0.25F);
+        view.resize(400, 600);
+        QTRY_COMPARE(view.width(), 400);
+        QCOMPARE(extentOfWhite(view), QSize(100, 50));
+    }
+
+    void nothingIsFittedToAnEmptySize()
+    {
+        View view({800, 600});
+        view.setPixmap(QPixmap::fromImage(plain({400, 200}, 0xffffffff)));
+        view.fitPicture({0, 200});
+        QCOMPARE(extentOfWhite(view), QSize(400, 200));
     }
 
     void nullPictureLeavesTheBackground()

@@ -95,18 +95,24 @@ struct Input
     }
 };
 
-// The words of the frame's memory without the trailer, black from there on.
+// The words of the frame's memory without the trailer; from there on the last of them again where
+// the memory has the whole picture, otherwise black.
 void requirePicture(const QImage &picture, const Input &input)
 {
     const QSize expected = input.size.isEmpty() ? QSize(0, 0) : input.size;
     require(picture.size() == expected, "the picture is not of the frame's size");
     const int words = std::max(0, input.length - trailer) / 4;
+    const auto wordAt = [&](int place) {
+        QRgb word = 0;
+        std::memcpy(&word, input.memory.constData() + qsizetype(place) * 4, 4);
+        return word;
+    };
+    const bool isWhole = words > 0 && input.length >= picture.sizeInBytes();
+    const QRgb rest = isWhole ? wordAt(words - 1) : 0xff000000;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
             const int word = y * picture.width() + x;
-            QRgb colour = 0xff000000;
-            if (word < words)
-                std::memcpy(&colour, input.memory.constData() + qsizetype(word) * 4, 4);
+            const QRgb colour = word < words ? wordAt(word) : rest;
             require((picture.pixel(x, y) & RGB_MASK) == (colour & RGB_MASK), "a pixel is wrong");
         }
     }

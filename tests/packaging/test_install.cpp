@@ -64,18 +64,23 @@ private slots:
     {
         const QString data = QStringLiteral(KIVRA_DATADIR);
         const QString icons = data + QStringLiteral("/icons/hicolor/");
-        QStringList wanted = {QStringLiteral(KIVRA_BINDIR "/kivra"),
-                              QStringLiteral(KIVRA_LIBDIR "/kivra/kivra"),
-                              plugin(),
-                              data + QStringLiteral("/applications/kivra.desktop"),
-                              data + QStringLiteral("/doc/kivra-democamera/README.md"),
-                              data + QStringLiteral("/doc/kivra/administration.md"),
-                              data + QStringLiteral("/doc/kivra/cameras.md"),
-                              data + QStringLiteral("/doc/kivra/environment.md"),
-                              icons + QStringLiteral("scalable/apps/kivra.svg"),
-                              data + QStringLiteral("/man/fr/man1/kivra.1.gz"),
-                              data + QStringLiteral("/man/man1/kivra.1.gz"),
-                              metainfo()};
+        QStringList wanted = {
+            QStringLiteral(KIVRA_BINDIR "/kivra"),
+            QStringLiteral(KIVRA_LIBDIR "/kivra/kivra"),
+            QStringLiteral(KIVRA_BINDIR "/kivra-cameras"),
+            QStringLiteral(KIVRA_LIBDIR "/kivra/mediaservice/libkivra_v4l2camera.so"),
+            plugin(),
+            data + QStringLiteral("/applications/kivra.desktop"),
+            data + QStringLiteral("/doc/kivra-democamera/README.md"),
+            data + QStringLiteral("/doc/kivra/administration.md"),
+            data + QStringLiteral("/doc/kivra/cameras.md"),
+            data + QStringLiteral("/doc/kivra/environment.md"),
+            icons + QStringLiteral("scalable/apps/kivra.svg"),
+            data + QStringLiteral("/man/fr/man1/kivra-cameras.1.gz"),
+            data + QStringLiteral("/man/fr/man1/kivra.1.gz"),
+            data + QStringLiteral("/man/man1/kivra-cameras.1.gz"),
+            data + QStringLiteral("/man/man1/kivra.1.gz"),
+            metainfo()};
         for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
             const QString icon = QStringLiteral("%1x%1/apps/kivra.png").arg(size);
             wanted += icons + icon;
@@ -108,7 +113,8 @@ private slots:
     {
         QDirIterator files(everything.path(), QDir::AllEntries | QDir::NoDotAndDotDot,
                            QDirIterator::Subdirectories);
-        const QString program = installed(QStringLiteral(KIVRA_LIBDIR "/kivra/kivra"));
+        const QStringList programs = {installed(QStringLiteral(KIVRA_LIBDIR "/kivra/kivra")),
+                                      installed(QStringLiteral(KIVRA_BINDIR "/kivra-cameras"))};
         while (files.hasNext()) {
             const QString path = files.next();
             const QFile::Permissions is = QFile::permissions(path);
@@ -116,7 +122,7 @@ private slots:
             QVERIFY2(is & QFile::ReadOther, qPrintable(path));
             if (files.fileInfo().isFile())
                 QCOMPARE(bool(is & QFile::ExeOther),
-                         files.fileInfo().canonicalFilePath() == program);
+                         programs.contains(files.fileInfo().canonicalFilePath()));
         }
     }
 
@@ -197,12 +203,15 @@ private slots:
 
     void manualsTellTheVersion()
     {
-        for (const char *language : {"", "/fr"}) {
+        const QStringList pages = {QStringLiteral("/man1/kivra.1.gz"),
+                                   QStringLiteral("/fr/man1/kivra.1.gz"),
+                                   QStringLiteral("/man1/kivra-cameras.1.gz"),
+                                   QStringLiteral("/fr/man1/kivra-cameras.1.gz")};
+        for (const QString &page : pages) {
             QProcess gzip;
-            gzip.start(QStringLiteral("gzip"),
-                       {QStringLiteral("-dc"),
-                        installed(QStringLiteral(KIVRA_DATADIR "/man") + QLatin1String(language) +
-                                  QStringLiteral("/man1/kivra.1.gz"))});
+            gzip.start(
+                QStringLiteral("gzip"),
+                {QStringLiteral("-dc"), installed(QStringLiteral(KIVRA_DATADIR "/man") + page)});
             QVERIFY(gzip.waitForFinished());
             QVERIFY(gzip.readAllStandardOutput().contains("\"Kivra " KIVRA_VERSION "\""));
         }

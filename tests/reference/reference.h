@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QImage>
+#include <QPointF>
+#include <QRect>
 #include <array>
 #include <opencv2/core/mat.hpp>
 
@@ -26,6 +28,12 @@ QImage applyLut(const QImage &picture, const Lut &lut);
 QImage twoColours(const QImage &picture, unsigned int dark, unsigned int light);
 QImage grey(const QImage &picture);
 QImage negative(const QImage &picture);
+
+/// Each pixel of \a wanted is the mean of the area of the picture that it covers, weighted by the
+/// part of each pixel, all four channels alike, rounded. The picture's pixel (x, y) lies in the
+/// square of side \a scale from origin + scale * (x, y) on; each wanted pixel must meet the
+/// picture.
+QImage areaMean(const QImage &picture, const QPointF &origin, double scale, const QRect &wanted);
 
 Lut brightnessContrastLut(int lumiere, int contraste);
 Lut lineLut(int low, int high);

@@ -2,7 +2,6 @@
 #include "tests/support/testmain.h"
 
 #include <QColor>
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -140,31 +139,6 @@ private slots:
         for (const QString &file : compiledIn)
             QCOMPARE(contentOf(QStringLiteral(":/icones/") + file),
                      contentOf(sourceFolder().filePath(file)));
-    }
-
-    // The checksums are those of the moment of rendering: a drawing that was changed, or a picture
-    // that was painted over, after that differs.
-    void noPictureIsOlderThanItsDrawing()
-    {
-        QStringList listed;
-        const QList<QByteArray> lines =
-            contentOf(sourceFolder().filePath(QStringLiteral("SHA256SUMS"))).split('\n');
-        for (const QByteArray &line : lines) {
-            if (line.isEmpty())
-                continue;
-            const int hashLength = 64;
-            const QString name = QString::fromUtf8(line.mid(hashLength + 2));
-            const QByteArray hash = QCryptographicHash::hash(
-                contentOf(sourceFolder().filePath(name)), QCryptographicHash::Sha256);
-            QVERIFY2(hash.toHex() == line.left(hashLength),
-                     qPrintable(name + QStringLiteral(" has changed: run resources/render")));
-            listed << name;
-        }
-        listed.sort();
-        QStringList present = sourceFolder().entryList(
-            {QStringLiteral("*.svg"), QStringLiteral("*.png")}, QDir::Files);
-        present.sort();
-        QCOMPARE(listed, present);
     }
 
     void everyColourHoldsOnLightAndDarkToolBars_data()

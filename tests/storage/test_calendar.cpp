@@ -1,5 +1,5 @@
 #include "storage/calendar.h"
-#include "tests/storage/clockprobe.h"
+#include "tests/storage/clockreading.h"
 #include "tests/support/testmain.h"
 
 using kivra::test::readAt;

@@ -1,5 +1,5 @@
 #include "storage/paths.h"
-#include "tests/storage/clockprobe.h"
+#include "tests/storage/clockreading.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 

@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QPointer>
 #include <QtPlugin>
+#include <utility>
 
 namespace kivra::test {
 
@@ -73,6 +74,23 @@ public:
     {
         ++camera.told.stopped;
         running = false;
+        lost = false;
+    }
+
+    void lose()
+    {
+        lost = std::exchange(running, false);
+        emit failed(QCamera::CameraError, QStringLiteral("La caméra a été débranchée."),
+                    QCamera::ActiveState);
+    }
+
+    void comeBack(const QByteArray &name)
+    {
+        camera.told.device = name;
+        const QPointer<Source> alive(this);
+        emit renamed(name);
+        if (alive && std::exchange(lost, false))
+            answerStart();
     }
 
     void takeStill(const StillRequest &request) override
@@ -129,6 +147,7 @@ public:
     void releaseLocks(QCamera::LockTypes locks) override { camera.told.locks &= ~locks; }
 
     bool running = false;
+    bool lost = false; ///< while it ran, and not yet back
 
 private:
     template<typename Function>
@@ -279,7 +298,7 @@ void TestCamera::raiseError(QCamera::Error error, const QString &text, QCamera::
         emit source->failed(error, text, state);
 }
 
-void TestCamera::unplug(const QByteArray &name)
+void TestCamera::remove(const QByteArray &name)
 {
     QList<Device> rest;
     for (const Device &device : qAsConst(offered)) {
@@ -287,9 +306,28 @@ void TestCamera::unplug(const QByteArray &name)
             rest.append(device);
     }
     setDevices(rest);
+}
+
+void TestCamera::unplug(const QByteArray &name)
+{
+    remove(name);
     if (source && told.device == name)
         raiseError(QCamera::CameraError, QStringLiteral("La caméra a été débranchée."),
                    QCamera::UnloadedState);
+}
+
+void TestCamera::lose(const QByteArray &name)
+{
+    remove(name);
+    if (source && told.device == name)
+        source->lose();
+}
+
+void TestCamera::bringBack(const Device &device)
+{
+    setDevices(offered + QList<Device>{device});
+    if (source)
+        source->comeBack(device.name);
 }
 
 const TestCamera::Record &TestCamera::record() const

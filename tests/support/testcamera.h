@@ -97,6 +97,12 @@ public:
                     QCamera::State state = QCamera::LoadedState);
     /// The device \a name is no longer there; if it is open, it fails and is unloaded.
     void unplug(const QByteArray &name);
+    /// The device \a name is away, and if it is open, its source waits for it: it fails once and
+    /// stays Active.
+    void lose(const QByteArray &name);
+    /// The open device is back under the name and in the place of \a device, behind the others;
+    /// if it is still waited for, it starts.
+    void bringBack(const cameras::Device &device);
     /// @}
 
     const Record &record() const;
@@ -110,6 +116,7 @@ private:
     class Source;
 
     TestCamera();
+    void remove(const QByteArray &name);
 
     QList<cameras::Device> offered;
     Service offeredService = Service::Whole;

@@ -28,16 +28,22 @@ QByteArray bytesOf(const QImage &picture)
                       int(picture.sizeInBytes()));
 }
 
-// What the surface must hold: the block's words up to its last 32 bytes, black from there.
-QImage wordsThenBlack(const QByteArray &memory, const QSize &size)
+// What the surface must hold: the block's words up to its last 32 bytes. From there the last of
+// them again in a frame that is whole, otherwise black.
+QImage wordsThenRest(const QByteArray &memory, const QSize &size)
 {
     QImage picture(size, QImage::Format_RGB32);
-    const int words = (memory.size() - trailer) / 4;
+    const int words = std::max(0, (memory.size() - trailer) / 4);
+    const auto wordAt = [&](int i) {
+        QRgb word = 0;
+        std::memcpy(&word, memory.constData() + qsizetype(i) * 4, 4);
+        return word;
+    };
+    const bool isWhole = memory.size() >= size.width() * size.height() * 4 && words > 0;
+    const QRgb rest = isWhole ? wordAt(words - 1) : 0xff000000;
     for (int i = 0; i < size.width() * size.height(); ++i) {
-        QRgb word = 0xff000000;
-        if (i < words)
-            std::memcpy(&word, memory.constData() + qsizetype(i) * 4, 4);
-        picture.setPixel(i % size.width(), i / size.width(), word);
+        auto *const row = reinterpret_cast<QRgb *>(picture.scanLine(i / size.width()));
+        row[i % size.width()] = i < words ? wordAt(i) : rest;
     }
     return picture;
 }
@@ -112,9 +118,32 @@ private slots:
         QCOMPARE(available.count(), 1);
         QCOMPARE(iFrame, before + 1);
         QCOMPARE(surface.frame().format(), QImage::Format_RGB32);
-        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenRest(memory, size));
         QCOMPARE(surface.frame().pixel(31, 19), gradient(size).pixel(31, 19));
-        QCOMPARE(surface.frame().pixel(32, 19), 0xff000000);
+        for (int x = 32; x < 40; ++x)
+            QCOMPARE(surface.frame().pixel(x, 19), gradient(size).pixel(31, 19));
+    }
+
+    void restOfAFrameThatIsNotWholeIsBlack()
+    {
+        const QSize size(40, 20);
+        const QByteArray memory = bytesOf(gradient(size));
+        VideoSurface surface;
+        QVERIFY(surface.present(frameOver(memory.chopped(1), size)));
+        for (int x = 31; x < 40; ++x)
+            QCOMPARE(surface.frame().pixel(x, 19), 0xff000000);
+    }
+
+    // Nothing is copied of eight pixels, and one of nine.
+    void smallestFrames()
+    {
+        VideoSurface surface;
+        QVERIFY(surface.present(frameOver(QByteArray(8 * 4, '\x55'), {8, 1})));
+        QCOMPARE(surface.frame().pixel(0, 0), 0xff000000);
+        QCOMPARE(surface.frame().pixel(7, 0), 0xff000000);
+        QVERIFY(surface.present(frameOver(QByteArray(9 * 4, '\x55'), {9, 1})));
+        QCOMPARE(surface.frame().pixel(0, 0), 0xff555555);
+        QCOMPARE(surface.frame().pixel(8, 0), 0xff555555);
     }
 
     void frameIsReadableInTheSignal()
@@ -154,9 +183,9 @@ private slots:
         QVERIFY(surface.present(frameOver(memory, size)));
         const QImage kept = surface.frame();
         QVERIFY(surface.present(frameOver(QByteArray(memory.size(), '\x55'), size)));
-        KIVRA_COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(kept, wordsThenRest(memory, size));
         surface.stop();
-        KIVRA_COMPARE_PICTURES(kept, wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(kept, wordsThenRest(memory, size));
     }
 
     void invalidFrameIsDropped()
@@ -220,6 +249,9 @@ private slots:
         QTest::newRow("one word more") << size << trailer + 4;
         QTest::newRow("half the picture") << size << exact / 2;
         QTest::newRow("one byte short") << size << exact - 1;
+        QTest::newRow("whole") << size << exact;
+        QTest::newRow("one byte more than whole") << size << exact + 1;
+        QTest::newRow("a pixel beyond") << size << exact + 4;
         QTest::newRow("a trailer beyond") << size << exact + trailer;
         QTest::newRow("padded rows") << size << exact * 2;
         QTest::newRow("one pixel") << QSize(1, 1) << 4;
@@ -236,7 +268,7 @@ private slots:
         QVERIFY(surface.present(frameOver(memory, size)));
 
         // The alpha byte is no part of the picture.
-        const QImage expected = wordsThenBlack(memory, size);
+        const QImage expected = wordsThenRest(memory, size);
         const int words = std::max(0, (bytes - trailer) / 4);
         for (int i = 0; i < size.width() * size.height(); ++i) {
             const QPoint at(i % size.width(), i / size.width());
@@ -253,7 +285,7 @@ private slots:
         VideoSurface surface;
         QVERIFY(surface.present(QVideoFrame(new DriverBuffer(memory, memory.size(), 8 * 4, true),
                                             size, QVideoFrame::Format_RGB32)));
-        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenBlack(memory, size));
+        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenRest(memory, size));
     }
 
     void negativeLengthIsHarmless()
@@ -322,7 +354,7 @@ private slots:
         const QByteArray opaque = bytesOf(gradient(size));
         VideoSurface surface;
         QVERIFY(surface.present(frameOver(opaque, size)));
-        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenBlack(opaque, size));
+        KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenRest(opaque, size));
         QVERIFY(surface.isOpaqueFrame(surface.frame()));
         for (const int place : {0, 600 * 1000, 1200 * 990}) {
             QByteArray memory = opaque;

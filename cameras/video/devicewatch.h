@@ -1,0 +1,52 @@
+#pragma once
+
+#include "cameras/video/kernel.h"
+#include "cameras/video/videodevice.h"
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace kivra::cameras {
+
+/// Keeps the list of video nodes in memory. A thread of its own looks at them when the folder of
+/// the nodes or udev's records change, and asks the nodes where it must.
+class DeviceWatch
+{
+public:
+    /// \a onChange is called on the watching thread after the list has changed.
+    DeviceWatch(DeviceFolders folders, Kernel &kernel, std::function<void()> onChange);
+    ~DeviceWatch();
+
+    DeviceWatch(const DeviceWatch &) = delete;
+    DeviceWatch &operator=(const DeviceWatch &) = delete;
+
+    /// The cameras in the order of findDevices(), from memory. The first call waits a moment for
+    /// the first look, unless a driver keeps that from ending.
+    std::vector<VideoDevice> cameras() const;
+
+private:
+    void watch();
+    void look();
+    void readEvents();
+    void forget(const std::string &name);
+
+    const DeviceFolders folders;
+    Kernel &kernel;
+    const std::function<void()> onChange;
+    const int events; // inotify
+    const int end;    // eventfd
+
+    // Of the watching thread.
+    std::vector<VideoDevice> devices;
+
+    mutable std::mutex mutex; // guards what follows
+    mutable std::condition_variable looked;
+    std::vector<VideoDevice> list;
+    bool hasLooked = false;
+
+    std::thread thread;
+};
+
+} // namespace kivra::cameras

@@ -1,0 +1,196 @@
+#include "cameras/video/formatchoice.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <linux/videodev2.h>
+#include <regex>
+#include <tuple>
+
+namespace kivra::cameras {
+
+namespace {
+
+// Below this, handwriting under the camera is seen to jerk.
+constexpr double fluentRate = 24;
+// What nominally has 24 or 30 frames a second may have 23.976 or 29.97.
+constexpr double rateTolerance = 0.97;
+// More than this is work without a gain that is seen.
+constexpr double usualRate = 30;
+constexpr Size fullHd{1920, 1080};
+// Bytes a pixel that a camera's JPEG needs on a busy page.
+constexpr double jpegBytesPerPixel = 0.4;
+
+// The cheapest to convert first, so that equal offers have an order.
+constexpr std::array<std::uint32_t, 8> cheapest{
+    V4L2_PIX_FMT_YUYV, V4L2_PIX_FMT_UYVY,   V4L2_PIX_FMT_NV12,   V4L2_PIX_FMT_YUV420,
+    V4L2_PIX_FMT_GREY, V4L2_PIX_FMT_XBGR32, V4L2_PIX_FMT_XRGB32, V4L2_PIX_FMT_BGR24};
+
+int costOf(std::uint32_t fourcc)
+{
+    return int(std::find(cheapest.begin(), cheapest.end(), fourcc) - cheapest.begin());
+}
+
+long long area(Size size)
+{
+    return static_cast<long long>(size.width) * size.height;
+}
+
+bool fits(Size size, Size into)
+{
+    return size.width <= into.width && size.height <= into.height;
+}
+
+// A driver that does not tell the rate of a size has one that suits it.
+double rateOf(const Offer &offer)
+{
+    return offer.rate.isKnown() ? offer.rate.perSecond() : usualRate;
+}
+
+double bytesPerPixel(std::uint32_t fourcc)
+{
+    switch (fourcc) {
+    case V4L2_PIX_FMT_GREY:
+        return 1;
+    case V4L2_PIX_FMT_NV12:
+    case V4L2_PIX_FMT_NV21:
+    case V4L2_PIX_FMT_NV12M:
+    case V4L2_PIX_FMT_NV21M:
+    case V4L2_PIX_FMT_YUV420:
+    case V4L2_PIX_FMT_YVU420:
+    case V4L2_PIX_FMT_YUV420M:
+    case V4L2_PIX_FMT_YVU420M:
+        return 1.5;
+    case V4L2_PIX_FMT_RGB24:
+    case V4L2_PIX_FMT_BGR24:
+        return 3;
+    case V4L2_PIX_FMT_BGR32:
+    case V4L2_PIX_FMT_ABGR32:
+    case V4L2_PIX_FMT_XBGR32:
+    case V4L2_PIX_FMT_RGB32:
+    case V4L2_PIX_FMT_ARGB32:
+    case V4L2_PIX_FMT_XRGB32:
+        return 4;
+    default:
+        return isCompressed(fourcc) ? jpegBytesPerPixel : 2;
+    }
+}
+
+double bytesPerSecond(const Offer &offer)
+{
+    return double(area(offer.size)) * bytesPerPixel(offer.fourcc) * rateOf(offer);
+}
+
+/// Smaller is better: first what is not above the usual rate, by nearness to it.
+std::pair<int, double> distanceFromUsual(const Offer &offer)
+{
+    const double rate = rateOf(offer);
+    const bool above = rate > usualRate / rateTolerance;
+    return {above ? 1 : 0, std::abs(rate - usualRate)};
+}
+
+/// How far an offer is from what was asked for; the last members only make the order complete.
+auto rankBelowSize(const Offer &offer)
+{
+    return std::make_tuple(isCompressed(offer.fourcc) ? 1 : 0, costOf(offer.fourcc), offer.fourcc,
+                           offer.multiPlanar, offer.rate.frames, offer.rate.seconds);
+}
+
+auto rankByRule(const Offer &offer, double fastest)
+{
+    const double enough = std::min(fluentRate, fastest) * rateTolerance;
+    const bool larger = !fits(offer.size, fullHd);
+    const long long pixels = area(offer.size);
+    return std::make_tuple(rateOf(offer) < enough, larger, larger ? pixels : -pixels,
+                           -offer.size.width, distanceFromUsual(offer), rankBelowSize(offer));
+}
+
+auto rankByWish(const Offer &offer, const FormatWish &wish)
+{
+    const double off = wish.rate > 0 ? std::abs(rateOf(offer) - wish.rate) : 0;
+    // 29.97 is as good as 30.
+    const bool otherRate = off > wish.rate * (1 - rateTolerance);
+    return std::make_tuple(offer.size != wish.size, otherRate, otherRate ? off : 0);
+}
+
+bool isWished(const Offer &offer, const std::optional<FormatWish> &wish)
+{
+    return wish && offer.size == wish->size;
+}
+
+Choice explained(const Offer &offer, const std::optional<FormatWish> &wish)
+{
+    if (isWished(offer, wish))
+        return {offer, ChoiceReason::Wished};
+    if (!fits(offer.size, fullHd))
+        return {offer, ChoiceReason::OnlyLarger};
+    const bool fluent = rateOf(offer) >= fluentRate * rateTolerance;
+    return {offer, fluent ? ChoiceReason::Fluent : ChoiceReason::Fastest};
+}
+
+} // namespace
+
+std::optional<FormatWish> parseFormatWish(const std::string &text)
+{
+    static const std::regex form("([0-9]{2,5})x([0-9]{2,5})(@([0-9]{1,3}))?");
+    std::smatch parts;
+    if (!std::regex_match(text, parts, form))
+        return std::nullopt;
+    FormatWish wish;
+    wish.size = {std::stoi(parts[1]), std::stoi(parts[2])};
+    wish.rate = parts[4].matched ? std::stoi(parts[4]) : 0;
+    const auto isSide = [](int side) { return side >= 16 && side <= 16384; };
+    const bool rateIsGood = parts[4].matched ? wish.rate >= 1 && wish.rate <= 240 : true;
+    if (!isSide(wish.size.width) || !isSide(wish.size.height) || !rateIsGood)
+        return std::nullopt;
+    return wish;
+}
+
+std::string fourccName(std::uint32_t fourcc)
+{
+    std::string name;
+    for (int byte = 0; byte < 4; ++byte) {
+        const auto letter = static_cast<unsigned char>(fourcc >> (8 * byte));
+        name += letter >= 0x20 && letter < 0x7f ? static_cast<char>(letter) : '.';
+    }
+    return name;
+}
+
+std::vector<Choice> rankFormats(const std::vector<Offer> &offers,
+                                const std::optional<FormatWish> &wish)
+{
+    std::vector<Offer> readable;
+    double fastest = 0;
+    for (const Offer &offer : offers) {
+        if (!isReadable(offer.fourcc))
+            continue;
+        readable.push_back(offer);
+        fastest = std::max(fastest, rateOf(offer));
+    }
+    std::sort(readable.begin(), readable.end(), [&](const Offer &a, const Offer &b) {
+        if (isWished(a, wish) || isWished(b, wish)) {
+            const auto left = rankByWish(a, *wish);
+            const auto right = rankByWish(b, *wish);
+            if (left != right)
+                return left < right;
+        }
+        return rankByRule(a, fastest) < rankByRule(b, fastest);
+    });
+    std::vector<Choice> ranked;
+    ranked.reserve(readable.size());
+    for (const Offer &offer : readable)
+        ranked.push_back(explained(offer, wish));
+    return ranked;
+}
+
+std::optional<std::size_t> nextSmaller(const std::vector<Choice> &ranked, std::size_t current)
+{
+    const double refused = bytesPerSecond(ranked.at(current).offer);
+    for (std::size_t next = current + 1; next < ranked.size(); ++next) {
+        if (bytesPerSecond(ranked[next].offer) < refused)
+            return next;
+    }
+    return std::nullopt;
+}
+
+} // namespace kivra::cameras

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "processing/pixels.h"
+
+#include <QImage>
+#include <QPointF>
+#include <QRect>
+#include <vector>
+
+namespace kivra {
+
+/// Where a scaled picture lies on a grid of pixels: its pixel (x, y) covers the square from
+/// origin + scale * (x, y) to origin + scale * (x + 1, y + 1).
+struct ScaledPlace
+{
+    QPointF origin;
+    double scale; ///< above 0
+};
+
+/// The pixels of the grid that a picture of this size fills, rounded to whole ones as Qt's painter
+/// does; empty for a picture that has no area or rounds to none.
+QRect pixelsFilled(const QSize &picture, const ScaledPlace &place);
+
+/// Draws scaled pictures: each pixel of the result is the mean of all that it covers, by area.
+/// Qt's painter leaves pixels out below scale 1, and above it repeats some and not others, so that
+/// strokes are lost or come out uneven; its smooth drawing looks at four pixels only, loses strokes
+/// below one half, and blurs above 1.
+class AreaScaler
+{
+public:
+    /// The pixels \a wanted of the grid, which must lie in those that the picture fills. A pixel
+    /// that the picture covers in part is the mean of that part. Alpha is averaged like the
+    /// colours.
+    ///
+    /// \a picture is in a format of 32-bit words, with alpha premultiplied; the result has the same
+    /// format. It is in memory of this object and valid until the next call. Each pixel is the same
+    /// whatever else is wanted, and at most one level from the exact mean.
+    QImage scaled(const QImage &picture, const ScaledPlace &place, const QRect &wanted);
+
+private:
+    std::vector<Pixel> pixels;
+};
+
+} // namespace kivra

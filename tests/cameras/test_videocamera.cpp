@@ -1,0 +1,737 @@
+// A V4L2 camera as QCamera meets it, on a kernel that the test plays.
+
+#include "cameras/service/cameraservice.h"
+#include "cameras/video/videocatalogue.h"
+#include "tests/cameras/fakemachine.h"
+#include "tests/cameras/framerecorder.h"
+#include "tests/support/sandbox.h"
+#include "tests/support/testmain.h"
+
+#include <QBuffer>
+#include <QSignalSpy>
+#include <cerrno>
+
+namespace kivra::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace cameras;
+
+constexpr std::uint32_t yuyv = V4L2_PIX_FMT_YUYV;
+constexpr std::uint32_t mjpeg = V4L2_PIX_FMT_MJPEG;
+
+FakeCamera smallCamera()
+{
+    FakeCamera camera;
+    camera.offers = {offer(yuyv, 64, 48, 30)};
+    return camera;
+}
+
+FakeCamera jpegCamera()
+{
+    FakeCamera camera;
+    camera.offers = {offer(yuyv, 64, 48, 5), offer(mjpeg, 64, 48, 30), offer(mjpeg, 128, 96, 10)};
+    return camera;
+}
+
+std::vector<std::uint8_t> jpegOf(const QImage &picture)
+{
+    QBuffer file;
+    file.open(QIODevice::WriteOnly);
+    picture.save(&file, "jpeg", 95);
+    return {file.data().begin(), file.data().end()};
+}
+
+QImage evenPicture(const QColor &colour, QSize size = {64, 48})
+{
+    QImage picture(size, QImage::Format_RGB32);
+    picture.fill(colour);
+    return picture;
+}
+
+/// Whether all pixels are opaque and of this grey, but for one level.
+bool isEven(const QImage &picture, int grey)
+{
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QRgb pixel = picture.pixel(x, y);
+            if (qAlpha(pixel) != 255 || std::abs(qRed(pixel) - grey) > 1 ||
+                std::abs(qGreen(pixel) - grey) > 1 || std::abs(qBlue(pixel) - grey) > 1)
+                return false;
+        }
+    }
+    return !picture.isNull();
+}
+
+/// The service as QCamera uses it, on the first camera of a machine.
+class Rig
+{
+public:
+    explicit Rig(FakeMachine &on)
+        : machine(on)
+        , catalogue(std::make_unique<VideoCatalogue>(machine.kernel, machine.folders))
+        , service(std::make_unique<CameraService>(*catalogue))
+        , control(service->requestControl<QCameraControl *>())
+        , stills(service->requestControl<QCameraImageCaptureControl *>())
+        , errors(control, &QCameraControl::error)
+    {
+        service->requestControl<QVideoRendererControl *>()->setSurface(&surface);
+    }
+
+    void start() const { control->setState(QCamera::ActiveState); }
+
+    /// Delivers frames of all bytes \a value until one is shown.
+    bool showEven(std::uint8_t value)
+    {
+        return showBytes(
+            [=] { return std::vector<std::uint8_t>(machine.kernel.format().sizeimage, value); });
+    }
+
+    bool showJpeg(const QImage &picture)
+    {
+        const std::vector<std::uint8_t> bytes = jpegOf(picture);
+        return showBytes([&] { return bytes; });
+    }
+
+    template<typename Bytes>
+    bool showBytes(Bytes bytes)
+    {
+        const int before = surface.frames;
+        if (!QTest::qWaitFor([&] { return machine.kernel.deliver(bytes()); }))
+            return false;
+        return QTest::qWaitFor([&] { return surface.frames > before; });
+    }
+
+    /// Delivers all the while: a stream that is about to end swallows frames.
+    bool startAndShow(std::uint8_t value)
+    {
+        const int before = surface.frames;
+        start();
+        return QTest::qWaitFor([&] {
+            machine.kernel.deliverEven(value);
+            return surface.frames > before && control->status() == QCamera::ActiveStatus;
+        });
+    }
+
+    /// Lets a second pass at a time until \a condition holds.
+    template<typename Condition>
+    bool passTimeUntil(Condition condition)
+    {
+        return QTest::qWaitFor([&] {
+            if (condition())
+                return true;
+            machine.kernel.advance(1s);
+            return false;
+        });
+    }
+
+    bool passTimeUntilItStreams()
+    {
+        return passTimeUntil([this] { return machine.kernel.isStreaming(); });
+    }
+
+    QString lastError() const
+    {
+        return errors.isEmpty() ? QString() : errors.last().at(1).toString();
+    }
+
+    FakeMachine &machine;
+    FrameRecorder surface;
+    std::unique_ptr<VideoCatalogue> catalogue;
+    std::unique_ptr<CameraService> service;
+    QCameraControl *control;
+    QCameraImageCaptureControl *stills;
+    QSignalSpy errors;
+};
+
+} // namespace
+
+class VideoCameraTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        for (const char *name : {"FORMAT", "TURN", "MIRROR", "MAINS"})
+            qunsetenv(QByteArray("KIVRA_CAMERA_") + name);
+    }
+
+    void showsWhatTheDriverFilms();
+    void everyPixelArrives();
+    void choosesTheFluentFormat();
+    void theSettingChoosesTheFormat();
+    void picturesAreTurnedAndMirrored();
+    void jpegOfAnotherSizeChangesTheFormat();
+    void faultyFramesAreSkipped();
+    void stopClosesTheDevice();
+    void startsAgain();
+
+    void unpluggedAndBack();
+    void backOnAnotherNode();
+    void aTwinIsNotTaken();
+    void stopEndsTheWaiting();
+    void unpluggedBeforeTheStart();
+    void noRightIsToldAndWaitedFor();
+    void inUseIsToldAndWaitedFor();
+    void withoutBandwidthASmallerFormat();
+    void noBandwidthAtAll();
+    void nothingReadable();
+    void noFramesForThreeSeconds();
+    void sleepDoesNotCount();
+    void impossibleAnswers();
+    void hiccupIsNotTold();
+
+    void stillOfTheStream();
+    void jpegIsStoredAsItCame();
+    void lowerQualityIsEncoded();
+    void largerStillSwitchesTheFormat();
+    void stillSurvivesStop();
+    void slowControlsDoNotDelayTheStill();
+    void missingControlsAreNotSupported();
+    void compensationSurvivesALoss();
+};
+
+void VideoCameraTest::showsWhatTheDriverFilms()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    // 16 to 235 become 0 to 255.
+    QVERIFY(isEven(rig.surface.picture(), 130));
+    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(64, 48));
+    QVERIFY(rig.surface.onOwnThread);
+    QVERIFY(rig.errors.isEmpty());
+}
+
+void VideoCameraTest::everyPixelArrives()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    QVideoFrame frame = rig.surface.lastFrame;
+    QVERIFY(frame.map(QAbstractVideoBuffer::ReadOnly));
+    // The window's surface takes the last 32 bytes for the driver's.
+    QCOMPARE(frame.mappedBytes(), 64 * 48 * 4 + 32);
+    frame.unmap();
+}
+
+void VideoCameraTest::choosesTheFluentFormat()
+{
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+    QCOMPARE(machine.kernel.format().pixelformat, mjpeg);
+    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(64, 48));
+}
+
+void VideoCameraTest::theSettingChoosesTheFormat()
+{
+    qputenv("KIVRA_CAMERA_FORMAT", "128x96@10");
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {128, 96})));
+    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(128, 96));
+}
+
+void VideoCameraTest::picturesAreTurnedAndMirrored()
+{
+    qputenv("KIVRA_CAMERA_TURN", "90");
+    qputenv("KIVRA_CAMERA_MIRROR", "1");
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    QImage picture = evenPicture(Qt::white);
+    for (int y = 0; y < 24; ++y) {
+        for (int x = 0; x < 32; ++x)
+            picture.setPixel(x, y, 0xff000000);
+    }
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(rig.showJpeg(picture));
+    const QImage shown = rig.surface.picture();
+    QCOMPARE(shown.size(), QSize(48, 64));
+    // The top left corner goes to the top right, and the mirror brings it back.
+    QVERIFY(qGray(shown.pixel(4, 4)) < 20);
+    QVERIFY(qGray(shown.pixel(43, 4)) > 235);
+    QVERIFY(qGray(shown.pixel(4, 59)) > 235);
+}
+
+void VideoCameraTest::jpegOfAnotherSizeChangesTheFormat()
+{
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+    QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {32, 16})));
+    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(32, 16));
+    QCOMPARE(rig.surface.picture().size(), QSize(32, 16));
+}
+
+void VideoCameraTest::faultyFramesAreSkipped()
+{
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+    const int before = rig.surface.frames;
+    const std::vector<std::uint8_t> good = jpegOf(evenPicture(Qt::white));
+    QVERIFY(machine.kernel.deliver(good, V4L2_BUF_FLAG_ERROR));
+    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliver({}); }));
+    const std::vector<std::uint8_t> cut(good.begin(), good.begin() + long(good.size() / 2));
+    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliver(cut); }));
+    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.queuedBuffers() == 6; }));
+    QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
+    QCOMPARE(rig.surface.frames, before + 1);
+    QVERIFY(isEven(rig.surface.picture(), 0));
+    QVERIFY(rig.errors.isEmpty());
+}
+
+void VideoCameraTest::stopClosesTheDevice()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    const int before = rig.surface.frames;
+    machine.kernel.deliverEven(50);
+    rig.control->setState(QCamera::LoadedState);
+    QTRY_VERIFY(!machine.kernel.isOpen());
+    QCOMPARE(rig.surface.frames, before);
+}
+
+void VideoCameraTest::startsAgain()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    rig.control->setState(QCamera::LoadedState);
+    QVERIFY(rig.startAndShow(235));
+    QVERIFY(rig.errors.isEmpty());
+}
+
+void VideoCameraTest::unpluggedAndBack()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    machine.unplug(0);
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("débranchée")));
+    QCOMPARE(rig.control->state(), QCamera::ActiveState);
+    QCOMPARE(rig.control->status(), QCamera::StartingStatus);
+    machine.plug(0, smallCamera());
+    QVERIFY(rig.showEven(128));
+    QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
+    QVERIFY(isEven(rig.surface.picture(), 130));
+    QCOMPARE(rig.errors.size(), 1);
+}
+
+void VideoCameraTest::backOnAnotherNode()
+{
+    FakeMachine machine;
+    machine.describeUsb(0, "Visualiseur", "A1", "1.2");
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    auto *const selector = rig.service->requestControl<QVideoDeviceSelectorControl *>();
+    QVERIFY(rig.startAndShow(128));
+    machine.unplug(0);
+    QTRY_COMPARE(rig.errors.size(), 1);
+    machine.describeUsb(3, "Visualiseur", "A1", "1.2");
+    machine.plug(3, smallCamera());
+    QVERIFY(rig.showEven(100));
+    QCOMPARE(selector->deviceName(selector->selectedDevice()),
+             QString::fromStdString(machine.node(3)));
+}
+
+void VideoCameraTest::aTwinIsNotTaken()
+{
+    FakeMachine machine;
+    machine.describeUsb(0, "Visualiseur", "0001", "1.2");
+    machine.describeUsb(1, "Visualiseur", "0001", "1.3");
+    machine.plug(0, smallCamera());
+    machine.plug(1, smallCamera());
+    Rig rig(machine);
+    QTRY_COMPARE(rig.catalogue->devices().size(), 2);
+    // Two equal names would not tell which is which.
+    QCOMPARE(rig.catalogue->devices().at(1).description, QStringLiteral("Visualiseur (usb-1-1.3)"));
+    QVERIFY(rig.startAndShow(128));
+    machine.unplug(0);
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QTRY_COMPARE(rig.catalogue->devices().size(), 1);
+    machine.kernel.advance(2s);
+    QTRY_VERIFY(!machine.kernel.isOpen());
+    QCOMPARE(rig.control->status(), QCamera::StartingStatus);
+    // In another socket it is the one that is missing.
+    machine.describeUsb(2, "Visualiseur", "0001", "1.4");
+    machine.plug(2, smallCamera());
+    QVERIFY(rig.showEven(100));
+}
+
+void VideoCameraTest::stopEndsTheWaiting()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    machine.unplug(0);
+    QTRY_COMPARE(rig.errors.size(), 1);
+    rig.control->setState(QCamera::LoadedState);
+    const int opened = machine.kernel.opened();
+    machine.plug(0, smallCamera());
+    QTRY_COMPARE(rig.catalogue->devices().size(), 1);
+    machine.kernel.advance(5s);
+    QTRY_VERIFY(machine.kernel.somebodyWaits());
+    // The list of cameras asks the node, and nobody else does.
+    QVERIFY(machine.kernel.opened() <= opened + 1);
+    QVERIFY(!machine.kernel.isStreaming());
+    QVERIFY(rig.startAndShow(100));
+}
+
+void VideoCameraTest::unpluggedBeforeTheStart()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QTRY_COMPARE(rig.catalogue->devices().size(), 1);
+    machine.unplug(0);
+    rig.start();
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("n'est pas branchée")));
+    QCOMPARE(rig.control->state(), QCamera::ActiveState);
+    machine.plug(0, smallCamera());
+    QVERIFY(rig.showEven(100));
+}
+
+void VideoCameraTest::noRightIsToldAndWaitedFor()
+{
+    FakeMachine machine;
+    FakeCamera camera = smallCamera();
+    camera.openError = EACCES;
+    machine.describeUsb(0, "Visualiseur", "A1", "1.2");
+    machine.plug(0, camera);
+    Rig rig(machine);
+    QCOMPARE(rig.catalogue->devices().size(), 1); // listed all the same
+    rig.start();
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("le droit")));
+    machine.kernel.advance(1s);
+    machine.kernel.advance(1s);
+    machine.kernel.change(machine.node(0), [](FakeCamera &one) { one.openError = 0; });
+    QVERIFY(rig.passTimeUntilItStreams());
+    QVERIFY(rig.showEven(100));
+    QCOMPARE(rig.errors.size(), 1);
+}
+
+void VideoCameraTest::inUseIsToldAndWaitedFor()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    machine.kernel.refuse(VIDIOC_S_FMT, EBUSY);
+    Rig rig(machine);
+    rig.start();
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("autre programme")));
+    QTRY_VERIFY(!machine.kernel.isOpen());
+    machine.kernel.refuse(VIDIOC_S_FMT, 0);
+    QVERIFY(rig.passTimeUntilItStreams());
+    QVERIFY(rig.showEven(100));
+    QCOMPARE(rig.errors.size(), 1);
+}
+
+void VideoCameraTest::withoutBandwidthASmallerFormat()
+{
+    FakeMachine machine;
+    FakeCamera camera;
+    camera.offers = {offer(yuyv, 128, 96, 30), offer(yuyv, 64, 48, 30), offer(yuyv, 32, 24, 30)};
+    camera.largestFrame = 64 * 48 * 2;
+    machine.plug(0, camera);
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    QCOMPARE(rig.surface.picture().size(), QSize(64, 48));
+    QVERIFY(rig.errors.isEmpty());
+}
+
+void VideoCameraTest::noBandwidthAtAll()
+{
+    FakeMachine machine;
+    FakeCamera camera = smallCamera();
+    camera.largestFrame = 10;
+    machine.plug(0, camera);
+    Rig rig(machine);
+    rig.start();
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("débit")));
+}
+
+void VideoCameraTest::nothingReadable()
+{
+    FakeMachine machine;
+    FakeCamera camera;
+    camera.offers = {offer(V4L2_PIX_FMT_H264, 64, 48, 30)};
+    machine.plug(0, camera);
+    Rig rig(machine);
+    rig.start();
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("format")));
+}
+
+void VideoCameraTest::noFramesForThreeSeconds()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    const int begun = machine.kernel.streamsBegun();
+    QVERIFY(rig.passTimeUntil([&] { return rig.errors.size() == 1; }));
+    QVERIFY(rig.lastError().contains(QStringLiteral("n'envoie plus d'image")));
+    // It is opened anew, and frames bring it back.
+    QVERIFY(rig.passTimeUntil([&] { return machine.kernel.streamsBegun() > begun; }));
+    QVERIFY(rig.showEven(100));
+    QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
+    QCOMPARE(rig.errors.size(), 1);
+}
+
+void VideoCameraTest::sleepDoesNotCount()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    machine.kernel.advance(2900ms);
+    machine.kernel.suspend(3600s);
+    machine.kernel.advance(2000ms);
+    QTRY_VERIFY(machine.kernel.somebodyWaits());
+    machine.kernel.advance(900ms);
+    QVERIFY(rig.showEven(100));
+    QVERIFY(rig.errors.isEmpty());
+}
+
+void VideoCameraTest::impossibleAnswers()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    machine.kernel.answerBy([](unsigned long request, void *argument) -> std::optional<int> {
+        if (request != VIDIOC_DQBUF)
+            return std::nullopt;
+        static_cast<v4l2_buffer *>(argument)->index = 1000;
+        return 0;
+    });
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliverEven(1); }));
+    QTRY_COMPARE(rig.errors.size(), 1);
+    QVERIFY(rig.lastError().contains(QStringLiteral("impossibles")));
+}
+
+void VideoCameraTest::hiccupIsNotTold()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    const int begun = machine.kernel.streamsBegun();
+    machine.kernel.refuse(VIDIOC_DQBUF, EIO);
+    machine.kernel.deliverEven(1);
+    QTRY_COMPARE(machine.kernel.streamsBegun(), begun + 1);
+    machine.kernel.refuse(VIDIOC_DQBUF, 0);
+    QVERIFY(rig.showEven(100));
+    QVERIFY(rig.errors.isEmpty());
+}
+
+namespace {
+
+QString stillPath(const char *name)
+{
+    return Sandbox::instance().documents() + QLatin1Char('/') + QLatin1String(name);
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    file.open(QIODevice::ReadOnly);
+    return file.readAll();
+}
+
+QByteArray bytesOf(const std::vector<std::uint8_t> &bytes)
+{
+    return {reinterpret_cast<const char *>(bytes.data()), int(bytes.size())};
+}
+
+} // namespace
+
+void VideoCameraTest::stillOfTheStream()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    const int begun = machine.kernel.streamsBegun();
+    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+    rig.stills->capture(stillPath("im.png"));
+    QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+    QVERIFY(isEven(QImage(stillPath("im.png")), 130));
+    QCOMPARE(machine.kernel.streamsBegun(), begun);
+}
+
+void VideoCameraTest::jpegIsStoredAsItCame()
+{
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    const QImage picture = evenPicture(Qt::gray);
+    QVERIFY(rig.showJpeg(picture));
+    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+    rig.stills->capture(stillPath("im.jpg"));
+    const std::vector<std::uint8_t> bytes = jpegOf(picture);
+    QTRY_VERIFY((machine.kernel.deliver(bytes), saved.size() == 1));
+    QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
+}
+
+void VideoCameraTest::lowerQualityIsEncoded()
+{
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    const QImage picture = evenPicture(Qt::gray);
+    QVERIFY(rig.showJpeg(picture));
+    QImageEncoderSettings settings;
+    settings.setQuality(QMultimedia::LowQuality);
+    rig.service->requestControl<QImageEncoderControl *>()->setImageSettings(settings);
+    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+    rig.stills->capture(stillPath("im.jpg"));
+    const std::vector<std::uint8_t> bytes = jpegOf(picture);
+    QTRY_VERIFY((machine.kernel.deliver(bytes), saved.size() == 1));
+    QVERIFY(contentOf(stillPath("im.jpg")) != bytesOf(bytes));
+    QCOMPARE(QImage(stillPath("im.jpg")).size(), QSize(64, 48));
+}
+
+void VideoCameraTest::largerStillSwitchesTheFormat()
+{
+    FakeMachine machine;
+    machine.plug(0, jpegCamera());
+    Rig rig(machine);
+    rig.start();
+    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+    auto *const encoder = rig.service->requestControl<QImageEncoderControl *>();
+    QCOMPARE(encoder->supportedResolutions({}), (QList<QSize>{{64, 48}, {128, 96}}));
+    QImageEncoderSettings settings;
+    settings.setResolution(128, 96);
+    encoder->setImageSettings(settings);
+    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+    rig.stills->capture(stillPath("im.png"));
+    QTRY_COMPARE(machine.kernel.format().width, 128u);
+    // The exposure begins anew: the first frames are dark.
+    int level = 0;
+    const auto deliver = [&] {
+        const int grey = std::min(level, 100);
+        if (machine.kernel.format().width == 128 && machine.kernel.queuedBuffers() == 6 &&
+            machine.kernel.deliver(jpegOf(evenPicture(QColor(grey, grey, grey), {128, 96}))))
+            level += 25;
+        return saved.size() == 1;
+    };
+    QTRY_VERIFY(deliver());
+    const QImage still(stillPath("im.png"));
+    QCOMPARE(still.size(), QSize(128, 96));
+    QVERIFY(isEven(still, 100));
+    QTRY_VERIFY(machine.kernel.format().width == 64 && machine.kernel.isStreaming());
+    QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
+    QVERIFY(rig.errors.isEmpty());
+}
+
+void VideoCameraTest::stillSurvivesStop()
+{
+    FakeMachine machine;
+    machine.plug(0, smallCamera());
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+    QSignalSpy readiness(rig.stills, &QCameraImageCaptureControl::readyForCaptureChanged);
+    rig.stills->capture(stillPath("im.png"));
+    QCoreApplication::processEvents();
+    rig.control->setState(QCamera::LoadedState);
+    QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+    QTRY_VERIFY(!machine.kernel.isOpen());
+}
+
+void VideoCameraTest::slowControlsDoNotDelayTheStill()
+{
+    FakeMachine machine;
+    FakeCamera camera = smallCamera();
+    camera.controls[V4L2_CID_FOCUS_AUTO] = {0, 1, 1, 0, {}};
+    machine.plug(0, camera);
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
+    machine.kernel.holdControls(true);
+    locks->searchAndLock(QCamera::LockFocus);
+    QTRY_COMPARE(machine.kernel.controlsSet(), 1);
+    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+    rig.stills->capture(stillPath("im.png"));
+    QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+    machine.kernel.holdControls(false);
+    QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Locked);
+    rig.control->setState(QCamera::LoadedState);
+    // Left as it was found.
+    QTRY_VERIFY(!machine.kernel.isOpen());
+    QCOMPARE(machine.kernel.control(machine.node(0), V4L2_CID_FOCUS_AUTO), 1);
+}
+
+void VideoCameraTest::missingControlsAreNotSupported()
+{
+    FakeMachine machine;
+    FakeCamera camera = smallCamera();
+    camera.controls[V4L2_CID_AUTO_WHITE_BALANCE] = {0, 1, 1, 0, {}};
+    machine.plug(0, camera);
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
+    QCOMPARE(locks->supportedLocks(), QCamera::LockTypes(QCamera::LockWhiteBalance));
+    locks->searchAndLock(QCamera::LockFocus | QCamera::LockWhiteBalance);
+    QTRY_COMPARE(locks->lockStatus(QCamera::LockWhiteBalance), QCamera::Locked);
+    QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Unlocked);
+    auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
+    QVERIFY(!exposure->isParameterSupported(QCameraExposureControl::ExposureCompensation));
+    machine.unplug(0);
+    QTRY_COMPARE(locks->lockStatus(QCamera::LockWhiteBalance), QCamera::Unlocked);
+}
+
+void VideoCameraTest::compensationSurvivesALoss()
+{
+    FakeMachine machine;
+    FakeCamera camera = smallCamera();
+    camera.controls[V4L2_CID_EXPOSURE_ABSOLUTE] = {1, 1000, 100, 0, {}};
+    machine.plug(0, camera);
+    Rig rig(machine);
+    QVERIFY(rig.startAndShow(128));
+    auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
+    QVERIFY(exposure->setValue(QCameraExposureControl::ExposureCompensation, 1.0));
+    const auto time = [&] {
+        return machine.kernel.control(machine.node(0), V4L2_CID_EXPOSURE_ABSOLUTE);
+    };
+    QTRY_COMPARE(time(), 200);
+    machine.unplug(0);
+    QTRY_COMPARE(rig.errors.size(), 1);
+    machine.plug(0, camera);
+    QTRY_COMPARE(time(), 200);
+    QVERIFY(rig.showEven(100));
+}
+
+} // namespace kivra::test
+
+KIVRA_TEST(kivra::test::VideoCameraTest)
+
+#include "test_videocamera.moc"
