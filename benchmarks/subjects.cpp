@@ -8,6 +8,7 @@
 #include "processing/threshold.h"
 #include "tests/reference/reference.h"
 
+#include <QImage>
 #include <QRandomGenerator>
 #include <algorithm>
 #include <array>
