@@ -138,7 +138,7 @@ bool FrameDecoder::decode(const RawFrame &frame, const Picture &picture)
     if (!rows)
         return false;
     implementation->writer.write(*rows, *source, picture);
-    return true;
+    return rows->isGood();
 }
 
 } // namespace kivra::cameras

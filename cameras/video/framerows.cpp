@@ -61,7 +61,7 @@ PackedRows::PackedRows(const YuvRows &rows, Family packing, ByteRows content)
 {
 }
 
-void PackedRows::read(int y, int x, int n, std::uint32_t *to) const
+void PackedRows::read(int y, int x, int n, std::uint32_t *to)
 {
     const std::uint8_t *const from = pairs.at(y, 2 * x);
     if (family == Family::Uyvy)
@@ -78,7 +78,7 @@ SemiPlanarRows::SemiPlanarRows(const YuvRows &rows, bool isReversed, ByteRows y,
 {
 }
 
-void SemiPlanarRows::read(int y, int x, int n, std::uint32_t *to) const
+void SemiPlanarRows::read(int y, int x, int n, std::uint32_t *to)
 {
     const std::uint8_t *const pairs = chroma.at(y / 2, x);
     if (isVFirst)
@@ -93,7 +93,7 @@ PlanarRows::PlanarRows(const YuvRows &rows, const Planes &content)
 {
 }
 
-void PlanarRows::read(int y, int x, int n, std::uint32_t *to) const
+void PlanarRows::read(int y, int x, int n, std::uint32_t *to)
 {
     if (planes.shiftAcross == 2) {
         readQuarters(y, x, n, to);
@@ -131,7 +131,7 @@ GreyRows::GreyRows(const YuvRows &rows, ByteRows y)
 {
 }
 
-void GreyRows::read(int y, int x, int n, std::uint32_t *to) const
+void GreyRows::read(int y, int x, int n, std::uint32_t *to)
 {
     convert.grey(luma.at(y, x), to, n);
 }
@@ -143,7 +143,7 @@ RgbRows::RgbRows(ByteOrder bytes, Range levels, ByteRows content)
 {
 }
 
-void RgbRows::read(int y, int x, int n, std::uint32_t *to) const
+void RgbRows::read(int y, int x, int n, std::uint32_t *to)
 {
     toWords(order, pixels.at(y, bytesPerPixel(order) * x), to, n);
     if (range == Range::Limited)

@@ -9,13 +9,15 @@
 
 namespace kivra::cameras {
 
-/// A frame as rows of words 0xFFRRGGBB.
+/// A frame as rows of words 0xFFRRGGBB, to be read from the top down; one row, more than once.
 class FrameRows
 {
 public:
     virtual ~FrameRows() = default;
     /// Writes \a n pixels of row \a y, from pixel \a x on. \a x is a multiple of 4.
-    virtual void read(int y, int x, int n, std::uint32_t *to) const = 0;
+    virtual void read(int y, int x, int n, std::uint32_t *to) = 0;
+    /// Whether all rows that were read are good; the others hold anything.
+    virtual bool isGood() const { return true; }
 };
 
 /// One component of a frame in memory of somebody else.
@@ -35,7 +37,7 @@ class PackedRows : public FrameRows
 {
 public:
     PackedRows(const YuvRows &convert, Family family, ByteRows pairs);
-    void read(int y, int x, int n, std::uint32_t *to) const override;
+    void read(int y, int x, int n, std::uint32_t *to) override;
 
 private:
     const YuvRows &convert;
@@ -48,7 +50,7 @@ class SemiPlanarRows : public FrameRows
 {
 public:
     SemiPlanarRows(const YuvRows &convert, bool isVFirst, ByteRows luma, ByteRows chroma);
-    void read(int y, int x, int n, std::uint32_t *to) const override;
+    void read(int y, int x, int n, std::uint32_t *to) override;
 
 private:
     const YuvRows &convert;
@@ -71,7 +73,7 @@ public:
     };
 
     PlanarRows(const YuvRows &convert, const Planes &planes);
-    void read(int y, int x, int n, std::uint32_t *to) const override;
+    void read(int y, int x, int n, std::uint32_t *to) override;
 
 private:
     void readQuarters(int y, int x, int n, std::uint32_t *to) const;
@@ -84,7 +86,7 @@ class GreyRows : public FrameRows
 {
 public:
     GreyRows(const YuvRows &convert, ByteRows luma);
-    void read(int y, int x, int n, std::uint32_t *to) const override;
+    void read(int y, int x, int n, std::uint32_t *to) override;
 
 private:
     const YuvRows &convert;
@@ -95,7 +97,7 @@ class RgbRows : public FrameRows
 {
 public:
     RgbRows(ByteOrder order, Range range, ByteRows pixels);
-    void read(int y, int x, int n, std::uint32_t *to) const override;
+    void read(int y, int x, int n, std::uint32_t *to) override;
 
 private:
     ByteOrder order;

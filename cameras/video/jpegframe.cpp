@@ -12,8 +12,9 @@ namespace kivra::cameras {
 
 namespace {
 
-// What a frame is decoded to: its components as they are, or pixels in the first plane.
-struct Decoded
+// The rows that the library decodes in one go, which stay in the cache: components as they are, or
+// pixels in the first plane.
+struct Group
 {
     enum class Kind {
         Grey,
@@ -29,6 +30,7 @@ struct Decoded
     };
 
     Kind kind = Kind::Grey;
+    int rows = 0;
     int shiftAcross = 0;
     int shiftDown = 0;
     std::array<Plane, 3> planes;
@@ -86,12 +88,12 @@ int shiftOf(int most, int factor)
     return -1;
 }
 
-Decoded::Kind kindOf(const jpeg_decompress_struct &info, Decoded &to)
+Group::Kind kindOf(const jpeg_decompress_struct &info, Group &to)
 {
     if (info.jpeg_color_space == JCS_GRAYSCALE)
-        return Decoded::Kind::Grey;
+        return Group::Kind::Grey;
     if (info.jpeg_color_space != JCS_YCbCr || info.num_components != 3)
-        return Decoded::Kind::Words;
+        return Group::Kind::Words;
     const jpeg_component_info &y = info.comp_info[0];
     const jpeg_component_info &u = info.comp_info[1];
     const jpeg_component_info &v = info.comp_info[2];
@@ -101,70 +103,59 @@ Decoded::Kind kindOf(const jpeg_decompress_struct &info, Decoded &to)
         y.h_samp_factor == info.max_h_samp_factor && y.v_samp_factor == info.max_v_samp_factor &&
         u.h_samp_factor == v.h_samp_factor && u.v_samp_factor == v.v_samp_factor &&
         to.shiftAcross >= 0 && to.shiftDown >= 0;
-    return arePlanes ? Decoded::Kind::Planes : Decoded::Kind::Words;
+    return arePlanes ? Group::Kind::Planes : Group::Kind::Words;
 }
 
-std::size_t blocks(unsigned int count, int factor)
+std::size_t samples(const jpeg_decompress_struct &info, std::size_t component)
 {
-    return static_cast<std::size_t>(count) * static_cast<std::size_t>(factor) * DCTSIZE;
+    return static_cast<std::size_t>(info.comp_info[component].v_samp_factor) * DCTSIZE;
 }
 
-// Samples of whole blocks, beyond the picture's edges too.
-void readPlanes(jpeg_decompress_struct &info, Decoded &to)
+// Whole blocks, beyond the picture's edges too.
+void preparePlanes(jpeg_decompress_struct &info, Group &to)
+{
+    info.out_color_space = info.jpeg_color_space;
+    info.raw_data_out = TRUE;
+    const auto most = static_cast<unsigned int>(info.max_h_samp_factor) * DCTSIZE;
+    const std::size_t across = (info.image_width + most - 1) / most;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(info.num_components); ++i) {
+        Group::Plane &plane = to.planes.at(i);
+        plane.stride = across * static_cast<std::size_t>(info.comp_info[i].h_samp_factor) * DCTSIZE;
+        plane.samples.resize(plane.stride * samples(info, i));
+    }
+    to.rows = info.max_v_samp_factor * DCTSIZE;
+}
+
+void prepareWords(jpeg_decompress_struct &info, Group &to)
+{
+    info.out_color_space = JCS_EXT_BGRX;
+    info.do_fancy_upsampling = FALSE;
+    to.planes[0].stride = std::size_t{4} * info.image_width;
+    to.planes[0].samples.resize(to.planes[0].stride);
+    to.rows = 1;
+}
+
+void readPlanes(jpeg_decompress_struct &info, Group &to)
 {
     constexpr std::size_t mostRows = std::size_t{MAX_SAMP_FACTOR} * DCTSIZE;
     std::array<std::array<JSAMPROW, mostRows>, 3> rows{};
     std::array<JSAMPARRAY, 3> components{};
-    const unsigned int across =
-        (info.image_width + static_cast<unsigned int>(info.max_h_samp_factor) * DCTSIZE - 1) /
-        (static_cast<unsigned int>(info.max_h_samp_factor) * DCTSIZE);
     for (std::size_t i = 0; i < static_cast<std::size_t>(info.num_components); ++i) {
-        const jpeg_component_info &component = info.comp_info[i];
-        Decoded::Plane &plane = to.planes.at(i);
-        plane.stride = blocks(across, component.h_samp_factor);
-        plane.samples.resize(plane.stride * blocks(info.total_iMCU_rows, component.v_samp_factor));
+        Group::Plane &plane = to.planes.at(i);
+        for (std::size_t row = 0; row < samples(info, i); ++row)
+            rows.at(i).at(row) = plane.samples.data() + plane.stride * row;
         components.at(i) = rows.at(i).data();
     }
-    const auto step = static_cast<unsigned int>(info.max_v_samp_factor) * DCTSIZE;
-    for (unsigned int group = 0; group < info.total_iMCU_rows; ++group) {
-        for (std::size_t i = 0; i < static_cast<std::size_t>(info.num_components); ++i) {
-            Decoded::Plane &plane = to.planes.at(i);
-            const std::size_t count = blocks(1, info.comp_info[i].v_samp_factor);
-            for (std::size_t row = 0; row < count; ++row)
-                rows.at(i).at(row) = plane.samples.data() + plane.stride * (count * group + row);
-        }
-        jpeg_read_raw_data(&info, components.data(), step);
-    }
+    jpeg_read_raw_data(&info, components.data(), static_cast<JDIMENSION>(to.rows));
 }
 
-void readWords(jpeg_decompress_struct &info, Decoded &to)
+void readWords(jpeg_decompress_struct &info, Group &to)
 {
-    Decoded::Plane &plane = to.planes.front();
-    plane.stride = std::size_t{4} * info.output_width;
-    plane.samples.resize(plane.stride * info.output_height);
-    while (info.output_scanline < info.output_height) {
-        JSAMPROW row = plane.samples.data() + plane.stride * info.output_scanline;
-        jpeg_read_scanlines(&info, &row, 1);
-    }
+    JSAMPROW row = to.planes[0].samples.data();
+    jpeg_read_scanlines(&info, &row, 1);
 }
 
-void readPicture(jpeg_decompress_struct &info, Decoded &to)
-{
-    to.kind = kindOf(info, to);
-    if (to.kind == Decoded::Kind::Words) {
-        info.out_color_space = JCS_EXT_BGRX;
-        info.do_fancy_upsampling = FALSE;
-    } else {
-        info.out_color_space = info.jpeg_color_space;
-        info.raw_data_out = TRUE;
-    }
-    jpeg_start_decompress(&info);
-    if (to.kind == Decoded::Kind::Words)
-        readWords(info, to);
-    else
-        readPlanes(info, to);
-}
-
+// In its functions that the library may leave, no object with a destructor may live meanwhile.
 class Decompressor
 {
 public:
@@ -179,8 +170,8 @@ public:
     Decompressor &operator=(const Decompressor &) = delete;
     ~Decompressor() { jpeg_destroy_decompress(&info); }
 
-    // No object with a destructor may live between here and the library's way out.
-    bool read(const std::uint8_t *jpeg, std::size_t length, Size size, Decoded &to)
+    // Makes ready for the first group of rows.
+    bool begin(const std::uint8_t *jpeg, std::size_t length, Size size, Group &to)
     {
         if (setjmp(errors.leave) != 0)
             return false;
@@ -192,7 +183,23 @@ public:
             info.image_height != static_cast<unsigned int>(size.height))
             return false;
         errors.isCutTolerated = jpeg_has_multiple_scans(&info) == FALSE;
-        readPicture(info, to);
+        to.kind = kindOf(info, to);
+        if (to.kind == Group::Kind::Words)
+            prepareWords(info, to);
+        else
+            preparePlanes(info, to);
+        jpeg_start_decompress(&info);
+        return true;
+    }
+
+    bool readNext(Group &to)
+    {
+        if (setjmp(errors.leave) != 0)
+            return false;
+        if (to.kind == Group::Kind::Words)
+            readWords(info, to);
+        else
+            readPlanes(info, to);
         return true;
     }
 
@@ -202,11 +209,67 @@ private:
     Errors errors;
 };
 
+std::unique_ptr<FrameRows> rowsOf(const Group &group, const YuvRows &convert)
+{
+    const auto &planes = group.planes;
+    switch (group.kind) {
+    case Group::Kind::Grey:
+        return std::make_unique<GreyRows>(convert, planes[0].rows());
+    case Group::Kind::Planes:
+        return std::make_unique<PlanarRows>(
+            convert, PlanarRows::Planes{planes[0].rows(), planes[1].rows(), planes[2].rows(),
+                                        group.shiftAcross, group.shiftDown});
+    case Group::Kind::Words:
+        break;
+    }
+    return std::make_unique<RgbRows>(ByteOrder::Bgrx, Range::Full, planes[0].rows());
+}
+
+// Decodes a group when the first of its rows is read.
+class JpegRows : public FrameRows
+{
+public:
+    JpegRows(Group &memory, const YuvRows &conversion)
+        : group(memory)
+        , convert(conversion)
+    {
+    }
+
+    bool begin(const std::uint8_t *jpeg, std::size_t length, Size size)
+    {
+        if (!decompressor.begin(jpeg, length, size, group))
+            return false;
+        inGroup = rowsOf(group, convert);
+        first = -group.rows;
+        return true;
+    }
+
+    void read(int y, int x, int n, std::uint32_t *to) override
+    {
+        while (isWhole && y >= first + group.rows) {
+            isWhole = decompressor.readNext(group);
+            first += group.rows;
+        }
+        if (isWhole)
+            inGroup->read(y - first, x, n, to);
+    }
+
+    bool isGood() const override { return isWhole; }
+
+private:
+    Group &group;
+    const YuvRows &convert;
+    Decompressor decompressor;
+    std::unique_ptr<FrameRows> inGroup;
+    int first = 0; // row of the group
+    bool isWhole = true;
+};
+
 } // namespace
 
 struct JpegFrame::Memory
 {
-    Decoded decoded;
+    Group group;
     YuvRows convert{Matrix::Bt601, Range::Full};
 };
 
@@ -222,21 +285,10 @@ JpegFrame::~JpegFrame() = default;
 std::unique_ptr<FrameRows> JpegFrame::decode(const std::uint8_t *jpeg, std::size_t length,
                                              Size size)
 {
-    Decoded &decoded = memory->decoded;
-    if (!Decompressor().read(jpeg, length, size, decoded))
+    auto rows = std::make_unique<JpegRows>(memory->group, memory->convert);
+    if (!rows->begin(jpeg, length, size))
         return nullptr;
-    switch (decoded.kind) {
-    case Decoded::Kind::Grey:
-        return std::make_unique<GreyRows>(memory->convert, decoded.planes[0].rows());
-    case Decoded::Kind::Planes:
-        return std::make_unique<PlanarRows>(
-            memory->convert,
-            PlanarRows::Planes{decoded.planes[0].rows(), decoded.planes[1].rows(),
-                               decoded.planes[2].rows(), decoded.shiftAcross, decoded.shiftDown});
-    case Decoded::Kind::Words:
-        break;
-    }
-    return std::make_unique<RgbRows>(ByteOrder::Bgrx, Range::Full, decoded.planes[0].rows());
+    return rows;
 }
 
 } // namespace kivra::cameras

@@ -18,8 +18,9 @@ public:
     JpegFrame &operator=(JpegFrame &&) noexcept;
     ~JpegFrame();
 
-    /// The rows of \a jpeg, to be read before the next call; null if it is cut, corrupt, not of
-    /// \a size pixels or of colours that a camera has not (CMYK).
+    /// The rows of \a jpeg, which are decoded when they are read; to be done with before the next
+    /// call. Null if the header is corrupt, of other than \a size pixels or of colours that a
+    /// camera has not (CMYK).
     std::unique_ptr<FrameRows> decode(const std::uint8_t *jpeg, std::size_t length, Size size);
 
 private:

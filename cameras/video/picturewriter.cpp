@@ -27,7 +27,7 @@ PictureWriter::PictureWriter(Orientation wanted)
 {
 }
 
-void PictureWriter::write(const FrameRows &rows, Size size, const Picture &picture)
+void PictureWriter::write(FrameRows &rows, Size size, const Picture &picture)
 {
     if (orientation.turn == Turn::By90 || orientation.turn == Turn::By270)
         writeSideways(rows, size, picture);
@@ -37,7 +37,7 @@ void PictureWriter::write(const FrameRows &rows, Size size, const Picture &pictu
         writeStaged(rows, size, picture);
 }
 
-void PictureWriter::writeUpright(const FrameRows &rows, Size size, const Picture &picture) const
+void PictureWriter::writeUpright(FrameRows &rows, Size size, const Picture &picture) const
 {
     for (int y = 0; y < size.height; ++y)
         rows.read(y, 0, size.width, rowOf(picture, y));
@@ -48,7 +48,7 @@ void PictureWriter::writeUpright(const FrameRows &rows, Size size, const Picture
 // it mirroring takes 1.5 times as long, a turn by 180 twice (from bottom to top, the processor
 // fetches nothing ahead by itself; hence the pieces from right to left, which continue in the row
 // above).
-void PictureWriter::writeStaged(const FrameRows &rows, Size size, const Picture &picture)
+void PictureWriter::writeStaged(FrameRows &rows, Size size, const Picture &picture)
 {
     constexpr int piece = 64;
     const bool isUpsideDown = orientation.turn == Turn::By180;
@@ -71,7 +71,7 @@ void PictureWriter::writeStaged(const FrameRows &rows, Size size, const Picture 
 
 // A few rows at a time become columns. A mirrored turn takes them from the bottom up, which libyuv
 // does for a negative height.
-void PictureWriter::writeSideways(const FrameRows &rows, Size size, const Picture &picture)
+void PictureWriter::writeSideways(FrameRows &rows, Size size, const Picture &picture)
 {
     constexpr int most = 8;
     const bool isRightToLeft = (orientation.turn == Turn::By90) != orientation.mirror;

@@ -15,12 +15,12 @@ public:
     explicit PictureWriter(Orientation orientation);
 
     /// The whole frame of \a size pixels; \a picture has that size, turned.
-    void write(const FrameRows &rows, Size size, const Picture &picture);
+    void write(FrameRows &rows, Size size, const Picture &picture);
 
 private:
-    void writeUpright(const FrameRows &rows, Size size, const Picture &picture) const;
-    void writeStaged(const FrameRows &rows, Size size, const Picture &picture);
-    void writeSideways(const FrameRows &rows, Size size, const Picture &picture);
+    void writeUpright(FrameRows &rows, Size size, const Picture &picture) const;
+    void writeStaged(FrameRows &rows, Size size, const Picture &picture);
+    void writeSideways(FrameRows &rows, Size size, const Picture &picture);
 
     Orientation orientation;
     std::vector<std::uint32_t> stage;
