@@ -44,21 +44,34 @@ struct RowFunctions
             libyuv::I400ToARGBRow_##greys                                                          \
     }
 
-RowFunctions chooseRows()
+// Those for any number of pixels convert a vector more than they need to.
+struct Rows
+{
+    RowFunctions ofAny;
+    RowFunctions ofWholeVectors;
+
+    const RowFunctions &forPixels(int n) const
+    {
+        constexpr int widest = 32;
+        return n % widest == 0 ? ofWholeVectors : ofAny;
+    }
+};
+
+Rows chooseRows()
 {
 #if defined(HAS_YUY2TOARGBROW_AVX2)
     if (libyuv::TestCpuFlag(libyuv::kCpuHasAVX2))
-        return KIVRA_ROWS(Any_AVX2, Any_AVX2);
+        return {KIVRA_ROWS(Any_AVX2, Any_AVX2), KIVRA_ROWS(AVX2, AVX2)};
 #endif
 #if defined(HAS_YUY2TOARGBROW_SSSE3)
     if (libyuv::TestCpuFlag(libyuv::kCpuHasSSSE3))
-        return KIVRA_ROWS(Any_SSSE3, Any_SSE2);
+        return {KIVRA_ROWS(Any_SSSE3, Any_SSE2), KIVRA_ROWS(SSSE3, SSE2)};
 #endif
 #if defined(HAS_YUY2TOARGBROW_NEON)
     if (libyuv::TestCpuFlag(libyuv::kCpuHasNEON))
-        return KIVRA_ROWS(Any_NEON, Any_NEON);
+        return {KIVRA_ROWS(Any_NEON, Any_NEON), KIVRA_ROWS(NEON, NEON)};
 #endif
-    return KIVRA_ROWS(C, C);
+    return {KIVRA_ROWS(C, C), KIVRA_ROWS(C, C)};
 }
 
 // How much of luma and of the two colour differences each channel takes (ITU-R BT.601-7, 2.5;
@@ -146,7 +159,7 @@ Byte *bytes(std::uint32_t *words)
 struct alignas(32) YuvRows::Conversion
 {
     libyuv::YuvConstants constants;
-    RowFunctions rows;
+    Rows rows;
 };
 
 YuvRows::YuvRows(Matrix matrix, Range range)
@@ -160,37 +173,37 @@ YuvRows::~YuvRows() = default;
 
 void YuvRows::yuyv(const Byte *pairs, std::uint32_t *to, int n) const
 {
-    conversion->rows.yuyv(pairs, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).yuyv(pairs, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::uyvy(const Byte *pairs, std::uint32_t *to, int n) const
 {
-    conversion->rows.uyvy(pairs, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).uyvy(pairs, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::nv12(const Byte *y, const Byte *uv, std::uint32_t *to, int n) const
 {
-    conversion->rows.nv12(y, uv, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).nv12(y, uv, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::nv21(const Byte *y, const Byte *vu, std::uint32_t *to, int n) const
 {
-    conversion->rows.nv21(y, vu, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).nv21(y, vu, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::i444(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
 {
-    conversion->rows.i444(y, u, v, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).i444(y, u, v, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::i422(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
 {
-    conversion->rows.i422(y, u, v, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).i422(y, u, v, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::grey(const Byte *y, std::uint32_t *to, int n) const
 {
-    conversion->rows.grey(y, bytes(to), &conversion->constants, n);
+    conversion->rows.forPixels(n).grey(y, bytes(to), &conversion->constants, n);
 }
 
 } // namespace kivra::cameras

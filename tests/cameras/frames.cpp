@@ -92,9 +92,7 @@ CameraFrame makeFrame(const std::string &fourcc, int width, int height, std::siz
     const std::size_t half = (stride + 1) / 2;
     std::vector<std::size_t> sizes{stride * rows};
     frame.strides = {stride};
-    if (isOneOf(fourcc, {"NV12", "NV21"})) {
-        sizes = {stride * rows + 2 * half * halfRows};
-    } else if (isOneOf(fourcc, {"YU12", "YV12"})) {
+    if (isOneOf(fourcc, {"NV12", "NV21", "YU12", "YV12"})) {
         sizes = {stride * rows + 2 * half * halfRows};
     } else if (isOneOf(fourcc, {"NM12", "NM21"})) {
         sizes.push_back((2 * half + padding) * halfRows);

@@ -15,7 +15,6 @@ namespace {
 using cameras::FrameDecoder;
 using cameras::FrameFormat;
 using cameras::Orientation;
-using cameras::RawFrame;
 using cameras::Size;
 using reference::CameraFrame;
 using reference::CameraPicture;

@@ -67,7 +67,7 @@ std::size_t walk(const Bytes &jpeg, Found found)
 {
     std::size_t at = 2;
     while (jpeg.at(at + 1) != 0xDA) {
-        const std::size_t length = 2U + (jpeg.at(at + 2) << 8U | jpeg.at(at + 3));
+        const std::size_t length = 2 + std::size_t{256} * jpeg.at(at + 2) + jpeg.at(at + 3);
         found(at, length);
         at += length;
     }
