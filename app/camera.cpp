@@ -124,7 +124,7 @@ void Camera::readSettings()
 QByteArray Camera::fillDeviceMenu()
 {
     auto *const devices = new DeviceMenu(ui->menuDevices, this);
-    const QByteArray chosen = devices->chooseFirst();
+    QByteArray chosen = devices->chooseFirst();
     connect(devices->group(), SIGNAL(triggered(QAction *)), this,
             SLOT(updateCameraDevice(QAction *)));
     connect(ui->menuDevices, &QMenu::aboutToShow, devices,
