@@ -2,7 +2,9 @@
 
 #include "app/accessibility.h"
 #include "app/devicemenu.h"
+#include "app/plaintext.h"
 #include "app/secondpress.h"
+#include "decoding/pictureopener.h"
 #include "resources/resources.h"
 #include "storage/images.h"
 #include "storage/settings.h"
@@ -41,7 +43,9 @@ Camera::Camera(QWidget *parent)
 {
     initialiseResources();
     registerMetaTypes();
+    new PlainText(this);
     setUpForm();
+    setUpOpening();
     readSettings();
     images = std::make_unique<Images>();
     videoSurface = std::make_unique<VideoSurface>(nullptr);
@@ -55,8 +59,10 @@ Camera::Camera(QWidget *parent)
     setShortcuts();
     startTimers();
     ui->displayWidget->setZoomFactor(float(coefZoom * 0.01));
-    if (!_imgAOuvrir.isEmpty())
+    if (!_imgAOuvrir.isEmpty()) {
         displayFile(_imgAOuvrir);
+        opener->wait();
+    }
     ui->displayWidget->busy = false;
 }
 
@@ -118,7 +124,7 @@ void Camera::readSettings()
 QByteArray Camera::fillDeviceMenu()
 {
     auto *const devices = new DeviceMenu(ui->menuDevices, this);
-    const QByteArray chosen = devices->chooseFirst();
+    QByteArray chosen = devices->chooseFirst();
     connect(devices->group(), SIGNAL(triggered(QAction *)), this,
             SLOT(updateCameraDevice(QAction *)));
     connect(ui->menuDevices, &QMenu::aboutToShow, devices,
@@ -194,6 +200,7 @@ void Camera::closeEvent(QCloseEvent *event)
         closePending = true;
         event->ignore();
     } else {
+        forgetFile();
         event->accept();
     }
 }

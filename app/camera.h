@@ -17,6 +17,9 @@ class QTimer;
 class SecondPress;
 class Ui_Camera;
 class VideoSurface;
+namespace kivra {
+class PictureOpener;
+}
 
 /// Path of the picture to show at the start; empty for the live picture.
 extern QString _imgAOuvrir;
@@ -140,7 +143,9 @@ private slots:
 private:
     friend class CameraProbe; // the tests' eye on state that no widget shows
 
-    /// Loads a picture file and shows it in place of the live picture; a box tells of a failure.
+    /// Opens a picture file and shows it in place of the live picture; a box tells of a failure.
+    /// The window goes on meanwhile: showFile() or tellFailure() is called when the outcome is
+    /// known, which may be at once. What was being opened before is given up without a word.
     void displayFile(const QString &path);
 
     // Steps of the construction
@@ -152,6 +157,7 @@ private:
     void groupActions();
     void setShortcuts();
     void startTimers();
+    void setUpOpening();
 
     // Helpers of the slots
     void connectCamera();
@@ -165,6 +171,14 @@ private:
     void selectCoefficient(int coefficient, const QString &message);
     void stepCoefficient(bool up);
     void endLivePicture();
+    void showFile(const QString &path, const QImage &picture);
+    void tellFailure(const QString &path);
+    /// For the user who will not wait: the file counts as one that cannot be opened.
+    void giveUpFile();
+    /// For a command that takes the picture's place: what is being opened is no longer wanted.
+    void forgetFile();
+    void showThatFileIsOpening(bool opening);
+    void lookAhead();
     void takeKeyboardFromToolBar();
     /// Takes a step among the stored pictures and shows where it leads, for a key.
     void browse(const QKeyEvent &key, void (Images::*step)());
@@ -200,6 +214,10 @@ private:
     std::unique_ptr<QTimer> aTimer;
     std::unique_ptr<QTimer> bTimer;
     std::unique_ptr<Images> images;
-    QElapsedTimer sinceBrowsed; ///< since a key's picture was shown; invalid before the first
+    std::unique_ptr<kivra::PictureOpener> opener;
+    std::unique_ptr<QTimer> longOpening;  ///< until the pointer shows that a file is being opened
+    bool failureStands = false;           ///< the box that tells of a failure is open
+    void (Images::*lastStep)() = nullptr; ///< of the browser, by a key
+    QElapsedTimer sinceBrowsed;           ///< since a file was shown; invalid before the first
     QClipboard *clipboard = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include "app/camera.h"
 
+#include "decoding/pictureopener.h"
 #include "ui_camera.h"
 #include "video/videosurface.h"
 
@@ -12,6 +13,7 @@
 
 void Camera::setCamera(const QByteArray &cameraDevice)
 {
+    forgetFile();
     imageCapture.reset();
     camera.reset();
     surfaceStarted = false;
@@ -91,6 +93,7 @@ void Camera::updateCameraState(QCamera::State state)
     case QCamera::ActiveState:
         ui->actionStartCamera->setEnabled(false);
         ui->actionStopCamera->setEnabled(true);
+        opener->forget();
         isFirstFrame = true;
         break;
     }
@@ -98,6 +101,7 @@ void Camera::updateCameraState(QCamera::State state)
 
 void Camera::startCamera()
 {
+    forgetFile();
     ui->displayWidget->setZoomFactor(1.0F);
     ui->displayWidget->resetPos();
     camera->start();

@@ -19,12 +19,12 @@ QRect reducedField(const QSize &frame)
 
 } // namespace
 
-// A frame that comes while another is in work, while the user holds the picture, or when none is
-// wanted any more, is dropped.
+// A frame that comes while another is in work, while the user holds the picture, while a box tells
+// that a file cannot be opened, or when none is wanted any more, is dropped.
 void Camera::displayImage()
 {
     bool &busy = ui->displayWidget->busy;
-    if (busy || !wantsLivePicture())
+    if (busy || failureStands || !wantsLivePicture())
         return;
     busy = true;
     lastFrame = videoSurface->frame();

@@ -2,20 +2,23 @@
 
 #include "app/camera.h"
 
+#include "decoding/pictureopener.h"
 #include "storage/images.h"
 
 #include <QKeyEvent>
 
-// Repeated faster than pictures can be loaded, a held key would go on leafing after its release.
-// What comes at once after a picture has waited for it, and is no longer meant.
+// Presses queued while a picture is painted would page on after the release; a repeat that arrives
+// within 10 ms is dropped. So is one while a picture is being opened, or a held key would give up
+// each before it can be seen.
 void Camera::browse(const QKeyEvent &key, void (Images::*step)())
 {
     constexpr int soonMs = 10;
-    if (key.isAutoRepeat() && sinceBrowsed.isValid() && !sinceBrowsed.hasExpired(soonMs))
+    const bool isTooSoon = sinceBrowsed.isValid() && !sinceBrowsed.hasExpired(soonMs);
+    if (key.isAutoRepeat() && (isTooSoon || opener->isOpening()))
         return;
+    lastStep = step;
     (images.get()->*step)();
     displayFile(images->currentImage);
-    sinceBrowsed.start();
 }
 
 void Camera::keyPressEvent(QKeyEvent *event)
@@ -54,6 +57,12 @@ void Camera::keyPressEvent(QKeyEvent *event)
         coefCourant = 3;
         displayMsg(QStringLiteral("zoom "));
         setFocus(Qt::OtherFocusReason);
+        break;
+    case Qt::Key_Escape:
+        if (opener->isOpening())
+            giveUpFile();
+        else
+            QMainWindow::keyPressEvent(event);
         break;
     case Qt::Key_Camera:
         if (!event->isAutoRepeat())

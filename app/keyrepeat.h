@@ -4,8 +4,8 @@
 
 class QKeyEvent;
 
-/// An event filter of the application: finds the repeated presses of a held key that Qt takes for new
-/// ones.
+/// An event filter of the application: finds the repeated presses of a held key that Qt takes for
+/// new ones.
 ///
 /// Qt on X11 detects auto-repeat only if the next press is already queued; about one in six is
 /// missed. Release and press then share a timestamp, in milliseconds, which no finger is quick

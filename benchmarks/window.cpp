@@ -3,7 +3,7 @@
 // the same run.
 
 #include "app/camera.h"
-#include "decoding/picturefile.h"
+#include "decoding/picturedecoder.h"
 #include "display/pixmapwidget.h"
 #include "processing/frame.h"
 #include "tests/support/probe.h"
@@ -12,11 +12,13 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QTest>
 #include <array>
 #include <benchmark/benchmark.h>
+#include <chrono>
 
 namespace {
 
@@ -121,14 +123,14 @@ void processAndPaint(benchmark::State &state)
     }
 }
 
-// Two stored photographs of 12 megapixels, to be looked at in turn.
-std::array<QString, 2> photographs()
+// Stored photographs of 12 megapixels, to be looked at in turn: more than are held.
+std::array<QString, 3> photographs()
 {
-    std::array<QString, 2> paths;
+    std::array<QString, 3> paths;
     for (std::size_t i = 0; i < paths.size(); ++i) {
         paths[i] = kivra::test::Sandbox::instance().documents() +
                    QStringLiteral("/photograph%1.jpg").arg(i);
-        if (!still().mirrored(i == 1, false).save(paths[i], nullptr, 90))
+        if (!still().mirrored(i == 1, i == 2).save(paths[i], nullptr, 90))
             qFatal("no picture");
     }
     return paths;
@@ -139,7 +141,7 @@ void photographByQt(benchmark::State &state)
     const auto paths = photographs();
     std::size_t turn = 0;
     for (auto _ : state) {
-        turn = 1 - turn;
+        turn = (turn + 1) % paths.size();
         benchmark::DoNotOptimize(QImage(paths[turn]).constBits());
     }
 }
@@ -147,11 +149,28 @@ void photographByQt(benchmark::State &state)
 void photographLoaded(benchmark::State &state)
 {
     const auto paths = photographs();
+    kivra::PictureDecoder decoder;
     std::size_t turn = 0;
     for (auto _ : state) {
-        turn = 1 - turn;
-        benchmark::DoNotOptimize(kivra::loadPicture(paths[turn]).constBits());
+        turn = (turn + 1) % paths.size();
+        benchmark::DoNotOptimize(decoder.load(paths[turn]).constBits());
     }
+}
+
+// The small pictures that the decoding of others is weighed against.
+void tinyPictureLoaded(benchmark::State &state)
+{
+    const QString path = kivra::test::Sandbox::instance().documents() + QStringLiteral("/tiny.png");
+    if (!still().copy(0, 0, 16, 16).save(path))
+        qFatal("no picture");
+    kivra::PictureDecoder decoder;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(decoder.load(path).constBits());
+}
+
+bool showsAll(const CameraProbe &probe)
+{
+    return QTest::qWaitFor([&] { return !probe.isOpening(); });
 }
 
 void photographShown(benchmark::State &state)
@@ -161,15 +180,65 @@ void photographShown(benchmark::State &state)
     const auto paths = photographs();
     std::size_t turn = 0;
     for (auto _ : state) {
-        turn = 1 - turn;
+        turn = (turn + 1) % paths.size();
         probe.displayFile(paths[turn]);
+        if (!showsAll(probe))
+            qFatal("no picture");
     }
+}
+
+void press(Camera *window, Qt::Key key)
+{
+    QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &event);
+}
+
+// From the key to the painted picture, among photographs of the storage; the direction turns at
+// both ends, where the look ahead was the other way. With a pause before each step, the next one
+// has been decoded ahead.
+void step(benchmark::State &state, bool pauses)
+{
+    constexpr int photographCount = 12;
+    const QDir month(kivra::test::Sandbox::instance().documents() +
+                     QStringLiteral("/TablinoQt/tableaux/2026-01"));
+    month.mkpath(QStringLiteral("."));
+    for (int number = 0; number < photographCount; ++number)
+        still()
+            .mirrored(number % 2 == 1, number % 3 == 1)
+            .save(month.filePath(QString::asprintf("im%02d.jpg", number)), nullptr, 90);
+    const std::unique_ptr<Camera> window = windowWithStill();
+    CameraProbe probe(*window);
+    int taken = 0;
+    for (auto _ : state) {
+        const bool isBack = (taken++ / photographCount) % 2 == 0;
+        if (pauses && !QTest::qWaitFor([&] { return !probe.isLookingAhead(); }))
+            qFatal("it looks ahead for ever");
+        const auto begin = std::chrono::steady_clock::now();
+        press(window.get(), isBack ? Qt::Key_Backspace : Qt::Key_Space);
+        if (!showsAll(probe))
+            qFatal("no picture");
+        state.SetIterationTime(
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
+    }
+}
+
+void stepAtOnce(benchmark::State &state)
+{
+    step(state, false);
+}
+
+void stepAfterPause(benchmark::State &state)
+{
+    step(state, true);
 }
 
 void photographShownAgain(benchmark::State &state)
 {
     const std::unique_ptr<Camera> window = windowWithStill();
-    CameraProbe(*window).displayFile(photographs()[0]);
+    CameraProbe probe(*window);
+    probe.displayFile(photographs()[0]);
+    if (!showsAll(probe))
+        qFatal("no picture");
     for (auto _ : state)
         QMetaObject::invokeMethod(window.get(), "updateDisplay", Qt::DirectConnection);
 }
@@ -180,8 +249,11 @@ BENCHMARK(processAndPaint)->Unit(benchmark::kMillisecond);
 BENCHMARK(keyToPicture)->Unit(benchmark::kMillisecond);
 BENCHMARK(photographByQt)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(photographLoaded)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(tinyPictureLoaded)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(photographShownAgain)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(photographShown)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(stepAtOnce)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(120);
+BENCHMARK(stepAfterPause)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(120);
 
 } // namespace
 

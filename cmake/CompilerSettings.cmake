@@ -45,10 +45,6 @@ if(KIVRA_SANITIZE)
     add_compile_options(-fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined,float-cast-overflow)
-    # With these, GCC 12 takes members of the library's own <regex> for uninitialized.
-    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-        add_compile_options(-Wno-maybe-uninitialized)
-    endif()
 endif()
 if(KIVRA_SANITIZE_THREADS)
     add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)

@@ -60,8 +60,9 @@ function(kivra_find_library name header package)
         INTERFACE_INCLUDE_DIRECTORIES ${KIVRA_${name}_INCLUDE_DIR})
 endfunction()
 
-# What the cameras of Linux are read with.
+# What the cameras of Linux are read with, and what confines the decoder of pictures.
 if(CMAKE_SYSTEM_NAME STREQUAL Linux)
+    kivra_find_library(seccomp seccomp.h libseccomp-dev)
     kivra_find_library(yuv libyuv/row.h libyuv-dev)
     kivra_find_library(jpeg jpeglib.h libjpeg62-turbo-dev)
     kivra_find_library(turbojpeg turbojpeg.h libturbojpeg0-dev)

@@ -43,16 +43,17 @@ void blackenMissingRows(uchar *memory, const QSize &size)
 }
 
 // The readers of most photographs write such words themselves: then no copy is made on the way.
-QImage pictureToFill(const QImageReader &reader, const PixelMemory &memory)
+QImage pictureToFill(QImage::Format format, const QSize &size, uchar *memory)
 {
-    const QSize size = reader.size();
-    if (!size.isValid() || reader.imageFormat() != QImage::Format_RGB32)
+    if (!memory || format != QImage::Format_RGB32)
         return {};
-    uchar *const pixels = memory(size);
-    if (!pixels)
-        return {};
-    markRowsMissing(pixels, size);
-    return wordsAt(pixels, size);
+    markRowsMissing(memory, size);
+    return wordsAt(memory, size);
+}
+
+int depthOf(QImage::Format format)
+{
+    return format == QImage::Format_Invalid ? 0 : QImage::toPixelFormat(format).bitsPerPixel();
 }
 
 // A band at a time, so that a picture of 64 bits a pixel does not need a second whole copy.
@@ -82,13 +83,17 @@ QSize decodePicture(const QByteArray &content, const PixelMemory &memory)
     file.setData(content);
     file.open(QIODevice::ReadOnly);
     QImageReader reader(&file);
-    // A few formats do not say their size before they are read.
-    if (reader.size().isValid() && !isDecodable(reader.size()))
+    const QSize told = reader.size(); // a few formats do not say before they are read
+    const QImage::Format format = told.isValid() ? reader.imageFormat() : QImage::Format_Invalid;
+    uchar *const early = isDecodable(told)
+                             ? memory(told, format == QImage::Format_RGB32 ? 0 : depthOf(format))
+                             : nullptr;
+    if (told.isValid() && !early)
         return {};
-    QImage picture = pictureToFill(reader, memory);
+    QImage picture = pictureToFill(format, told, early);
     if (!reader.read(&picture) || !isDecodable(picture.size()))
         return {};
-    uchar *const pixels = memory(picture.size());
+    uchar *const pixels = picture.size() == told ? early : memory(picture.size(), picture.depth());
     if (!pixels)
         return {};
     if (picture.constBits() == pixels)

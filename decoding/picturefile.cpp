@@ -1,40 +1,29 @@
 #include "decoding/picturefile.h"
 
-#include "decoding/confined.h"
-
 #include <QFileInfo>
 #include <QImageReader>
+#include <tuple>
 
 namespace kivra {
 
-namespace {
-
-// Also makes the plug-ins be loaded, here and once, and not in every child process anew.
-const QList<QByteArray> &formats()
+bool FileState::operator==(const FileState &other) const
 {
-    static const QList<QByteArray> known = QImageReader::supportedImageFormats();
-    return known;
+    const auto all = [](const FileState &is) {
+        return std::tie(is.device, is.number, is.bytes, is.modifiedNs, is.changedNs);
+    };
+    return all(*this) == all(other);
 }
 
-QString withSuffix(const QString &path)
+QString pictureFile(const QString &path)
 {
     if (path.isEmpty() || QFileInfo::exists(path))
         return path;
-    for (const QByteArray &format : formats()) {
+    for (const QByteArray &format : QImageReader::supportedImageFormats()) {
         QString candidate = path + QLatin1Char('.') + QString::fromLatin1(format);
         if (QFileInfo(candidate).isFile())
             return candidate;
     }
     return path;
-}
-
-} // namespace
-
-QImage loadPicture(const QString &path, int mostMs)
-{
-    formats();
-    const QByteArray content = contentOfFile(withSuffix(path));
-    return content.isEmpty() ? QImage() : decodeConfined(content, mostMs);
 }
 
 } // namespace kivra

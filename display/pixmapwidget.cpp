@@ -1,10 +1,12 @@
 #include "display/pixmapwidget.h"
 
+#include "storage/wholefile.h"
+
+#include <QBuffer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QSaveFile>
 #include <QTimer>
 #include <algorithm>
 
@@ -128,15 +130,15 @@ void PixmapWidget::setPixmap(QPixmap picture)
     repaint();
 }
 
+// The live picture stands still meanwhile: the disk is not waited for.
 void PixmapWidget::saveToFile(QString fName)
 {
     const QImage shown = grab(visibleRegion().boundingRect()).toImage();
     const QByteArray format = QFileInfo(fName).suffix().toLatin1();
-    QSaveFile file(fName);
-    const bool isWritten =
-        file.open(QIODevice::WriteOnly) && shown.save(&file, format.constData()) && file.flush();
-    if (isWritten) // commit() does not tell when what is left in the buffer cannot be written
-        file.commit();
+    QBuffer content;
+    content.open(QIODevice::WriteOnly);
+    if (shown.save(&content, format.constData()))
+        writeWholeFile(fName, content.data());
 }
 
 void PixmapWidget::bTimerSlot()

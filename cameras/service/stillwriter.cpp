@@ -81,7 +81,7 @@ StillWriter::Outcome StillWriter::writeFile(const StillRequest &request, const C
     QSaveFile file(request.path);
     if (!file.open(QIODevice::WriteOnly))
         return cannotWrite(request, file);
-    const Outcome outcome = content(file);
+    Outcome outcome = content(file);
     if (outcome.error != QCameraImageCapture::NoError || generation != currentGeneration)
         return outcome;
     // What a small picture leaves in the buffer would be written by commit(), which does not tell

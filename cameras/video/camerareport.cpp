@@ -64,7 +64,8 @@ std::vector<NodeUser> nodeUsers(const std::string &node, const std::string &proc
 {
     std::vector<NodeUser> users;
     for (const std::string &number : numberedEntries(processes)) {
-        const std::string process = processes + '/' + number;
+        std::string process = processes;
+        process.append(1, '/').append(number);
         const int id = std::atoi(number.c_str());
         if (id == ::getpid() || !hasOpen(process, node))
             continue;

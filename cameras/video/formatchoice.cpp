@@ -4,7 +4,7 @@
 #include <array>
 #include <cmath>
 #include <linux/videodev2.h>
-#include <regex>
+#include <string_view>
 #include <tuple>
 
 namespace kivra::cameras {
@@ -18,6 +18,10 @@ constexpr double rateTolerance = 0.97;
 // More than this is work without a gain that is seen.
 constexpr double usualRate = 30;
 constexpr Size fullHd{1920, 1080};
+// What a wish may be.
+constexpr int shortestSide = 16;
+constexpr int longestSide = 16384;
+constexpr int highestRate = 240;
 // Bytes a pixel that a camera's JPEG needs on a busy page.
 constexpr double jpegBytesPerPixel = 0.4;
 
@@ -128,22 +132,42 @@ Choice explained(const Offer &offer, const std::optional<FormatWish> &wish)
     return {offer, fluent ? ChoiceReason::Fluent : ChoiceReason::Fastest};
 }
 
+/// Takes a number up to \a most off the front of \a text; none if there is no such number.
+std::optional<int> takeNumber(std::string_view &text, int most)
+{
+    int number = 0;
+    std::size_t digits = 0;
+    for (; digits < text.size() && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+        number = number * 10 + (text[digits] - '0');
+        if (number > most)
+            return std::nullopt;
+    }
+    text.remove_prefix(digits);
+    return digits > 0 ? std::optional<int>(number) : std::nullopt;
+}
+
+bool takeLetter(std::string_view &text, char letter)
+{
+    const bool isThere = !text.empty() && text.front() == letter;
+    text.remove_prefix(isThere ? 1 : 0);
+    return isThere;
+}
+
 } // namespace
 
 std::optional<FormatWish> parseFormatWish(const std::string &text)
 {
-    static const std::regex form("([0-9]{2,5})x([0-9]{2,5})(@([0-9]{1,3}))?");
-    std::smatch parts;
-    if (!std::regex_match(text, parts, form))
+    std::string_view rest = text;
+    const std::optional<int> width = takeNumber(rest, longestSide);
+    const bool hasHeight = takeLetter(rest, 'x');
+    const std::optional<int> height = takeNumber(rest, longestSide);
+    const bool hasRate = takeLetter(rest, '@');
+    const std::optional<int> rate = hasRate ? takeNumber(rest, highestRate) : 0;
+    if (!hasHeight || !width || !height || !rate || !rest.empty())
         return std::nullopt;
-    FormatWish wish;
-    wish.size = {std::stoi(parts[1]), std::stoi(parts[2])};
-    wish.rate = parts[4].matched ? std::stoi(parts[4]) : 0;
-    const auto isSide = [](int side) { return side >= 16 && side <= 16384; };
-    const bool rateIsGood = parts[4].matched ? wish.rate >= 1 && wish.rate <= 240 : true;
-    if (!isSide(wish.size.width) || !isSide(wish.size.height) || !rateIsGood)
+    if (*width < shortestSide || *height < shortestSide || (hasRate && *rate < 1))
         return std::nullopt;
-    return wish;
+    return FormatWish{{*width, *height}, *rate};
 }
 
 std::string fourccName(std::uint32_t fourcc)

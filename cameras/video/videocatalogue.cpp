@@ -16,7 +16,7 @@ bool hasTwin(const VideoDevice &device, const std::vector<VideoDevice> &all)
 
 QString descriptionOf(const VideoDevice &device, const std::vector<VideoDevice> &all)
 {
-    const QString name = QString::fromStdString(device.name);
+    QString name = QString::fromStdString(device.name);
     if (!hasTwin(device, all))
         return name;
     const std::string &place = device.place.empty() ? device.node : device.place;

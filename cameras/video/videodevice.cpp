@@ -7,8 +7,8 @@
 #include <cctype>
 #include <dirent.h>
 #include <fcntl.h>
+#include <initializer_list>
 #include <optional>
-#include <regex>
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
@@ -89,9 +89,20 @@ std::string usbFolder(const std::string &device)
     return {};
 }
 
-bool hasWord(const std::string &name, const char *pattern)
+/// Whether one of the words of \a name, whatever its case, is one of \a words.
+bool hasWord(const std::string &name, std::initializer_list<const char *> words)
 {
-    return std::regex_search(name, std::regex(pattern, std::regex::icase));
+    std::string word;
+    for (const char letter : name + ' ') {
+        if (std::isalnum(static_cast<unsigned char>(letter))) {
+            word += static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+            continue;
+        }
+        if (std::find(words.begin(), words.end(), word) != words.end())
+            return true;
+        word.clear();
+    }
+    return false;
 }
 
 /// The kind by the capabilities that udev's own look at the node found; Unknown if it tells none.
@@ -174,9 +185,9 @@ VideoDevice describe(const DeviceFolders &folders, Kernel &kernel, const std::st
     const std::string index = attribute(folder, "index");
     if (device.kind == NodeKind::Unknown && !index.empty())
         device.kind = index == "0" ? NodeKind::Camera : NodeKind::Unknown;
-    device.infrared = hasWord(device.name, "\\b(ir|infrared)\\b");
+    device.infrared = hasWord(device.name, {"ir", "infrared"});
     device.builtIn = device.builtIn || !device.usb ||
-                     hasWord(device.name, "\\b(integrated|built-?in|internal)\\b");
+                     hasWord(device.name, {"integrated", "built", "builtin", "internal"});
     return device;
 }
 

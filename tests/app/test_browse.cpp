@@ -93,6 +93,7 @@ private slots:
         makeTree(1, 2 * repeats);
         open();
         hold(Qt::Key_Backspace, Qt::NoModifier, repeats);
+        QTRY_VERIFY(!window->probe.isOpening());
         const int shown = paths.indexOf(window->statusText());
         QVERIFY(shown > paths.size() - 1 - repeats / 2);
         QVERIFY(shown < paths.size() - 1);
@@ -120,9 +121,9 @@ private slots:
     {
         makeTree(1, 3);
         open();
-        QTest::keyClick(window.get(), Qt::Key_Backspace, Qt::ShiftModifier);
+        window->pressAndWait(Qt::Key_Backspace, Qt::ShiftModifier);
         expectShown(1);
-        QTest::keyClick(window.get(), Qt::Key_Space, Qt::ControlModifier);
+        window->pressAndWait(Qt::Key_Space, Qt::ControlModifier);
         expectShown(2);
     }
 
@@ -249,7 +250,7 @@ private:
     }
 
     void open() { window = std::make_unique<Window>(); }
-    void press(Qt::Key key) const { QTest::keyClick(window.get(), key); }
+    void press(Qt::Key key) const { window->pressAndWait(key); }
 
     void openByDialog(const QString &path)
     {
@@ -258,6 +259,7 @@ private:
             QMetaObject::invokeMethod(dialog, "accept");
         });
         window->trigger("actionOuvrir_Image");
+        QTRY_VERIFY(!window->probe.isOpening());
     }
 
     QString shownAfterRepeated(Qt::Key key) const

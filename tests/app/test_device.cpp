@@ -224,7 +224,7 @@ private slots:
     {
         const QString path = Sandbox::instance().documents() + QStringLiteral("/large.png");
         QVERIFY(gradient({2400, 100}).save(path));
-        window->probe.displayFile(path);
+        window->open(path);
         chooseDevice(1);
         QTRY_VERIFY(device().isRunning());
         QVERIFY(device().pushPicture(gradient({64, 48})));

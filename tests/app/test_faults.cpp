@@ -102,7 +102,7 @@ private slots:
         storeSetting(QStringLiteral("preferences/rawStore"), false);
         takePicture();
         QCOMPARE(storedFiles().size(), 1);
-        window->probe.displayFile(storedFiles().constFirst());
+        window->open(storedFiles().constFirst());
         QVERIFY(!window->probe.lastFrame().isNull());
     }
 
@@ -238,7 +238,7 @@ private:
         QTRY_COMPARE(boxes->answered(), 1);
         const QString path = Sandbox::instance().documents() + QStringLiteral("/page.png");
         QVERIFY(gradient({90, 60}).save(path));
-        window->probe.displayFile(path);
+        window->open(path);
         QCOMPARE(window->probe.lastFrame().size(), QSize(90, 60));
         QCOMPARE(window->probe.camera()->state(), QCamera::UnloadedState);
         plugIn();

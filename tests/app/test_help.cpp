@@ -174,7 +174,7 @@ private slots:
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
         QVERIFY(gradient({31, 17}).save(path));
         window = std::make_unique<Window>();
-        window->probe.displayFile(path);
+        window->open(path);
         expectBox("actionInfoSysteme", QStringLiteral("Taille écran ") + screenSize(*window) +
                                            QStringLiteral("\nTaille image 31x17"));
     }

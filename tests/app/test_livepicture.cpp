@@ -237,7 +237,7 @@ private:
     void openPicture()
     {
         QVERIFY(gradient(pageSize).save(pagePath()));
-        window->probe.displayFile(pagePath());
+        window->open(pagePath());
         QCOMPARE(shownSize(), pageSize);
     }
 

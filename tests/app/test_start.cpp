@@ -263,7 +263,7 @@ private slots:
         QTRY_COMPARE(boxes->answered(), 1);
         const QString path = Sandbox::instance().documents() + QStringLiteral("/carte.png");
         QVERIFY(kivra::test::gradient({30, 20}).save(path));
-        window->probe.displayFile(path);
+        window->open(path);
         QVERIFY(window->action("actionStartCamera")->isEnabled());
         QVERIFY(!window->action("actionStopCamera")->isEnabled());
     }

@@ -169,7 +169,7 @@ private:
     {
         const QString path = Sandbox::instance().documents() + QStringLiteral("/page.png");
         QVERIFY(picture.save(path));
-        window->probe.displayFile(path);
+        window->open(path);
     }
 
     // The extent of the white page, with what its frame covers at the left and at the top.

@@ -1,5 +1,7 @@
 #include "tests/app/window.h"
 
+#include "tests/support/patience.h"
+
 #include <QLabel>
 #include <QSettings>
 #include <QStatusBar>
@@ -21,6 +23,20 @@ void Window::trigger(const char *name) const
     if (!wanted->isEnabled())
         qFatal("%s is disabled", name);
     wanted->trigger();
+}
+
+void Window::open(const QString &path)
+{
+    probe.displayFile(path);
+    if (!QTest::qWaitFor([this] { return !probe.isOpening(); }, patienceMs))
+        qFatal("%s stays under way", qPrintable(path));
+}
+
+void Window::pressAndWait(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    QTest::keyClick(this, key, modifiers);
+    if (!QTest::qWaitFor([this] { return !probe.isOpening(); }, patienceMs))
+        qFatal("a file stays under way");
 }
 
 QString Window::statusText() const

@@ -37,6 +37,10 @@ public:
         if (!QMetaObject::invokeMethod(this, slot, Qt::DirectConnection, arguments...))
             qFatal("the window has no slot %s", slot);
     }
+    /// Opens this file, and comes back when the outcome is known.
+    void open(const QString &path);
+    /// Presses this key, and comes back when no file is being opened any more.
+    void pressAndWait(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     QString statusText() const;
     /// How long the status bar shows a text such as the present one; 0 for until the next one
     /// comes.

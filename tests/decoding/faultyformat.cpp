@@ -1,11 +1,13 @@
 #include "tests/decoding/faultyformat.h"
 
+#include "tests/decoding/forbidden.h"
+
 #include <QImage>
 #include <QImageIOHandler>
 #include <QImageIOPlugin>
 #include <QtPlugin>
 #include <csignal>
-#include <sys/eventfd.h>
+#include <ctime>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -13,7 +15,7 @@ namespace kivra::test {
 
 namespace {
 
-const QByteArray signature = QByteArrayLiteral("FAULTY ");
+const QByteArray signature = faultyPicture({});
 
 bool take(size_t bytes)
 {
@@ -21,10 +23,31 @@ bool take(size_t bytes)
                 -1, 0) != MAP_FAILED;
 }
 
-void takeLock()
+[[noreturn]] void waitForEver()
 {
-    eventfd_write(heldLock().readers, 1);
-    const std::lock_guard<std::mutex> lock(heldLock().mutex);
+    while (true)
+        pause();
+}
+
+void work(qint64 ms)
+{
+    const std::clock_t end = std::clock() + std::clock_t(ms * (CLOCKS_PER_SEC / 1000));
+    while (ms == 0 || std::clock() < end) {
+    }
+}
+
+QImage white(int width, int height)
+{
+    QImage picture(width, height, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    return picture;
+}
+
+QImage outcomeOf(const QByteArray &deed)
+{
+    const Attempt attempt = attemptForbidden(deed);
+    const int widths[] = {1, 2, 3};
+    return white(widths[int(attempt.outcome)], attempt.error > 0 ? attempt.error : 1);
 }
 
 class FaultyHandler : public QImageIOHandler
@@ -34,23 +57,26 @@ public:
 
     bool read(QImage *image) override
     {
-        const QList<QByteArray> words = device()->readAll().mid(signature.size()).split(' ');
+        const QList<QByteArray> words =
+            device()->readAll().mid(signature.size()).trimmed().split(' ');
         const QByteArray &what = words.constFirst();
         if (what == "crash")
             raise(SIGSEGV);
         if (what == "leave")
             _exit(0);
-        while (what == "wait")
-            pause();
-        for (volatile bool busy = what == "work"; busy;) {
-        }
-        if (what == "memory" && !take(words.at(1).toULongLong() << 20))
+        if (what == "wait")
+            waitForEver();
+        if (what == "work")
+            work(words.value(1).toLongLong());
+        if (what == "memory" && !take(words.value(1).toULongLong() << 20))
             return false;
-        if (what == "lock")
-            takeLock();
-        *image = QImage(1, 1, QImage::Format_RGB32);
-        image->fill(Qt::white);
-        return true;
+        if (what == "size")
+            *image = white(words.value(1).toInt(), words.value(2).toInt());
+        else if (what == "try")
+            *image = outcomeOf(words.value(1));
+        else
+            *image = white(1, 1);
+        return !image->isNull();
     }
 };
 
@@ -78,33 +104,6 @@ public:
         return handler.release();
     }
 };
-
-QByteArray faultyPicture(const char *what)
-{
-    return signature + what;
-}
-
-HeldLock::HeldLock()
-    : readers(eventfd(0, EFD_CLOEXEC))
-{
-}
-
-HeldLock::~HeldLock()
-{
-    close(readers);
-}
-
-void HeldLock::awaitReader() const
-{
-    eventfd_t count = 0;
-    eventfd_read(readers, &count);
-}
-
-HeldLock &heldLock()
-{
-    static HeldLock held;
-    return held;
-}
 
 } // namespace kivra::test
 

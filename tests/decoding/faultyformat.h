@@ -1,28 +1,22 @@
 #pragma once
 
 #include <QByteArray>
-#include <mutex>
 
 namespace kivra::test {
 
-/// Content of a file in a format that only this test program knows, whose reader does what the file
-/// says: "crash", "wait" and "work" (without end), "leave" (ends the process), or "memory" and a
-/// number of MiB: takes so much, and gives a picture of one pixel if it got it; "lock": tells
-/// heldLock(), waits for it, and gives such a picture.
-QByteArray faultyPicture(const char *what);
-
-/// What a reader may need and another thread hold.
-struct HeldLock
+/// Content of a file in a format that only the tests' decoder program knows, whose reader does what
+/// the file says:
+///
+/// - "well": a white picture of one pixel; "size W H": of so many
+/// - "crash", "wait" and "work" (without end), "leave" (ends the process)
+/// - "work MS": so much processor time, then a white picture
+/// - "memory N": takes N MiB; a white picture if it got them
+/// - "try WHAT": a picture whose width is 1 when WHAT was refused, 2 when it was done
+/// (forbidden.h),
+///   and 3 when nobody knows it; its height is the error's number, or 1
+inline QByteArray faultyPicture(const QByteArray &what)
 {
-    HeldLock();
-    ~HeldLock();
-    /// Returns when a reader, in any process, is about to take the lock.
-    void awaitReader() const;
-
-    std::mutex mutex;
-    int readers; ///< an eventfd
-};
-
-HeldLock &heldLock();
+    return QByteArrayLiteral("FAULTY ") + what;
+}
 
 } // namespace kivra::test

@@ -66,8 +66,11 @@ void Desktop::placeProgram(Cameras cameras)
     const QDir built(QStringLiteral(KIVRA_PROGRAM_FOLDER));
     const QDir placed(folder.path());
     const QString services = QStringLiteral("mediaservice/");
-    bool complete = placed.mkdir(services) && QFile::copy(built.filePath(QStringLiteral("kivra")),
-                                                          placed.filePath(QStringLiteral("kivra")));
+    const auto copy = [&](const QString &name) {
+        return QFile::copy(built.filePath(name), placed.filePath(name));
+    };
+    bool complete = placed.mkdir(services) && copy(QStringLiteral("kivra")) &&
+                    copy(QStringLiteral("kivra-decoder"));
     const auto add = [&](const QString &plugin) {
         complete &=
             QFile::link(built.filePath(services + plugin), placed.filePath(services + plugin));

@@ -1,8 +1,7 @@
 // An input is the content of a picture file. It is opened as the window opens it, so that a fault
-// of a reader stays in its child process; what is looked for is a fault that does not.
+// of a reader stays in the decoder program; what is looked for is a fault that does not.
 
-#include "decoding/decoder.h"
-#include "decoding/picturefile.h"
+#include "decoding/picturedecoder.h"
 #include "tests/fuzz/target.h"
 
 #include <QFile>
@@ -15,15 +14,18 @@ namespace {
 
 void forget(QtMsgType, const QMessageLogContext &, const QString &) {}
 
-// Pictures with text need fonts, and those an application.
+PictureDecoder *theDecoder = nullptr; // of the application below
+
 struct Application : Surroundings
 {
     QGuiApplication application;
+    PictureDecoder decoder{PictureDecoder::installedProgram(), {1800, 1800}};
 
     Application(int &argc, char **argv)
         : application(argc, argv)
     {
         qInstallMessageHandler(forget);
+        theDecoder = &decoder;
     }
 };
 
@@ -57,7 +59,7 @@ void run(const std::uint8_t *data, std::size_t size)
     require(file.open(QIODevice::WriteOnly | QIODevice::Truncate), "the input cannot be stored");
     file.write(reinterpret_cast<const char *>(data), qint64(size));
     file.close();
-    require(isWhole(loadPicture(file.fileName())), "the picture is not what is promised");
+    require(isWhole(theDecoder->load(file.fileName())), "the picture is not what is promised");
 }
 
 } // namespace kivra::fuzz

@@ -67,6 +67,7 @@ private slots:
         QStringList wanted = {
             QStringLiteral(KIVRA_BINDIR "/kivra"),
             QStringLiteral(KIVRA_LIBDIR "/kivra/kivra"),
+            decoder(),
             QStringLiteral(KIVRA_BINDIR "/kivra-cameras"),
             QStringLiteral(KIVRA_LIBDIR "/kivra/mediaservice/libkivra_v4l2camera.so"),
             plugin(),
@@ -114,6 +115,7 @@ private slots:
         QDirIterator files(everything.path(), QDir::AllEntries | QDir::NoDotAndDotDot,
                            QDirIterator::Subdirectories);
         const QStringList programs = {installed(QStringLiteral(KIVRA_LIBDIR "/kivra/kivra")),
+                                      installed(decoder()),
                                       installed(QStringLiteral(KIVRA_BINDIR "/kivra-cameras"))};
         while (files.hasNext()) {
             const QString path = files.next();
@@ -147,6 +149,17 @@ private slots:
     {
         const QByteArray folder = QFile::encodeName(QDir::currentPath());
         QVERIFY(startedLog(programOnly, folder).contains(folder)); // its first words
+    }
+
+    // As an administrator asks which parts of its confinement hold.
+    void decoderTellsItsConfinement()
+    {
+        QProcess check;
+        check.start(installed(decoder()), {QStringLiteral("--check")});
+        QVERIFY(check.waitForFinished());
+        const QByteArray words = check.readAllStandardOutput();
+        QCOMPARE(words.count('\n'), 7);
+        QCOMPARE(words.count(": yes") + words.count(": NO"), 7);
     }
 
     void desktopEntryFits()
@@ -260,6 +273,8 @@ private:
     {
         return QStringLiteral(KIVRA_LIBDIR "/kivra/mediaservice/libkivra_democamera.so");
     }
+
+    static QString decoder() { return QStringLiteral(KIVRA_LIBDIR "/kivra/kivra-decoder"); }
 
     static QString metainfo()
     {

@@ -2,6 +2,7 @@
 
 #include "app/camera.h"
 
+#include "decoding/pictureopener.h"
 #include "display/pixmapwidget.h"
 #include "ui_camera.h"
 #include "video/videosurface.h"
@@ -54,6 +55,16 @@ public:
     }
     void setCoefCourant(int number) { window.coefCourant = number; }
     void displayFile(const QString &path) { window.displayFile(path); }
+    bool isOpening() const { return window.opener->isOpening(); }
+    bool isLookingAhead() const
+    {
+        for (const auto *decoder : window.opener->findChildren<kivra::PictureDecoder *>()) {
+            if (decoder->isBusy())
+                return true;
+        }
+        return false;
+    }
+    bool failureStands() const { return window.failureStands; }
 
 private:
     Camera &window;

@@ -90,7 +90,7 @@ std::shared_ptr<Node> Node::open(const std::string &name, int flags)
         errno = EACCES;
         return nullptr;
     }
-    const std::shared_ptr<Node> node(new Node(name, flags));
+    std::shared_ptr<Node> node(new Node(name, flags));
     if (node->formats.empty()) {
         errno = EIO;
         return nullptr;
@@ -453,7 +453,7 @@ bool Node::deliverOne(std::unique_lock<std::mutex> &guard)
     }
     const __u32 index = waiting.front();
     waiting.pop_front();
-    const std::string &frame = frames.at(sequence / framesOfAKind % frames.size());
+    const std::vector<char> &frame = frames.at(sequence / framesOfAKind % frames.size());
     const size_t length = std::min(frame.size(), size_t(frameBytes(format)));
     unsigned char *const place = bytes + size_t(index) * size_t(bufferBytes(format));
     guard.unlock();

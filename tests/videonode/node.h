@@ -87,9 +87,9 @@ private:
     bool streams = false;
     const std::vector<Format> formats;
     Format format;
-    std::vector<std::string> frames; ///< of the format, while it streams
-    unsigned char *bytes = nullptr;  ///< of all buffers
-    __u32 count = 0;                 ///< of buffers
+    std::vector<std::vector<char>> frames; ///< of the format, while it streams
+    unsigned char *bytes = nullptr;        ///< of all buffers
+    __u32 count = 0;                       ///< of buffers
     std::deque<__u32> waiting;
     std::deque<Filled> filled;
     __u32 number = 0; ///< of the next frame

@@ -84,15 +84,17 @@ double bandwidthOf(const Format &format)
     return double(format.width) * format.height * format.rate * bytesPerPixel;
 }
 
-std::vector<std::string> framesOf(const Format &format)
+std::vector<std::vector<char>> framesOf(const Format &format)
 {
     const __u32 code = format.fourcc;
     const std::string name = {char(code), char(code >> 8), char(code >> 16), char(code >> 24)};
     const std::string stem = "frames/" + name + '-' + std::to_string(format.width) + 'x' +
                              std::to_string(format.height) + '.';
-    std::vector<std::string> frames;
-    while (exists(stem + std::to_string(frames.size())))
-        frames.push_back(contentOf(stem + std::to_string(frames.size())));
+    std::vector<std::vector<char>> frames;
+    while (exists(stem + std::to_string(frames.size()))) {
+        const std::string content = contentOf(stem + std::to_string(frames.size()));
+        frames.emplace_back(content.begin(), content.end());
+    }
     return frames;
 }
 

@@ -47,6 +47,6 @@ double bandwidthOf(const Format &format);
 bool isCompressed(std::uint32_t fourcc);
 
 /// The frames of \a format, one after the other.
-std::vector<std::string> framesOf(const Format &format);
+std::vector<std::vector<char>> framesOf(const Format &format);
 
 } // namespace kivra::test::videonode

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "decoding/confined/descriptor.h"
+
+#include <QtGlobal>
+#include <type_traits>
+
+namespace kivra::protocol {
+
+/// What viewer and decoder tell each other, over a socket that keeps messages apart. One picture:
+///
+///     viewer                                decoder
+///     Open, with the file's descriptor
+///                                           Size: width, height, bits of a decoded pixel
+///     Memory, with its descriptor, or
+///     without one: the last memory again
+///                                           Done
+///
+/// Readers that do not tell a size beforehand say Size after decoding, and those whose header was
+/// wrong say it a second time. At any time: NoPicture, after which the viewer ends the decoder.
+enum class Kind : quint32 { Open = 1, Size, Memory, Done, NoPicture };
+
+struct Message
+{
+    Kind kind;
+    qint32 width;  ///< of Size, in pixels
+    qint32 height; ///< of Size
+    qint32 depth;  ///< of Size: bits of a pixel as the reader decodes it, 0 for unknown
+};
+static_assert(std::is_trivially_copyable_v<Message> && sizeof(Message) == 16);
+
+/// The number under which the decoder finds its socket.
+constexpr int decoderSocket = 3;
+
+/// Memory for pixels beyond this size serves one picture: the decoder lets go of it after Done.
+constexpr size_t mostKeptBytes = size_t(64) << 20;
+
+/// How receive() went.
+enum class Received {
+    Message, ///< one of the right length; what is in it may still be nonsense
+    Nothing, ///< none has come yet
+    Broken,  ///< the other side is gone, or sent something else
+};
+
+/// Sends a message, and a descriptor unless it is negative. Never waits and raises no signal; false
+/// when the other side is gone or takes nothing.
+bool send(int socket, const Message &message, int descriptor = -1);
+
+/// The viewer's side: takes one message if there is one. Descriptors that come along are closed.
+Received receive(int socket, Message *message);
+
+/// The decoder's side: waits for a message; the descriptor that came along is in \a descriptor.
+/// False when the viewer is gone.
+bool await(int socket, Message *message, Descriptor *descriptor);
+
+} // namespace kivra::protocol

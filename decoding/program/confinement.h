@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QStringList>
+
+namespace kivra {
+
+/// Which parts of the confinement hold in this process. Each is independent of the others.
+struct Confinement
+{
+    int fileRules = 0;        ///< version of Landlock, 0 where the kernel has none
+    bool systemCalls = false; ///< the filter
+    bool privileges = false;  ///< none can be gained by running a program
+    bool secrecy = false;     ///< no other process of the user can look inside, no core is written
+    bool memory = false;      ///< limit of address space
+    bool files = false;       ///< limits of the number and the size of files
+    bool firstToGo = false;   ///< when the machine is short of memory
+};
+
+/// Gives up everything that decoding does not need, for good and for threads to come. To be called
+/// while there is one thread, with plug-ins loaded and fonts looked up.
+Confinement confine();
+
+/// A line for each part, for people.
+QByteArray inWords(const Confinement &confinement);
+
+/// \name Parts that have a source file of their own.
+/// @{
+
+/// From now on only files below \a folders can be opened, to be read. Version of Landlock, 0 where
+/// there is none or it refuses.
+int allowReadingOf(const QStringList &folders);
+/// Where libraries, plug-ins, fonts and what is stored about fonts lie.
+QStringList foldersToRead();
+/// Answers all system calls with an error but those that decoding needs. False where the kernel
+/// does not do that.
+bool filterSystemCalls();
+
+/// @}
+
+} // namespace kivra

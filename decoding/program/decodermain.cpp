@@ -1,0 +1,107 @@
+#include "decoding/program/decodermain.h"
+
+#include "decoding/confined/protocol.h"
+#include "decoding/program/confinement.h"
+#include "decoding/program/service.h"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QImageReader>
+#include <QPainter>
+#include <QThreadPool>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <malloc.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kivra {
+
+namespace {
+
+// The platform for programs without a display: no connection to one, yet with the system's fonts.
+void preparePlatform()
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("NO_AT_BRIDGE", "1");
+}
+
+// Each thread's own heap would reserve address space, of which there is a limit.
+void keepThreadsFew()
+{
+    constexpr int mostThreads = 4;
+    mallopt(M_ARENA_MAX, 1);
+    QThreadPool *const pool = QThreadPool::globalInstance();
+    pool->setMaxThreadCount(std::min(mostThreads, pool->maxThreadCount()));
+}
+
+// Once confined, nothing more is found: plug-ins are loaded now, and fonts known by a text.
+void loadWhatPicturesNeed()
+{
+    QImageReader::supportedImageFormats();
+    QImage picture(16, 16, QImage::Format_ARGB32_Premultiplied);
+    picture.fill(Qt::white);
+    QPainter(&picture).drawText(2, 14, QStringLiteral("a"));
+}
+
+bool isSocket(int descriptor)
+{
+    int kind = 0;
+    socklen_t length = sizeof kind;
+    return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &kind, &length) == 0 &&
+           kind == SOCK_SEQPACKET;
+}
+
+// Whoever is confined cannot write to a file: so that what is told can go to one, a child is
+// confined and tells its parent. Returns in the child alone, whose words go to descriptor 1.
+void becomeChildToCheck()
+{
+    int ends[2] = {-1, -1};
+    const pid_t child = pipe(ends) == 0 ? fork() : -1;
+    if (child == 0) {
+        dup2(ends[1], STDOUT_FILENO);
+        return;
+    }
+    close(ends[1]);
+    char words[4096] = {};
+    ssize_t length = 0;
+    while (child > 0 && (length = read(ends[0], words, sizeof words)) > 0)
+        std::fwrite(words, 1, size_t(length), stdout);
+    int status = 1;
+    waitpid(child, &status, 0);
+    std::exit(status == 0 ? 0 : 1);
+}
+
+} // namespace
+
+int decoderMain(int argc, char **argv)
+{
+    const bool isCheck = argc == 2 && qstrcmp(argv[1], "--check") == 0;
+    if (!isCheck && !isSocket(protocol::decoderSocket)) {
+        std::fputs("kivra-decoder opens pictures for Kivra, which starts it; --check tells how it "
+                   "is confined on this system.\n",
+                   stderr);
+        return 2;
+    }
+    if (isCheck)
+        becomeChildToCheck();
+    closefrom(isCheck ? protocol::decoderSocket : protocol::decoderSocket + 1);
+    preparePlatform();
+    QGuiApplication application(argc, argv);
+    keepThreadsFew();
+    loadWhatPicturesNeed();
+    const Confinement confinement = confine();
+    // Either way it ends at once: most of what would be done at the end is refused.
+    if (isCheck) {
+        const QByteArray words = inWords(confinement);
+        const bool isTold =
+            write(STDOUT_FILENO, words.constData(), size_t(words.size())) == words.size();
+        _exit(isTold ? 0 : 1);
+    }
+    serve(protocol::decoderSocket);
+    _exit(0);
+}
+
+} // namespace kivra

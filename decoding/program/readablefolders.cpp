@@ -1,0 +1,89 @@
+// The part of the confinement that the kernel calls Landlock: which files can be opened.
+
+#include "decoding/confined/descriptor.h"
+#include "decoding/program/confinement.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QStandardPaths>
+#include <fcntl.h>
+#include <linux/landlock.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+
+namespace kivra {
+
+namespace {
+
+// Rights that came later than the headers of Debian 12.
+constexpr quint64 rightToTruncate = 1ULL << 14; // version 3
+constexpr quint64 rightToControl = 1ULL << 15;  // devices; version 5
+
+int version()
+{
+    const long known =
+        syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
+    return known > 0 ? int(known) : 0;
+}
+
+// A right that the kernel does not know yet cannot be taken away.
+quint64 allRights(int known)
+{
+    quint64 rights = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;
+    if (known >= 2)
+        rights |= LANDLOCK_ACCESS_FS_REFER;
+    if (known >= 3)
+        rights |= rightToTruncate;
+    if (known >= 5)
+        rights |= rightToControl;
+    return rights;
+}
+
+void allow(int rules, const QString &folder)
+{
+    const Descriptor opened(open(QFile::encodeName(folder).constData(), O_PATH | O_CLOEXEC));
+    if (!opened.isOpen())
+        return;
+    landlock_path_beneath_attr rule = {};
+    rule.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+    rule.parent_fd = opened.get();
+    syscall(SYS_landlock_add_rule, rules, LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
+}
+
+} // namespace
+
+QStringList foldersToRead()
+{
+    const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    return QStringList{QStringLiteral("/lib"),
+                       QStringLiteral("/lib64"),
+                       QStringLiteral("/usr/lib"),
+                       QStringLiteral("/usr/lib64"),
+                       QStringLiteral("/usr/local/lib"),
+                       QStringLiteral("/etc/ld.so.cache"),
+                       QStringLiteral("/etc/fonts"),
+                       QStringLiteral("/usr/share/fontconfig"),
+                       QStringLiteral("/var/cache/fontconfig"),
+                       cache + QStringLiteral("/fontconfig")} +
+           QStandardPaths::standardLocations(QStandardPaths::FontsLocation) +
+           QCoreApplication::libraryPaths();
+}
+
+int allowReadingOf(const QStringList &folders)
+{
+    const int known = version();
+    if (known == 0)
+        return 0;
+    landlock_ruleset_attr handled = {};
+    handled.handled_access_fs = allRights(known);
+    const Descriptor rules(int(syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0)));
+    if (!rules.isOpen())
+        return 0;
+    for (const QString &folder : folders)
+        allow(rules.get(), folder);
+    const bool holds = prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                       syscall(SYS_landlock_restrict_self, rules.get(), 0) == 0;
+    return holds ? known : 0;
+}
+
+} // namespace kivra

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+namespace kivra::test {
+
+/// Which part of the decoder's confinement is against a deed.
+enum class Guard { Files, SystemCalls, Either };
+
+struct Deed
+{
+    const char *name;
+    Guard guard;
+};
+
+/// What a decoder must not be able to do.
+const QList<Deed> &forbiddenDeeds();
+
+struct Attempt
+{
+    enum class Outcome { Refused, Done, Unknown } outcome;
+    int error; ///< errno of what was refused
+};
+
+/// Tries it, in this process.
+Attempt attemptForbidden(const QByteArray &deed);
+
+} // namespace kivra::test

@@ -1,0 +1,361 @@
+// What the decoder program cannot do, tried by a picture's reader inside it, and how it looks from
+// outside; on this kernel, and on one that lacks a part.
+
+#include "decoding/picturedecoder.h"
+#include "tests/decoding/faultyformat.h"
+#include "tests/decoding/forbidden.h"
+#include "tests/support/pictures.h"
+#include "tests/support/sandbox.h"
+#include "tests/support/testmain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <cerrno>
+#include <csignal>
+#include <unistd.h>
+
+using kivra::PictureDecoder;
+using namespace kivra::test;
+
+namespace {
+
+QString pathOf(const QString &name)
+{
+    return Sandbox::instance().documents() + QLatin1Char('/') + name;
+}
+
+QString written(const QByteArray &content)
+{
+    QFile file(pathOf(QStringLiteral("picture")));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write");
+    return file.fileName();
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString variant(const char *name)
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/decoder-") +
+           QLatin1String(name);
+}
+
+// What the program says of itself.
+QByteArray checked(const QString &program)
+{
+    QProcess process;
+    process.start(program, {QStringLiteral("--check")});
+    process.waitForFinished();
+    return process.exitCode() == 0 ? process.readAllStandardOutput() : QByteArray();
+}
+
+bool holds(const QByteArray &words, const char *part)
+{
+    return words.contains(QByteArray(part) + ": yes");
+}
+
+// The children of this process that run this program.
+QList<int> decoders()
+{
+    QList<int> found;
+    const QString self = QString::number(getpid());
+    for (const QString &number :
+         QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}, QDir::Dirs)) {
+        const QByteArray status =
+            contentOf(QStringLiteral("/proc/") + number + QStringLiteral("/status"));
+        if (status.contains("\nPPid:\t" + self.toLatin1() + '\n') &&
+            status.startsWith("Name:\tkivra-decoder") && !status.contains("\nState:\tZ"))
+            found += number.toInt();
+    }
+    return found;
+}
+
+} // namespace
+
+class TestConfinement : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        const QByteArray words = checked(PictureDecoder::installedProgram());
+        QVERIFY(!words.isEmpty());
+        hasFileRules = holds(words, "no files but libraries and fonts");
+        hasCallFilter = holds(words, "no network, programs, processes, tracing");
+        for (const char *part :
+             {"no new privileges", "not to be looked into, no core", "limit of memory",
+              "limits of files", "first to go when memory is short"})
+            QVERIFY2(holds(words, part), part);
+        if (!hasFileRules || !hasCallFilter)
+            qWarning("this kernel lacks a part: %s", words.constData());
+    }
+
+    void init() { Sandbox::instance().reset(); }
+
+    void cleanup()
+    {
+        shared.reset();
+        QTRY_VERIFY(decoders().isEmpty());
+    }
+
+    void forbidden_data()
+    {
+        QTest::addColumn<QString>("program");
+        QTest::addColumn<QByteArray>("deed");
+        QTest::addColumn<QList<int>>("errors");
+        const QString all = PictureDecoder::installedProgram();
+        const QString noFileRules = variant("without-file-rules");
+        const QString noCallFilter = variant("without-call-filter");
+        for (const Deed &deed : forbiddenDeeds()) {
+            const QList<int> errors = errorsOf(deed.guard);
+            addRow("all parts", all, deed, errors);
+            if (deed.guard == Guard::SystemCalls)
+                addRow("no Landlock", noFileRules, deed, errors);
+            if (deed.guard == Guard::Files)
+                addRow("no seccomp", noCallFilter, deed, errors);
+        }
+    }
+
+    void forbidden()
+    {
+        QFETCH(QString, program);
+        QFETCH(QByteArray, deed);
+        QFETCH(QList<int>, errors);
+        PictureDecoder decoder(program, {});
+        const QImage outcome = decoder.load(written(faultyPicture("try " + deed)));
+        QCOMPARE(outcome.width(), 1); // refused
+        if (!errors.isEmpty())
+            QVERIFY2(errors.contains(outcome.height()), strerror(outcome.height()));
+    }
+
+    // A name that nobody knows is not taken for one that was refused.
+    void triesAreCounted()
+    {
+        PictureDecoder decoder;
+        QCOMPARE(decoder.load(written(faultyPicture("try nothing"))).width(), 3);
+    }
+
+    void eachPartIsIndependent()
+    {
+        const QByteArray noFileRules = checked(variant("without-file-rules"));
+        QVERIFY(!holds(noFileRules, "no files but libraries and fonts"));
+        QCOMPARE(holds(noFileRules, "no network, programs, processes, tracing"), hasCallFilter);
+        const QByteArray noCallFilter = checked(variant("without-call-filter"));
+        QCOMPARE(holds(noCallFilter, "no files but libraries and fonts"), hasFileRules);
+        QVERIFY(!holds(noCallFilter, "no network, programs, processes, tracing"));
+        for (const QByteArray &words : {noFileRules, noCallFilter})
+            QCOMPARE(words.count(": yes"), words.count('\n') - words.count(": NO"));
+    }
+
+    void picturesOpenWithoutAPart_data()
+    {
+        QTest::addColumn<QString>("program");
+        QTest::newRow("no Landlock") << variant("without-file-rules");
+        QTest::newRow("no seccomp") << variant("without-call-filter");
+    }
+
+    void picturesOpenWithoutAPart()
+    {
+        QFETCH(QString, program);
+        PictureDecoder decoder(program, {});
+        QVERIFY(gradient({20, 30}).save(pathOf(QStringLiteral("a.png"))));
+        KIVRA_COMPARE_PICTURES(decoder.load(pathOf(QStringLiteral("a.png"))), gradient({20, 30}));
+    }
+
+    // As the system knows the running program, in each of its threads.
+    void runningDecoder()
+    {
+        const int decoder = startedDecoder();
+        const QString folder = QStringLiteral("/proc/%1/").arg(decoder);
+        const QStringList threads =
+            QDir(folder + QStringLiteral("task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        QVERIFY(!threads.isEmpty());
+        for (const QString &thread : threads) {
+            const QByteArray status =
+                contentOf(folder + QStringLiteral("task/") + thread + QStringLiteral("/status"));
+            QVERIFY(status.contains("\nNoNewPrivs:\t1\n"));
+            QCOMPARE(status.contains("\nSeccomp:\t2\n"), hasCallFilter);
+        }
+        QCOMPARE(contentOf(folder + QStringLiteral("oom_score_adj")), QByteArray("1000\n"));
+    }
+
+    void limitsOfTheRunningDecoder()
+    {
+        const QByteArray limits =
+            contentOf(QStringLiteral("/proc/%1/limits").arg(startedDecoder()));
+        const auto limit = [&](const char *name, int field) {
+            const QRegularExpression line(QLatin1String(name) + QStringLiteral(" +(\\S+) +(\\S+)"));
+            return line.match(QString::fromLatin1(limits)).captured(field);
+        };
+        QCOMPARE(limit("Max core file size", 2), QStringLiteral("0"));
+        QCOMPARE(limit("Max file size", 2), QStringLiteral("0"));
+        QCOMPARE(limit("Max open files", 2), QStringLiteral("64"));
+        const qulonglong memory = limit("Max address space", 2).toULongLong();
+        QVERIFY(memory >= qulonglong(kivra::mostDecodingBytes));
+        const int processor = limit("Max cpu time", 1).toInt();
+        QVERIFY2(processor >= 60 && processor < 90, qPrintable(QString::number(processor)));
+        QCOMPARE(limit("Max cpu time", 2), QStringLiteral("unlimited"));
+    }
+
+    // The system adds up what a process uses; so each request moves its limit on.
+    void processorLimitMovesOn()
+    {
+        PictureDecoder decoder;
+        const auto limit = [] {
+            const QByteArray limits =
+                contentOf(QStringLiteral("/proc/%1/limits").arg(decoders().constFirst()));
+            static const QRegularExpression line(QStringLiteral("Max cpu time +(\\d+)"));
+            return line.match(QString::fromLatin1(limits)).captured(1).toInt();
+        };
+        QVERIFY(!decoder.load(written(faultyPicture("work 2500"))).isNull());
+        const int first = limit();
+        QVERIFY(!decoder.load(written(faultyPicture("well"))).isNull());
+        QVERIFY2(limit() >= first + 2, qPrintable(QString::number(limit())));
+    }
+
+    // Nobody else of the same user may look inside; root may look anywhere.
+    void descriptorsOfTheRunningDecoder()
+    {
+        const QString folder = QStringLiteral("/proc/%1/fd").arg(startedDecoder());
+        if (geteuid() != 0) {
+            QVERIFY(QDir(folder).entryList(QDir::AllEntries | QDir::System).isEmpty());
+            return;
+        }
+        QStringList targets;
+        for (int number = 0; number < 64; ++number) {
+            char target[256] = {};
+            const QByteArray link = QFile::encodeName(folder) + '/' + QByteArray::number(number);
+            if (readlink(link.constData(), target, sizeof target - 1) > 0)
+                targets += QString::fromLocal8Bit(target);
+        }
+        QCOMPARE(targets.count(QStringLiteral("/dev/null")), KIVRA_INSTRUMENTED ? 2 : 3);
+        QCOMPARE(targets.filter(QStringLiteral("socket:")).size(), 1);
+        targets = targets.filter(QRegularExpression(
+            QStringLiteral("^(?!/dev/null|socket:|anon_inode:\\[eventfd\\]|/memfd:kivra|pipe:)")));
+        if (!KIVRA_INSTRUMENTED)
+            QVERIFY2(targets.isEmpty(), qPrintable(targets.join(QLatin1Char(' '))));
+    }
+
+    // One that the system has ended between two pictures costs none.
+    void decoderThatHasEnded()
+    {
+        PictureDecoder decoder;
+        const QString path = written(faultyPicture("well"));
+        QVERIFY(!decoder.load(path).isNull());
+        const QList<int> before = decoders();
+        QCOMPARE(before.size(), 1);
+        kill(before.constFirst(), SIGKILL);
+        QTRY_VERIFY(decoders().isEmpty());
+        QVERIFY(!decoder.load(path).isNull());
+        QVERIFY(decoders() != before);
+    }
+
+    void decoderStaysAndIsReplacedAfterAFailure()
+    {
+        PictureDecoder decoder;
+        decoder.prepare();
+        QTRY_COMPARE(decoders().size(), 1);
+        const QList<int> first = decoders();
+        QVERIFY(!decoder.load(written(faultyPicture("well"))).isNull());
+        QVERIFY(!decoder.load(written(faultyPicture("size 9 9"))).isNull());
+        QCOMPARE(decoders(), first);
+        QVERIFY(decoder.load(pathOf(QStringLiteral("nothing"))).isNull()); // it was not even asked
+        QCOMPARE(decoders(), first);
+        QVERIFY(decoder.load(written("no picture")).isNull());
+        QTRY_COMPARE(decoders().size(), 1);
+        QVERIFY(decoders() != first);
+    }
+
+    void noDecoderOutlivesItsViewer()
+    {
+        {
+            PictureDecoder decoder;
+            decoder.open(written(faultyPicture("wait")));
+            QTRY_COMPARE(decoders().size(), 1);
+        }
+        QTRY_VERIFY(decoders().isEmpty());
+    }
+
+    // The session's secrets are no business of a decoder.
+    void environmentIsNotPassedOn()
+    {
+        qputenv("KIVRA_SECRET", "42");
+        const QByteArray environment =
+            contentOf(QStringLiteral("/proc/%1/environ").arg(startedDecoder()));
+        qunsetenv("KIVRA_SECRET");
+        QVERIFY(!environment.contains("KIVRA_SECRET"));
+        QVERIFY(!environment.contains("DISPLAY"));
+    }
+
+    // Nor is it lost on the way to a file.
+    void checkGoesToAFile()
+    {
+        QProcess process;
+        process.setStandardOutputFile(pathOf(QStringLiteral("words")));
+        process.start(PictureDecoder::installedProgram(), {QStringLiteral("--check")});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(contentOf(pathOf(QStringLiteral("words"))),
+                 checked(PictureDecoder::installedProgram()));
+    }
+
+    // Started by hand, it says what it is for.
+    void startedByHand()
+    {
+        QProcess process;
+        process.start(PictureDecoder::installedProgram(), QStringList());
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 2);
+        QVERIFY(process.readAllStandardError().contains("--check"));
+    }
+
+private:
+    QList<int> errorsOf(Guard guard) const
+    {
+        switch (guard) {
+        case Guard::Files:
+            return {EACCES};
+        case Guard::SystemCalls:
+            return {ENOSYS};
+        case Guard::Either:
+            return {};
+        }
+        return {};
+    }
+
+    void addRow(const char *parts, const QString &program, const Deed &deed,
+                const QList<int> &errors) const
+    {
+        const bool isGuarded = (deed.guard == Guard::Files && hasFileRules) ||
+                               (deed.guard == Guard::SystemCalls && hasCallFilter) ||
+                               (deed.guard == Guard::Either && hasFileRules && hasCallFilter);
+        if (isGuarded)
+            QTest::addRow("%s, %s", parts, deed.name) << program << QByteArray(deed.name) << errors;
+    }
+
+    // The number of a decoder that has confined itself; it lives as long as the test function's
+    // next call of this.
+    int startedDecoder()
+    {
+        shared = std::make_unique<PictureDecoder>();
+        if (shared->load(written(faultyPicture("well"))).isNull())
+            qFatal("no picture");
+        return decoders().value(0);
+    }
+
+    bool hasFileRules = false;
+    bool hasCallFilter = false;
+    std::unique_ptr<PictureDecoder> shared;
+};
+
+KIVRA_TEST(TestConfinement)
+#include "test_confinement.moc"

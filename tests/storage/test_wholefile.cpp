@@ -1,0 +1,128 @@
+// Writing a file whole, without waiting for the disk.
+
+#include "storage/wholefile.h"
+#include "tests/support/patience.h"
+#include "tests/support/sandbox.h"
+#include "tests/support/testmain.h"
+
+#include <QDir>
+#include <QFile>
+#include <atomic>
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<int> syncs{0};
+std::atomic<int> syncsOfTheCaller{0};
+const std::thread::id caller = std::this_thread::get_id();
+
+int countedSync(long call, int descriptor)
+{
+    ++syncs;
+    if (std::this_thread::get_id() == caller)
+        ++syncsOfTheCaller;
+    return int(syscall(call, descriptor));
+}
+
+QString pathOf(const char *name)
+{
+    return kivra::test::Sandbox::instance().documents() + QLatin1Char('/') + QLatin1String(name);
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+// In place of the C library's, for Qt's calls too.
+extern "C" {
+int fsync(int descriptor)
+{
+    return countedSync(SYS_fsync, descriptor);
+}
+int fdatasync(int descriptor)
+{
+    return countedSync(SYS_fdatasync, descriptor);
+}
+}
+
+class TestWholeFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        kivra::test::Sandbox::instance().reset();
+        syncs = 0;
+        syncsOfTheCaller = 0;
+    }
+
+    void writesAndReplaces()
+    {
+        const QString path = pathOf("été.jpg");
+        for (const QByteArray &content :
+             {QByteArray("one"), QByteArray(300000, 'x'), QByteArray()}) {
+            QVERIFY(writeWholeFile(path, content));
+            QCOMPARE(contentOf(path), content);
+            QCOMPARE(kivra::test::Sandbox::instance().storedFiles(), QStringList(path));
+        }
+    }
+
+    // The live picture would stand still for as long.
+    void anotherThreadWaitsForTheDisk()
+    {
+        QVERIFY(writeWholeFile(pathOf("a"), "content"));
+        QTRY_VERIFY_WITH_TIMEOUT(syncs.load() >= 2, kivra::test::patienceMs); // file and folder
+        QCOMPARE(syncsOfTheCaller.load(), 0);
+    }
+
+    void whatCannotBeWrittenReplacesNone()
+    {
+        const QString path = pathOf("a");
+        QVERIFY(writeWholeFile(path, "kept"));
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit before = {};
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit few = before;
+        few.rlim_cur = 10;
+        setrlimit(RLIMIT_FSIZE, &few);
+        const bool isWritten = writeWholeFile(path, QByteArray(100, 'x'));
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, SIG_DFL);
+        QVERIFY(!isWritten);
+        QCOMPARE(contentOf(path), QByteArray("kept"));
+        QCOMPARE(kivra::test::Sandbox::instance().storedFiles(), QStringList(path));
+    }
+
+    void nowhere()
+    {
+        QVERIFY(!writeWholeFile(QStringLiteral("/nowhere/at/all"), "x"));
+        QVERIFY(QDir().mkdir(pathOf("folder")));
+        QVERIFY(!writeWholeFile(pathOf("folder"), "x"));
+        QVERIFY(QFileInfo(pathOf("folder")).isDir());
+        QVERIFY(kivra::test::Sandbox::instance().storedFiles().isEmpty());
+    }
+
+    // As any other file of the user's.
+    void rightsFollowTheMask()
+    {
+        const mode_t mask = umask(027);
+        QVERIFY(writeWholeFile(pathOf("a"), "x"));
+        umask(mask);
+        struct stat is = {};
+        QCOMPARE(stat(QFile::encodeName(pathOf("a")).constData(), &is), 0);
+        QCOMPARE(int(is.st_mode & 0777), 0640);
+    }
+};
+
+KIVRA_TEST(TestWholeFile)
+#include "test_wholefile.moc"
