@@ -105,6 +105,7 @@ struct Stream
     std::uint32_t fourcc;
     std::function<Bytes(QSize)> frame;
     Matrix matrix = Matrix::Bt601;
+    Range range = Range::Limited;
 };
 
 void addDecoder(const std::string &operation, QSize size, const Stream &stream,
@@ -118,6 +119,7 @@ void addDecoder(const std::string &operation, QSize size, const Stream &stream,
         format.size = {size.width(), size.height()};
         format.planes[0] = {0, frames.next().size()};
         format.matrix = stream.matrix;
+        format.range = stream.range;
         FrameDecoder decoder(format, orientation);
         for (auto _ : state) {
             const Bytes &frame = frames.next();
@@ -176,7 +178,8 @@ std::vector<Stream> streams()
         {"UYVY", V4L2_PIX_FMT_UYVY, packed},
         {"NV12", V4L2_PIX_FMT_NV12, planar},
         {"YU12", V4L2_PIX_FMT_YUV420, planar},
-        {"RGB24", V4L2_PIX_FMT_RGB24, [](QSize size) { return noise(3 * pixelsOf(size)); }},
+        {"RGB24", V4L2_PIX_FMT_RGB24, [](QSize size) { return noise(3 * pixelsOf(size)); },
+         Matrix::Bt601, Range::Full},
         {"GREY", V4L2_PIX_FMT_GREY, [](QSize size) { return noise(pixelsOf(size)); }},
         {"MJPEG 4:2:2", V4L2_PIX_FMT_MJPEG,
          [](QSize size) {

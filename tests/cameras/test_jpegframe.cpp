@@ -146,6 +146,27 @@ private slots:
         }
     }
 
+    void bytesBeforeARestartMarkerAreGood()
+    {
+        JpegRecipe recipe{70, 41};
+        recipe.restartInterval = 4;
+        const Bytes jpeg = jpegOf(recipe);
+        const auto isRestart = [&](std::size_t place) {
+            return jpeg.at(place) == 0xFF && jpeg.at(place + 1) >= 0xD0 &&
+                   jpeg.at(place + 1) <= 0xD7;
+        };
+        Bytes stuffed;
+        for (std::size_t place = 0; place < jpeg.size(); ++place) {
+            if (place + 1 < jpeg.size() && isRestart(place))
+                stuffed.insert(stuffed.end(), {0x12, 0x34});
+            stuffed.push_back(jpeg.at(place));
+        }
+        QVERIFY(stuffed.size() > jpeg.size() + 20);
+        const auto picture = pictureOf(stuffed, {70, 41});
+        QVERIFY(picture.has_value());
+        QVERIFY(reference::difference(*picture, reference::jpegPicture(jpeg)) <= 1);
+    }
+
     void theSizeIsTheFrames()
     {
         const Bytes jpeg = jpegOf({70, 41});
