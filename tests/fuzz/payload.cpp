@@ -45,8 +45,9 @@ FrameFormat formatOf(const Header &header)
     format.fourcc = formats.at(header[0] % formats.size());
     format.size = {header[1], header[2]};
     format.planeCount = header[7] & 3U;
+    const std::size_t beyond = header[3];
     for (FramePlane &plane : format.planes) {
-        plane.stride = header[3] == 0 ? 0 : std::size_t{header[1]} + header[3] - 1;
+        plane.stride = beyond == 0 ? 0 : header[1] + beyond - 1;
         plane.size = std::size_t{1} << 20U;
     }
     constexpr std::array matrices{Matrix::Bt601, Matrix::Bt709, Matrix::Bt2020};
