@@ -111,7 +111,7 @@ void PictureDecoder::wait()
 QImage PictureDecoder::load(const QString &path)
 {
     open(path);
-    const QImage loaded = d->picture;
+    QImage loaded = d->picture;
     wait();
     return loaded;
 }

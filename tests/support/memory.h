@@ -11,7 +11,7 @@ qint64 residentMemory();
 qint64 allocatedMemory();
 
 /// The address sanitizer keeps what is freed for a while, so that memory says nothing.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KIVRA_SANITIZED)
 constexpr bool freedMemoryIsKept = true;
 #else
 constexpr bool freedMemoryIsKept = false;
