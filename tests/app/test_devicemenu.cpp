@@ -6,7 +6,6 @@
 
 #include <QMenu>
 
-using kivra::cameras::Device;
 using kivra::test::WindowTest;
 
 class TestDeviceMenu : public WindowTest
