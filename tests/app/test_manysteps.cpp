@@ -124,7 +124,7 @@ private:
             if (position + direction < 0 || position + direction >= names.size())
                 direction = -direction;
             position += direction;
-            const QString name = names.at(position);
+            const QString &name = names.at(position);
             const int failuresBefore = failures.texts.size();
             QTest::keyClick(window.get(), direction > 0 ? Qt::Key_Space : Qt::Key_Backspace);
             if (name.contains(QLatin1String("endless")) && window->probe.isOpening())

@@ -8,6 +8,7 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
+#include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QMenu>
@@ -37,7 +38,7 @@ QString stored(const QString &name, const QByteArray &content)
 
 QString storedPicture(const QString &name, const QSize &size)
 {
-    const QString path = stored(name, {});
+    QString path = stored(name, {});
     if (!gradient(size).save(path, "png"))
         qFatal("cannot write %s", qPrintable(name));
     return path;
@@ -253,7 +254,7 @@ private slots:
 private:
     QString openEndless()
     {
-        const QString path = stored(QStringLiteral("endless.jpg"), faultyPicture("work"));
+        QString path = stored(QStringLiteral("endless.jpg"), faultyPicture("work"));
         window->probe.displayFile(path);
         if (!window->probe.isOpening())
             qFatal("it is not being opened");

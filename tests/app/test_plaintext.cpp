@@ -24,8 +24,6 @@
 
 using kivra::test::gradient;
 using kivra::test::Sandbox;
-using kivra::test::TestCamera;
-using kivra::test::Window;
 using kivra::test::WindowTest;
 
 namespace {
@@ -150,7 +148,7 @@ private slots:
         file.close();
         expectPainted(QStringLiteral("échec chargement de fichier"));
         window->open(path);
-        QVERIFY(watch->seen.filter(path).size() > 0);
+        QVERIFY(!watch->seen.filter(path).isEmpty());
     }
 
     void fileThatIsShown()
@@ -192,7 +190,7 @@ private slots:
         expectPainted(QStringLiteral("Camera error"));
         device().raiseError(QCamera::CameraError, bait->inAText());
         QTRY_COMPARE(boxes->answered(), 1);
-        QVERIFY(watch->seen.filter(bait->inAText()).size() > 0);
+        QVERIFY(!watch->seen.filter(bait->inAText()).isEmpty());
     }
 
     void stillsErrors()

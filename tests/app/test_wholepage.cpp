@@ -5,7 +5,6 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
-using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
 using kivra::test::WindowTest;
