@@ -237,7 +237,7 @@ private slots:
     void looksAheadOnlyWhileNoCameraRuns()
     {
         storedPicture(QStringLiteral("a.png"), {30, 20});
-        const QString second = storedPicture(QStringLiteral("b.png"), {40, 20});
+        storedPicture(QStringLiteral("b.png"), {40, 20});
         openWindow();
         window->pressAndWait(Qt::Key_Space);
         window->pressAndWait(Qt::Key_Backspace);
