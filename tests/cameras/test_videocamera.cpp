@@ -90,7 +90,7 @@ public:
 
     bool showJpeg(const QImage &picture)
     {
-        const std::vector<std::uint8_t> bytes = jpegOf(picture);
+        std::vector<std::uint8_t> bytes = jpegOf(picture);
         return showBytes([&] { return bytes; });
     }
 

@@ -12,7 +12,6 @@
 using kivra::AreaScaler;
 using kivra::pixelsFilled;
 using kivra::ScaledPlace;
-using kivra::test::gradient;
 
 namespace {
 
@@ -109,8 +108,9 @@ double inkOfStroke(const QImage &shown, double scale, const QPoint &centre, bool
 {
     const int along = int((post ? centre.y() - arm / 2 : centre.x() - arm / 2) * scale);
     const int across = post ? centre.x() : centre.y();
-    const int begin = int((across - arm / 2) * scale);
-    const int end = int((across + arm / 2) * scale);
+    const int reach = arm / 2;
+    const int begin = int((across - reach) * scale);
+    const int end = int((across + reach) * scale);
     double darkness = 0;
     for (int place = begin; place < end; ++place) {
         const QPoint at = post ? QPoint(place, along) : QPoint(along, place);
