@@ -4,6 +4,7 @@
 #include "decoding/picturedecoder.h"
 #include "tests/decoding/faultyformat.h"
 #include "tests/decoding/forbidden.h"
+#include "tests/support/files.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
@@ -23,23 +24,9 @@ using namespace kivra::test;
 
 namespace {
 
-QString pathOf(const QString &name)
-{
-    return Sandbox::instance().documents() + QLatin1Char('/') + name;
-}
-
 QString written(const QByteArray &content)
 {
-    QFile file(pathOf(QStringLiteral("picture")));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("cannot write");
-    return file.fileName();
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return kivra::test::written(QStringLiteral("picture"), content);
 }
 
 QString variant(const char *name)
