@@ -27,9 +27,7 @@ bool isPassedOn(const QByteArray &variable)
                                             "LANGUAGE=",       "LC_",
                                             "XDG_DATA_",       "XDG_CONFIG_",
                                             "XDG_CACHE_HOME=", "FONTCONFIG_",
-                                            "QT_PLUGIN_PATH=", "LD_LIBRARY_PATH=",
-                                            "ASAN_OPTIONS=",   "UBSAN_OPTIONS=",
-                                            "LSAN_OPTIONS="};
+                                            "QT_PLUGIN_PATH=", "LD_LIBRARY_PATH="};
     return std::any_of(names.begin(), names.end(),
                        [&](const QByteArray &name) { return variable.startsWith(name); });
 }

@@ -3,6 +3,7 @@
 #include "storage/paths.h"
 #include "storage/settings.h"
 #include "tests/app/windowtest.h"
+#include "tests/support/files.h"
 #include "tests/support/patience.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
@@ -16,6 +17,7 @@
 #include <QTimer>
 
 using kivra::test::gradient;
+using kivra::test::pathOf;
 using kivra::test::Sandbox;
 using kivra::test::Window;
 using kivra::test::WindowTest;
@@ -24,11 +26,6 @@ namespace {
 
 const QString failure = QStringLiteral("échec chargement de fichier");
 const QString failureText = QStringLiteral("impossible d'ouvrir l'image ");
-
-QString pathOf(const QString &name)
-{
-    return Sandbox::instance().documents() + QLatin1Char('/') + name;
-}
 
 QString saved(const QString &name, const QImage &picture)
 {
