@@ -1,6 +1,6 @@
-#include "processing/bicolore.h"
-#include "tests/processing/pictures.h"
-#include "tests/processing/versions.h"
+#include "processing/tables.h"
+#include "tests/render/pictures.h"
+#include "tests/render/versions.h"
 #include "tests/reference/reference.h"
 
 using namespace kivra::test;

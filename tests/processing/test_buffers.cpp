@@ -1,7 +1,7 @@
 #include "processing/buffers.h"
 #include "processing/histogram.h"
 #include "processing/threshold.h"
-#include "tests/processing/pictures.h"
+#include "tests/render/pictures.h"
 #include "tests/reference/reference.h"
 #include "tests/support/testmain.h"
 

@@ -1,7 +1,7 @@
 #include "processing/buffers.h"
 #include "processing/histogram.h"
-#include "tests/processing/pictures.h"
-#include "tests/processing/versions.h"
+#include "tests/render/pictures.h"
+#include "tests/render/versions.h"
 #include "tests/reference/reference.h"
 
 #include <opencv2/imgproc.hpp>
