@@ -1,7 +1,7 @@
 #include "processing/tables.h"
+#include "tests/reference/reference.h"
 #include "tests/render/pictures.h"
 #include "tests/render/versions.h"
-#include "tests/reference/reference.h"
 
 #include <array>
 #include <climits>

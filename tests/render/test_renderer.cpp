@@ -189,6 +189,20 @@ private slots:
         }
     }
 
+    // More columns than a tile, fewer rows than a neighbourhood, and the other way round.
+    void flatAndNarrowPicturesMatchTheReference()
+    {
+        for (const QSize size : {QSize(1500, 2), QSize(1025, 3), QSize(513, 6), QSize(30000, 7),
+                                 QSize(2, 1500), QSize(3, 700), QSize(40000, 2), QSize(70000, 1)}) {
+            for (const Motif &motif : motifs()) {
+                const QImage picture = motif.draw(size);
+                for (int mode = 0; mode <= 6; ++mode)
+                    KIVRA_COMPARE_PICTURES(rendered(picture, {mode, 2, 0, 100}),
+                                           reference::frame(picture, mode, 2, 0, 100));
+            }
+        }
+    }
+
     void demonstrationPicturesMatchTheReference_data()
     {
         using namespace kivra::cameras;
