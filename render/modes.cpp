@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <mutex>
 #include <optional>
 
@@ -55,20 +54,6 @@ void lookAtLuma(const Job &job, Look &look)
         equalizationTable(fillPlaneAndCount(job.from, kernels().luma, job.plane, job.threads));
 }
 
-// Eight levels at a time, from one load.
-void lookUp(const std::uint8_t *from, std::uint8_t *to, int n, const ByteTable &table)
-{
-    int i = 0;
-    for (; i + 8 <= n; i += 8) {
-        std::uint64_t levels = 0;
-        std::memcpy(&levels, from + i, sizeof levels);
-        for (int place = 0; place < 8; ++place)
-            to[i + place] = table[levels >> (8 * place) & 0xFFU];
-    }
-    for (; i < n; ++i)
-        to[i] = table[from[i]];
-}
-
 void paintEqualized(const Job &job, const Look &look, Span rows)
 {
     constexpr int piece = 1024;
@@ -78,7 +63,7 @@ void paintEqualized(const Job &job, const Look &look, Span rows)
         for (int done = 0; done < job.from.width(); done += piece) {
             const int count = std::min(piece, job.from.width() - done);
             const std::uint8_t *const luma = job.plane.ptr(y) + done;
-            lookUp(luma, lit.data(), count, look.table);
+            kernel.lookUp(luma, lit.data(), count, look.table);
             kernel.relight(job.from.row(y) + done, luma, lit.data(), job.to.row(y) + done, count);
         }
     }

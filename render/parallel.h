@@ -3,9 +3,7 @@
 #include "render/pixels.h"
 
 #include <algorithm>
-#include <atomic>
 #include <opencv2/core/utility.hpp>
-#include <vector>
 
 namespace kivra {
 
@@ -20,10 +18,9 @@ inline int allThreads()
 /// worth more. The order is not defined, so \a body must give the same result for any cut. What it
 /// throws, this throws.
 ///
-/// Each worker begins with a part of its own, the same in each call, so that a second pass finds in
-/// its core's cache what the first has left there. Several bands to a part even out a worker that
-/// starts late: the others do what it has not begun. Waking a worker costs as much as some ten
-/// thousand pixels. Threads may call this at the same time; all but one of them then work alone.
+/// Several bands per thread even out a worker that starts late. Waking a worker costs as much as
+/// some ten thousand pixels. Threads may call this at the same time; all but one of them then work
+/// alone.
 template<typename Body>
 void forBands(int threads, int width, int height, const Body &body)
 {
@@ -33,23 +30,17 @@ void forBands(int threads, int width, int height, const Body &body)
         body(Span{0, height});
         return;
     }
+    const int bands = std::min(height, threads * bandsPerThread);
     const auto edge = [&](int band) {
-        return static_cast<int>(static_cast<long>(height) * band / (threads * bandsPerThread));
+        return static_cast<int>(static_cast<long>(height) * band / bands);
     };
-    std::vector<std::atomic<int>> begun(static_cast<std::size_t>(threads)); // of each part's bands
-    const auto work = [&](const cv::Range &workers) {
-        for (int turn = 0; turn < threads; ++turn) {
-            const int part = (workers.start + turn) % threads;
-            std::atomic<int> &next = begun[static_cast<std::size_t>(part)];
-            for (int band = next++; band < bandsPerThread; band = next++) {
-                const Span rows{edge(part * bandsPerThread + band),
-                                edge(part * bandsPerThread + band + 1)};
-                if (rows.begin < rows.end)
-                    body(rows);
-            }
-        }
+    const auto work = [&](const cv::Range &range) {
+        for (int band = range.start; band < range.end; ++band)
+            body(Span{edge(band), edge(band + 1)});
     };
-    cv::parallel_for_(cv::Range(0, threads), work, threads);
+    // In as many stripes as there may be workers, unless all may work.
+    const int stripes = threads < allThreads() ? threads : bands;
+    cv::parallel_for_(cv::Range(0, bands), work, stripes);
 }
 
 } // namespace kivra

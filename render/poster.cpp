@@ -24,13 +24,13 @@ std::uint8_t middleOfEighth(int eighth)
 // otherwise than its code for the end of a row.
 std::vector<Pixel> convertedColours()
 {
+    std::vector<Pixel> words(std::size_t{eighths} * hues * saturations);
     cv::Mat hsv(eighths * hues, saturations, CV_8UC3);
     for (int y = 0; y < hsv.rows; ++y) {
         for (int x = 0; x < saturations; ++x)
             hsv.at<cv::Vec3b>(y, x) = {static_cast<std::uint8_t>(y % hues),
                                        static_cast<std::uint8_t>(x), middleOfEighth(y / hues)};
     }
-    std::vector<Pixel> words(hsv.total());
     cv::Mat result(hsv.rows, hsv.cols, CV_8UC4, words.data());
     cv::cvtColor(hsv, result, cv::COLOR_HSV2BGR, 4);
     return words;

@@ -13,8 +13,10 @@ namespace kivra {
 /// The instruction sets that kernels are compiled for, each including the ones before it.
 enum class Isa { Portable, Sse41, Avx2 };
 
-/// A table for bytes.
-using ByteTable = std::array<std::uint8_t, 256>;
+/// A table for bytes, aligned for the vectors that it is split into.
+struct alignas(32) ByteTable : std::array<std::uint8_t, 256>
+{
+};
 
 /// A table for each channel, its entries shifted to the channel's place in the pixel word.
 struct ToneWords
@@ -64,6 +66,8 @@ struct Kernels
     void (*choose)(const std::uint8_t *from, Pixel *to, int n, int threshold, TwoColours colours);
     /// OpenCV's luma (Y of YCrCb).
     void (*luma)(const Pixel *from, std::uint8_t *to, int n);
+    /// Each byte through the table.
+    void (*lookUp)(const std::uint8_t *from, std::uint8_t *to, int n, const ByteTable &table);
     /// Through YCrCb and back, alpha 255. On the way the pixels' luma \a was, as luma() gives it,
     /// is replaced by \a becomes.
     void (*relight)(const Pixel *from, const std::uint8_t *was, const std::uint8_t *becomes,

@@ -249,6 +249,23 @@ private slots:
         }
     }
 
+    void lookUpAgreesAtEveryLength()
+    {
+        ByteTable table{};
+        for (std::size_t i = 0; i < table.size(); ++i)
+            table[i] = static_cast<std::uint8_t>(i * 77 + 13);
+        for (int n = 0; n <= 300; ++n) {
+            const Bytes from = randomBytes(n);
+            Bytes expected;
+            std::transform(from.begin(), from.end(), std::back_inserter(expected),
+                           [&](std::uint8_t level) { return table[level]; });
+            expected.push_back(byteSentinel);
+            Bytes to(from.size() + 1, byteSentinel);
+            version->lookUp(from.data(), to.data(), n, table);
+            QCOMPARE(to, expected);
+        }
+    }
+
     void chooseAgreesAtEveryLength()
     {
         for (int n = 0; n <= longest; ++n) {
