@@ -5,6 +5,7 @@
 #include "app/plaintext.h"
 #include "app/secondpress.h"
 #include "decoding/pictureopener.h"
+#include "render/renderer.h"
 #include "resources/resources.h"
 #include "storage/images.h"
 #include "storage/settings.h"
@@ -49,6 +50,7 @@ Camera::Camera(QWidget *parent)
     readSettings();
     images = std::make_unique<Images>();
     videoSurface = std::make_unique<VideoSurface>(nullptr);
+    renderer = std::make_unique<kivra::Renderer>();
     connect(videoSurface.get(), &VideoSurface::activeChanged, this, &Camera::noteSurfaceStart);
     clipboard = QGuiApplication::clipboard();
     const QByteArray device = fillDeviceMenu();

@@ -19,7 +19,8 @@ class Ui_Camera;
 class VideoSurface;
 namespace kivra {
 class PictureOpener;
-}
+class Renderer;
+} // namespace kivra
 
 /// Path of the picture to show at the start; empty for the live picture.
 extern QString _imgAOuvrir;
@@ -110,7 +111,8 @@ private slots:
 
     /// Renders the last frame with the current selections and shows it.
     void updateDisplay();
-    /// Applies mode, table and effect, in this order, to a 32-bit picture in place.
+    /// Applies mode, table and effect, in this order, to lastFrame's picture in place; without the
+    /// memory for it, that becomes null.
     void fProcessing(QImage *pImg, int imageProcessing, int displayMode);
 
     void on_actionNoir_et_blanc_triggered();
@@ -196,8 +198,8 @@ private:
     int modeTailleFenetre = 0; ///< window size preset, 0..2
     int framesDisplayed = 0;   ///< since the last line of figures
     int lastPixelCount = 0;
-    double displayTimeMsPerMp = 0.0;    ///< of table and effect, without a mode
-    double processingTimeMsPerMp = 0.0; ///< of the mode, and what it does of table and effect
+    double displayTimeMsPerMp = 0.0;    ///< of table and effect
+    double processingTimeMsPerMp = 0.0; ///< of the mode
     bool rawStore = true;               ///< as read at the last capture
     bool smallField = false;            ///< show the centre of the frame only
     int lumiere = 0;                    ///< -100..100
@@ -206,11 +208,13 @@ private:
     int coefZoom = 100;                 ///< per cent, 12..800
     int coefCourant = 3;                ///< 0 contraste, 1 lumiere, 2 reglage, 3 zoom
     std::unique_ptr<VideoSurface> videoSurface;
-    bool isFirstFrame = false;     ///< the next one, since the camera was started
-    QString cameraFault;           ///< the last one, in words
-    bool tellsCameraFault = false; ///< a box is open
-    bool surfaceStarted = false;   ///< by the present camera
-    QImage lastFrame;              ///< unprocessed, 32-bit; null before the first frame
+    bool isFirstFrame = false;      ///< the next one, since the camera was started
+    QString cameraFault;            ///< the last one, in words
+    bool tellsCameraFault = false;  ///< a box is open
+    bool surfaceStarted = false;    ///< by the present camera
+    QImage lastFrame;               ///< unprocessed, 32-bit; null before the first frame
+    bool lastFrameIsOpaque = false; ///< the alpha of each of its pixels is known to be 255
+    std::unique_ptr<kivra::Renderer> renderer;
     std::unique_ptr<QTimer> aTimer;
     std::unique_ptr<QTimer> bTimer;
     std::unique_ptr<Images> images;

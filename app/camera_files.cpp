@@ -69,6 +69,7 @@ void Camera::displayFile(const QString &path)
 void Camera::showFile(const QString &path, const QImage &picture)
 {
     lastFrame = picture;
+    lastFrameIsOpaque = true;
     imagePath = path;
     endLivePicture();
     coefZoom = 100;

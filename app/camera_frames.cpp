@@ -2,7 +2,7 @@
 
 #include "app/camera.h"
 
-#include "processing/frame.h"
+#include "render/renderer.h"
 #include "storage/settings.h"
 #include "ui_camera.h"
 #include "video/videosurface.h"
@@ -17,6 +17,20 @@ QRect reducedField(const QSize &frame)
     return {left, top, 2 * left, 2 * top};
 }
 
+// Shares the pixels, which stay as long as the part does. The whole picture for a part without any
+// extent, nothing for one that has an extent along one side only.
+QImage partOf(const QImage &picture, const QRect &part)
+{
+    if (part.isNull())
+        return picture;
+    if (part.isEmpty())
+        return {};
+    const auto letGo = [](void *held) { delete static_cast<QImage *>(held); };
+    const uchar *first = picture.constScanLine(part.top()) + qsizetype(part.left()) * 4;
+    return {first, part.width(),       part.height(), picture.bytesPerLine(), picture.format(),
+            letGo, new QImage(picture)};
+}
+
 } // namespace
 
 // A frame that comes while another is in work, while the user holds the picture, while a box tells
@@ -27,9 +41,9 @@ void Camera::displayImage()
     if (busy || failureStands || !wantsLivePicture())
         return;
     busy = true;
-    lastFrame = videoSurface->frame();
-    if (smallField)
-        lastFrame = lastFrame.copy(reducedField(lastFrame.size()));
+    const QImage frame = videoSurface->frame();
+    lastFrame = smallField ? partOf(frame, reducedField(frame.size())) : frame;
+    lastFrameIsOpaque = videoSurface->isOpaque();
     fitLivePicture();
     updateDisplay();
     ++framesDisplayed;
@@ -47,27 +61,31 @@ void Camera::fitLivePicture()
         ui->displayWidget->fitPicture(lastFrame.size());
 }
 
-// The processing writes into memory of its own as long as the last frame shares the pixels, and
-// where nothing changes it leaves them shared.
+// What cannot be rendered leaves the last picture where it is.
 void Camera::updateDisplay()
 {
     QImage picture = lastFrame;
     fProcessing(&picture, imageProcessing, displayMode);
-    ui->displayWidget->setPixmap(
-        QPixmap::fromImage(picture)); // paints at once, and nothing else changed
+    if (picture.isNull() && !lastFrame.isNull())
+        return;
+    ui->displayWidget->setPixmap(QPixmap::fromImage(picture));
+    update();
 }
 
 void Camera::fProcessing(QImage *pImg, int mode, int effect)
 {
-    kivra::FrameTimes seconds;
-    const bool isOpaque = videoSurface->isOpaqueFrame(*pImg);
-    kivra::processFrame(pImg, {mode, effect, lumiere, contraste, isOpaque}, &seconds);
+    const int pixelCount = pImg->width() * pImg->height();
+    const kivra::Rendering rendering =
+        renderer->render({*pImg, lastFrameIsOpaque}, {mode, effect, lumiere, contraste});
+    *pImg = rendering.image;
+    if (pImg->isNull() && pixelCount > 0)
+        return;
 
     // Of an empty picture the times are no numbers; they are only ever shown.
-    lastPixelCount = pImg->width() * pImg->height();
+    lastPixelCount = pixelCount;
     constexpr double msPerMpInSecondsPerPixel = 1e9;
-    processingTimeMsPerMp = seconds.mode * msPerMpInSecondsPerPixel / lastPixelCount;
-    displayTimeMsPerMp = seconds.effect * msPerMpInSecondsPerPixel / lastPixelCount;
+    processingTimeMsPerMp = rendering.times.mode * msPerMpInSecondsPerPixel / lastPixelCount;
+    displayTimeMsPerMp = rendering.times.effect * msPerMpInSecondsPerPixel / lastPixelCount;
 }
 
 std::array<QAction *, 7> Camera::modeActions() const

@@ -1,11 +1,8 @@
 #include "benchmarks/subjects.h"
 
-#include "processing/bicolore.h"
 #include "processing/buffers.h"
-#include "processing/frame.h"
-#include "processing/histogram.h"
-#include "processing/lut.h"
-#include "processing/threshold.h"
+#include "processing/operations.h"
+#include "render/renderer.h"
 #include "tests/reference/reference.h"
 
 #include <QImage>
@@ -183,8 +180,10 @@ void addConversion(QSize size)
 
 void addFrame(const std::string &operation, QSize size, const FrameSettings &settings)
 {
-    addToNew(operation, "product", size,
-             [settings](const QImage &image) { return renderFrame(image, settings); });
+    addToNew(operation, "product", size, [settings](const QImage &image) {
+        static Renderer renderer;
+        return renderer.render({image, true}, settings).image;
+    });
     addToNew(operation, "reference", size, [settings](const QImage &image) {
         return reference::frame(image, settings.mode, settings.effect, settings.lumiere,
                                 settings.contraste);

@@ -5,7 +5,7 @@
 #include "app/camera.h"
 #include "decoding/picturedecoder.h"
 #include "display/pixmapwidget.h"
-#include "processing/frame.h"
+#include "render/renderer.h"
 #include "tests/support/probe.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testcamera.h"
@@ -119,10 +119,11 @@ void processAndPaint(benchmark::State &state)
     const QImage frame = still();
     const std::unique_ptr<Camera> window = windowWithStill();
     auto *const view = window->findChild<PixmapWidget *>(QStringLiteral("displayWidget"));
+    kivra::Renderer renderer;
     kivra::FrameSettings settings;
     for (auto _ : state) {
         settings.lumiere = 20 - settings.lumiere;
-        view->setPixmap(QPixmap::fromImage(kivra::renderFrame(frame, settings)));
+        view->setPixmap(QPixmap::fromImage(renderer.render({frame, true}, settings).image));
     }
 }
 

@@ -1,7 +1,7 @@
 #include "display/areascaler.h"
 
-#include "processing/kernels/kernels.h"
-#include "processing/parallel.h"
+#include "render/kernels/kernels.h"
+#include "render/parallel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -127,8 +127,8 @@ public:
 private:
     void weigh(int row, const RowWeights &weights, std::vector<float> &to)
     {
-        kernels().area.weighRows(picture.row(row) + begin, picture.bytesPerLine(), weights,
-                                 scratch.data(), to.data(), width);
+        kernels().weighRows(picture.row(row) + begin, picture.bytesPerLine, weights, scratch.data(),
+                            to.data(), width);
     }
 
     const ConstPixels &picture;
@@ -154,21 +154,21 @@ QImage AreaScaler::scaled(const QImage &picture, const ScaledPlace &place, const
 {
     if (picture.isNull() || wanted.isEmpty())
         return {};
-    const ConstPixels source(reinterpret_cast<const Pixel *>(picture.constBits()), picture.width(),
-                             picture.height(), picture.bytesPerLine());
+    const ConstPixels source{reinterpret_cast<const Pixel *>(picture.constBits()), picture.width(),
+                             picture.height(), picture.bytesPerLine()};
     const Columns columns(wanted, place, picture.width());
     const ColumnWeights weights{columns.firsts.data(), columns.weights.data(), columns.taps};
     const auto width = static_cast<std::size_t>(wanted.width());
     pixels.resize(std::max(pixels.size(), width * static_cast<std::size_t>(wanted.height())));
-    forBands(std::max(columns.end - columns.begin, wanted.width()), wanted.height(),
-             [&](int begin, int end) {
+    forBands(allThreads(), std::max(columns.end - columns.begin, wanted.width()), wanted.height(),
+             [&](Span band) {
                  RowSums sums(source, columns);
-                 for (int y = begin; y < end; ++y) {
+                 for (int y = band.begin; y < band.end; ++y) {
                      const Cover rows =
                          coverOf(wanted.top() + y, place.origin.y(), place.scale, picture.height());
-                     kernels().area.weighColumns(
-                         sums.of(rows), weights,
-                         pixels.data() + width * static_cast<std::size_t>(y), wanted.width());
+                     kernels().weighColumns(sums.of(rows), weights,
+                                            pixels.data() + width * static_cast<std::size_t>(y),
+                                            wanted.width());
                  }
              });
     return {reinterpret_cast<const uchar *>(pixels.data()), wanted.width(), wanted.height(),

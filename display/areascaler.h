@@ -1,6 +1,6 @@
 #pragma once
 
-#include "processing/pixels.h"
+#include "render/pixels.h"
 
 #include <QImage>
 #include <QPointF>

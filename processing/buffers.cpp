@@ -1,13 +1,43 @@
 #include "processing/buffers.h"
 
-#include "processing/colourcopy.h"
-#include "processing/pixels.h"
+#include "render/kernels/kernels.h"
+#include "render/pixels.h"
 
 #include <algorithm>
+#include <exception>
+#include <opencv2/imgproc.hpp>
+
+using namespace kivra;
 
 cv::Mat _src;
 cv::Mat _src_gray;
 cv::Mat _dst;
+
+namespace {
+
+void releaseBuffers()
+{
+    for (cv::Mat *matrix : {&_src, &_src_gray, &_dst})
+        matrix->release();
+}
+
+cv::Mat copyOf(const QImage &image, int type)
+{
+    cv::Mat result(image.height(), image.width(), type, cv::Scalar::all(0));
+    const QImage words = withPixelWords(image);
+    const ConstPixels from = pixelsOf(words);
+    if (from.isEmpty() || from.height != result.rows)
+        return result;
+    if (type == CV_8UC3)
+        cv::cvtColor(from.matrix(), result, cv::COLOR_BGRA2BGR);
+    if (type == CV_8UC4) {
+        for (int y = 0; y < from.height; ++y)
+            kernels().opaque(from.row(y), result.ptr<Pixel>(y), from.width);
+    }
+    return result;
+}
+
+} // namespace
 
 void checkBuffers(int width, int height)
 {
@@ -15,31 +45,34 @@ void checkBuffers(int width, int height)
     height = std::max(height, 0);
     if (_src.rows == height && _src.cols == width)
         return;
-    for (cv::Mat *matrix : {&_src, &_src_gray, &_dst})
-        matrix->release();
-    _src.create(height, width, CV_8UC3);
-    _src_gray.create(height, width, CV_8UC1);
-    _dst.create(height, width, CV_8UC1);
+    releaseBuffers();
+    try {
+        _src.create(height, width, CV_8UC3);
+        _src_gray.create(height, width, CV_8UC1);
+        _dst.create(height, width, CV_8UC1);
+    } catch (const cv::Exception &) {
+        releaseBuffers();
+        return;
+    }
     // A threshold without a method shows what this matrix holds: never stale memory.
     _dst.setTo(0);
 }
 
 cv::Mat qimage_to_mat_cpy(const QImage &image, int type)
 {
-    type = CV_MAT_TYPE(type);
-    if (type != CV_8UC3)
-        return cv::Mat(image.height(), image.width(), type, cv::Scalar::all(0));
-    cv::Mat result(image.height(), image.width(), type);
-    const QImage words = kivra::withPixelWords(image);
-    kivra::copyColours(kivra::pixelsOf(words), result);
-    return result;
+    try {
+        return copyOf(image, CV_MAT_TYPE(type));
+    } catch (const cv::Exception &) {
+        return {};
+    }
 }
 
 cv::Mat qimage_to_mat_ref(QImage &image, int type)
 {
-    if (image.isNull())
+    uchar *const bits = image.bits();
+    if (!bits)
         return {};
-    return {image.height(), image.width(), CV_MAT_TYPE(type), image.bits(),
+    return {image.height(), image.width(), CV_MAT_TYPE(type), bits,
             static_cast<std::size_t>(image.bytesPerLine())};
 }
 

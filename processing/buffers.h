@@ -15,12 +15,14 @@ extern cv::Mat _src_gray;
 extern cv::Mat _dst;
 
 /// Makes the three matrices \a height x \a width. Does nothing when _src has this size already;
-/// otherwise all three are made anew, _dst filled with zeros. Negative sizes count as 0.
+/// otherwise all three are made anew, _dst filled with zeros. Negative sizes count as 0. Without
+/// memory for them all three are empty.
 void checkBuffers(int width, int height);
 
-/// A new \a height x \a width matrix of \a type with the picture's blue, green and red in channels
-/// 0, 1, 2. \a type is CV_8UC3; a matrix of any other type comes back filled with zeros.
-/// Pictures of other than 32 bits a pixel are converted. An empty picture gives an empty matrix.
+/// A new matrix of the picture's height and width with its blue, green and red in channels 0, 1, 2.
+/// \a type is CV_8UC3 or CV_8UC4, whose channel 3 is 255; a matrix of any other type comes back
+/// filled with zeros. Pictures of other than 32 bits a pixel are converted. Empty for an empty
+/// picture, and where there is no memory for it.
 cv::Mat qimage_to_mat_cpy(const QImage &image, int type);
 
 /// A matrix header of \a type over the picture's own pixels, which are detached from other holders

@@ -1,6 +1,6 @@
 #include "video/videosurface.h"
 
-#include "processing/pixelcopy.h"
+#include "render/kernels/kernels.h"
 
 #include <QVideoSurfaceFormat>
 #include <algorithm>
@@ -43,9 +43,10 @@ bool copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
     const qsizetype room = picture.sizeInBytes() / pixelBytes;
     // The word in which the block ends is not copied: half a pixel is no colour.
     const qsizetype offered = bits ? (qsizetype(mappedBytes) - trailer) / pixelBytes : 0;
-    const qsizetype copied = std::clamp<qsizetype>(offered, 0, room);
+    const auto copied = int(std::clamp<qsizetype>(offered, 0, room));
     auto *const pixels = reinterpret_cast<QRgb *>(picture.bits());
-    const bool isOpaque = kivra::copyPixels(bits, pixels, copied);
+    const auto *const block = reinterpret_cast<const std::byte *>(bits);
+    const bool isOpaque = kivra::kernels().copy(block, pixels, copied);
     // Of a whole frame only the trailer is missing. Black there would be a dash that is no part of
     // the page, and would shift the histogram of a plain one.
     const bool isWhole = mappedBytes >= picture.sizeInBytes() && copied > 0;
@@ -81,12 +82,8 @@ bool VideoSurface::start(const QVideoSurfaceFormat &format)
 void VideoSurface::stop()
 {
     image.fill(red);
+    opaque = false;
     QAbstractVideoSurface::stop();
-}
-
-bool VideoSurface::isOpaqueFrame(const QImage &picture) const
-{
-    return opaqueKey != 0 && picture.cacheKey() == opaqueKey;
 }
 
 bool VideoSurface::present(const QVideoFrame &frame)
@@ -97,7 +94,7 @@ bool VideoSurface::present(const QVideoFrame &frame)
     if (!mapped.map(QAbstractVideoBuffer::ReadOnly))
         return false;
 
-    QImage picture = pool.take(frame.size());
+    QImage picture(frame.size(), QImage::Format_RGB32);
     const bool outOfMemory = picture.isNull() && !frame.size().isEmpty();
     const bool isOpaque =
         !picture.isNull() && copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
@@ -106,8 +103,7 @@ bool VideoSurface::present(const QVideoFrame &frame)
         return false;
 
     image = picture;
-    opaqueKey = isOpaque ? picture.cacheKey() : 0;
-    pool.keep(picture);
+    opaque = isOpaque;
     emit frameAvailable();
     ++iFrame;
     return true;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "processing/imagepool.h"
-
 #include <QAbstractVideoSurface>
 #include <QImage>
 
@@ -36,15 +34,13 @@ public:
     /// The last frame (RGB32; shared, copied on write); null before the first one.
     QImage frame() const { return image; }
 
-    /// True if \a picture shares the pixels of the last frame and the alpha of each is 255. False
-    /// for a null picture, and for the red one.
-    bool isOpaqueFrame(const QImage &picture) const;
+    /// True if the alpha of every pixel of frame() is known to be 255.
+    bool isOpaque() const { return opaque; }
 
 signals:
     void frameAvailable();
 
 private:
     QImage image;
-    qint64 opaqueKey = 0; ///< of the last frame that was opaque; changes with its pixels
-    kivra::ImagePool pool;
+    bool opaque = false;
 };

@@ -215,7 +215,7 @@ void Studio::photographDialog(const char *name) const
 // The place in the window's content where the picture is.
 QPoint Studio::waitForPicture(const FrameSettings &settings) const
 {
-    const QImage wanted = renderFrame(scene, settings);
+    const QImage wanted = Renderer().render({scene}, settings).image;
     QPoint place = nowhere;
     const auto shows = [&] {
         place = placeOf(wanted, desktop->windowContent());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "processing/frame.h"
+#include "render/renderer.h"
 #include "tests/desktop/desktop.h"
 
 #include <QDir>

@@ -43,6 +43,28 @@ public:
     }
 };
 
+// How often a widget paints.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget *widget) { widget->installEventFilter(this); }
+    int paints = 0;
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return false;
+    }
+};
+
+// Everything that is posted, what it posts too.
+void settle()
+{
+    for (int turn = 0; turn < 3; ++turn)
+        QCoreApplication::processEvents();
+}
+
 // A frame whose memory and stride are not what its size says; without memory, it cannot be mapped.
 QVideoFrame oddFrame(const QSize &size, int bytes, int stride)
 {
@@ -86,6 +108,21 @@ private slots:
             QCOMPARE(window->probe.lastFrame().height(), 40 + i);
         }
         QCOMPARE(iFrame, presented + 25);
+    }
+
+    void viewPaintsOnceForEachFrame()
+    {
+        open();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        settle();
+        PaintCounter view(window->probe.view());
+        PaintCounter whole(window.get());
+        for (int frames = 1; frames <= 10; ++frames) {
+            QVERIFY(device().pushPicture(gradient({64, 48})));
+            settle();
+            QCOMPARE(view.paints, frames);
+            QTRY_COMPARE(whole.paints, frames); // asked for, and painted in the next turn
+        }
     }
 
     void secondTickCountsAnew()
@@ -206,6 +243,29 @@ private slots:
         const QImage picture = gradient(frame);
         QVERIFY(device().pushPicture(picture));
         KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), received(picture).copy(field));
+    }
+
+    // No copy is made of what is cut out.
+    void reducedFieldSharesTheFramesPixels()
+    {
+        storeSetting(QStringLiteral("preferences/restore"), true);
+        open();
+        const auto *const surface = dynamic_cast<VideoSurface *>(window->probe.videoSurface());
+        QVERIFY(surface);
+        for (int i = 0; i < 3; ++i) {
+            QVERIFY(device().pushPicture(gradient({128, 96})));
+            const QImage whole = surface->frame();
+            QCOMPARE(window->probe.lastFrame().constBits(), whole.constScanLine(24) + 32 * 4);
+        }
+        // It stays when the frame goes, and whoever changes it leaves the frame alone.
+        QImage field = window->probe.lastFrame();
+        const QImage before = field.copy();
+        QVERIFY(device().pushPicture(gradient({64, 48})));
+        window.reset();
+        KIVRA_COMPARE_PICTURES(field, before);
+        const QImage other = field;
+        field.fill(Qt::white);
+        KIVRA_COMPARE_PICTURES(other, before);
     }
 
     // Without a centre along one side nothing is left; without any centre the whole frame is.

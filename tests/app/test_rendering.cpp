@@ -2,6 +2,7 @@
 
 #include "tests/app/windowtest.h"
 #include "tests/reference/reference.h"
+#include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
@@ -98,6 +99,40 @@ private slots:
             asExpected = mode + rest > whole / 100 && mode > rest;
         }
         QVERIFY(asExpected);
+    }
+
+    // A table and an effect after a mode are no part of the mode's figure.
+    void figuresTellModeFromEffect()
+    {
+        for (const int mode : {1, 2, 6}) {
+            QImage picture = gradient({1600, 1200});
+            window->probe.setCoefficient(1, 20);
+            window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, mode), Q_ARG(int, 3));
+            QVERIFY(window->probe.processingTimeMsPerMp() > 0.001);
+            QVERIFY(window->probe.displayTimeMsPerMp() > 0.001);
+        }
+    }
+
+    void frameThatCannotBeRenderedLeavesTheLastPicture()
+    {
+        if (kivra::test::freedMemoryIsKept)
+            QSKIP("the sanitizer has all of the address space");
+        QVERIFY(device().pushPicture(gradient({4000, 3000}))); // 46 MiB
+        const int pixelCount = window->probe.lastPixelCount();
+        const QImage shown = window->shownPicture(frameSize);
+        for (int mode = 1; mode <= 6; ++mode) {
+            window->action(modeNames[mode])->setEnabled(true);
+            window->trigger(modeNames[mode]);
+            for (const qint64 room : {8, 20, 40}) {
+                const kivra::test::AddressSpaceLimit limit(room << 20);
+                window->call("updateDisplay");
+                QCOMPARE(window->probe.lastFrame().size(), QSize(4000, 3000));
+            }
+            KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), shown);
+            QCOMPARE(window->probe.lastPixelCount(), pixelCount);
+        }
+        QVERIFY(device().pushPicture(gradient(frameSize)));
+        KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), reference::mode(frame, 6));
     }
 
     void figuresOfNoFrame()

@@ -1,8 +1,7 @@
 #include "display/areascaler.h"
-#include "processing/isa.h"
-#include "processing/kernels/kernels.h"
-#include "tests/processing/versions.h"
 #include "tests/reference/reference.h"
+#include "tests/render/spy.h"
+#include "tests/render/versions.h"
 #include "tests/support/pictures.h"
 
 #include <QPainter>
@@ -126,10 +125,13 @@ class TestAreaScaler : public QObject
     Q_OBJECT
 
 private slots:
-    void activeVersionRuns()
+    void versionInUseRuns()
     {
+        const kivra::test::Spy<&kivra::Kernels::weighRows> rows;
+        const kivra::test::Spy<&kivra::Kernels::weighColumns> columns;
         AreaScaler().scaled(filledWith({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
-        QCOMPARE(kivra::lastIsaRun(), kivra::activeIsa());
+        QVERIFY(rows.ran());
+        QVERIFY(columns.ran());
     }
 
     void filledPixelsAreRoundedAsThePaintersAre()

@@ -1,5 +1,5 @@
-// An input is a picture with its settings. It is rendered both ways, and each is compared with the
-// reference.
+// An input is a picture with its settings. It is rendered, and operated on in place, and each is
+// compared with the reference.
 //
 // The header has 16 bytes, shorter ones count as filled up with zeros: width and height (a byte
 // each), format and padding, mode, effect (a signed byte each), brightness and contrast (4 bytes
@@ -8,11 +8,8 @@
 
 #include "tests/fuzz/target.h"
 
-#include "processing/bicolore.h"
-#include "processing/frame.h"
-#include "processing/histogram.h"
-#include "processing/lut.h"
-#include "processing/threshold.h"
+#include "processing/operations.h"
+#include "render/renderer.h"
 #include "tests/reference/reference.h"
 
 #include <QImage>
@@ -168,10 +165,9 @@ void run(const std::uint8_t *data, std::size_t size)
     const FrameSettings settings{input.mode, input.effect, input.lumiere, input.contraste};
     const QImage expected =
         reference::frame(frame.image, input.mode, input.effect, input.lumiere, input.contraste);
-    compare(renderFrame(frame.image, settings), expected, "renderFrame differs from the reference");
+    compare(Renderer().render({frame.image}, settings).image, expected,
+            "the rendered frame differs from the reference");
     runOperation(input, frame.image.copy());
-    processFrame(&frame.image, settings);
-    compare(frame.image, expected, "processFrame differs from the reference");
 }
 
 } // namespace kivra::fuzz

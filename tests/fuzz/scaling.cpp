@@ -8,7 +8,7 @@
 #include "tests/fuzz/target.h"
 
 #include "display/areascaler.h"
-#include "processing/isa.h"
+#include "render/kernels/kernels.h"
 #include "tests/reference/reference.h"
 
 #include <algorithm>
@@ -102,11 +102,11 @@ void run(const std::uint8_t *data, std::size_t size)
         return;
     const QRect wanted = partOf(filled, header);
     const QImage exact = reference::areaMean(picture, place.origin, place.scale, wanted);
-    static const Isa best = activeIsa();
+    static const Isa best = kernels().isa;
     for (const Isa isa : {Isa::Portable, Isa::Sse41, Isa::Avx2}) {
         if (isa > best)
             break;
-        useIsa(isa);
+        useKernels(kernelsFor(isa));
         AreaScaler scaler;
         requireNear(scaler.scaled(picture, place, wanted), exact);
     }

@@ -1,8 +1,7 @@
 #include "processing/buffers.h"
-#include "processing/histogram.h"
-#include "processing/threshold.h"
-#include "tests/processing/pictures.h"
+#include "processing/operations.h"
 #include "tests/reference/reference.h"
+#include "tests/render/pictures.h"
 #include "tests/support/testmain.h"
 
 #include <vector>
@@ -130,6 +129,24 @@ private slots:
         QCOMPARE(matrix.at<uchar>(0, 1), uchar(0));
     }
 
+    void copyOfFourChannelsIsOpaque()
+    {
+        for (const QSize size : {QSize(1, 1), QSize(33, 5)}) {
+            const QImage picture = randomPicture(size);
+            const cv::Mat matrix = qimage_to_mat_cpy(picture, CV_8UC4);
+            const cv::Mat expected = kivra::reference::colours(picture);
+            QCOMPARE(matrix.type(), CV_8UC4);
+            QCOMPARE(matrix.size(), expected.size());
+            for (int y = 0; y < matrix.rows; ++y) {
+                for (int x = 0; x < matrix.cols; ++x) {
+                    const cv::Vec3b &colour = expected.at<cv::Vec3b>(y, x);
+                    QCOMPARE(matrix.at<cv::Vec4b>(y, x),
+                             cv::Vec4b(colour[0], colour[1], colour[2], 255));
+                }
+            }
+        }
+    }
+
     void copyOfAnEmptyPictureIsEmpty()
     {
         QVERIFY(qimage_to_mat_cpy(QImage(), CV_8UC3).empty());
@@ -165,6 +182,18 @@ private slots:
         QVERIFY(qimage_to_mat_ref(empty, CV_8UC3).empty());
     }
 
+    // Beside depth and channels, the types of matrices carry marks of their own.
+    void marksOfTheTypeAreLeftOut()
+    {
+        QImage picture = randomPicture(QSize(3, 2));
+        const int marked = cv::Mat(2, 3, CV_8UC4).flags;
+        QVERIFY(marked != CV_8UC4);
+        QCOMPARE(qimage_to_mat_ref(picture, marked).type(), CV_8UC4);
+        QCOMPARE(qimage_to_mat_ref(picture, CV_8UC4 | 0x7000).type(), CV_8UC4);
+        QCOMPARE(qimage_to_mat_ref(picture, CV_8UC4 | 0x7000).dims, 2);
+        QCOMPARE(qimage_to_mat_cpy(picture, CV_8UC3 | 0x7000).type(), CV_8UC3);
+    }
+
     void referenceDetachesFromOtherHolders()
     {
         QImage picture = rowOf({0xFF112233U});
@@ -189,6 +218,24 @@ private slots:
         const QImage picture = mat_to_qimage_cpy(matrix, QImage::Format_ARGB32);
         matrix.setTo(0);
         QCOMPARE(wordAt(picture, 2, 1), 0x09090909U);
+    }
+
+    void rowsOfAMatrixMayBePadded()
+    {
+        cv::Mat whole(3, 5, CV_8UC4);
+        for (int i = 0; i < 15; ++i)
+            whole.at<int>(i / 5, i % 5) = i;
+        cv::Mat part = whole.colRange(1, 4);
+        const QImage shared = mat_to_qimage_ref(part, QImage::Format_ARGB32);
+        const QImage copied = mat_to_qimage_cpy(part, QImage::Format_ARGB32);
+        QCOMPARE(shared.size(), QSize(3, 3));
+        QCOMPARE(copied.size(), QSize(3, 3));
+        for (int y = 0; y < 3; ++y) {
+            for (int x = 0; x < 3; ++x) {
+                QCOMPARE(wordAt(shared, x, y), unsigned(5 * y + x + 1));
+                QCOMPARE(wordAt(copied, x, y), unsigned(5 * y + x + 1));
+            }
+        }
     }
 
     void emptyMatrixGivesNullPicture()

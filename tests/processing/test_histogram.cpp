@@ -1,8 +1,8 @@
 #include "processing/buffers.h"
-#include "processing/histogram.h"
-#include "tests/processing/pictures.h"
-#include "tests/processing/versions.h"
+#include "processing/operations.h"
 #include "tests/reference/reference.h"
+#include "tests/render/pictures.h"
+#include "tests/render/versions.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -129,6 +129,18 @@ private slots:
         const QImage result = equalized(randomPicture(QSize(50, 40)));
         const cv::Mat expected = reference::colours(result);
         QVERIFY(std::equal(_src.datastart, _src.dataend, expected.datastart));
+    }
+
+    void equalizeAndStretchLeaveTheOtherMatrices()
+    {
+        const QSize size(50, 40);
+        checkBuffers(size.width(), size.height());
+        _src_gray.setTo(11);
+        _dst.setTo(22);
+        equalized(randomPicture(size));
+        stretched(randomPicture(size));
+        QCOMPARE(cv::countNonZero(_src_gray != 11), 0);
+        QCOMPARE(cv::countNonZero(_dst != 22), 0);
     }
 
     void matrixEqualizationMatchesTheReference()

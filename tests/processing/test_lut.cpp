@@ -1,7 +1,7 @@
-#include "processing/lut.h"
-#include "tests/processing/pictures.h"
-#include "tests/processing/versions.h"
+#include "processing/operations.h"
 #include "tests/reference/reference.h"
+#include "tests/render/pictures.h"
+#include "tests/render/versions.h"
 
 #include <array>
 #include <climits>

@@ -1,8 +1,8 @@
 #include "processing/buffers.h"
-#include "processing/threshold.h"
-#include "tests/processing/pictures.h"
-#include "tests/processing/versions.h"
+#include "processing/operations.h"
 #include "tests/reference/reference.h"
+#include "tests/render/pictures.h"
+#include "tests/render/versions.h"
 
 #include <climits>
 #include <opencv2/imgproc.hpp>
@@ -21,6 +21,13 @@ QImage thresholded(QImage picture, int level, int method)
 {
     KvThreshold(&picture, level, method);
     return picture;
+}
+
+// Sizes, types and all bytes.
+bool holdsTheSame(const cv::Mat &actual, const cv::Mat &expected)
+{
+    return actual.type() == expected.type() && actual.size() == expected.size() &&
+           cv::norm(actual, expected, cv::NORM_INF) == 0;
 }
 
 QImage posterized(QImage picture)
@@ -139,21 +146,79 @@ private slots:
         }
     }
 
+    // The colours of the picture before; its grey, after the median where there is one; the result.
+    void matricesHoldTheSteps_data()
+    {
+        QTest::addColumn<int>("method");
+        for (int method = 0; method <= 3; ++method)
+            QTest::addRow("method %d", method) << method;
+    }
+
     void matricesHoldTheSteps()
     {
+        QFETCH(int, method);
         const QImage picture = randomPicture(QSize(50, 40));
         const cv::Mat colours = reference::colours(picture);
         cv::Mat grey;
         cv::cvtColor(colours, grey, cv::COLOR_BGR2GRAY);
-        for (const int method : {-1, 0, 1}) {
-            thresholded(uniformPicture(picture.size(), greyWord(7)), 50, 0);
-            thresholded(picture, 50, method);
-            QVERIFY(std::equal(_src.datastart, _src.dataend, colours.datastart));
-            QVERIFY(std::equal(_src_gray.datastart, _src_gray.dataend, grey.datastart));
+        if (method >= 2)
+            cv::medianBlur(grey, grey, 3);
+        thresholded(uniformPicture(picture.size(), greyWord(7)), 50, 0);
+        const QImage result = thresholded(picture, 50, method);
+        QVERIFY(holdsTheSame(_src, colours));
+        QVERIFY(holdsTheSame(_src_gray, grey));
+        cv::Mat blue;
+        cv::extractChannel(reference::colours(result), blue, 0);
+        QVERIFY(holdsTheSame(_dst, blue));
+    }
+
+    void matricesWithoutAMethod()
+    {
+        const QImage picture = randomPicture(QSize(50, 40));
+        thresholded(uniformPicture(picture.size(), greyWord(7)), 50, 0);
+        const cv::Mat result = _dst.clone();
+        thresholded(picture, 50, -1);
+        const cv::Mat colours = reference::colours(picture);
+        cv::Mat grey;
+        cv::cvtColor(colours, grey, cv::COLOR_BGR2GRAY);
+        QVERIFY(holdsTheSame(_src, colours));
+        QVERIFY(holdsTheSame(_src_gray, grey));
+        QVERIFY(holdsTheSame(_dst, result));
+    }
+
+    void posterizeLeavesTheOtherMatrices()
+    {
+        checkBuffers(50, 40);
+        _src_gray.setTo(11);
+        _dst.setTo(22);
+        posterized(randomPicture(QSize(50, 40)));
+        QImage picture = randomPicture(QSize(50, 40));
+        KvPosterize1(&picture, 1);
+        QCOMPARE(cv::countNonZero(_src_gray != 11), 0);
+        QCOMPARE(cv::countNonZero(_dst != 22), 0);
+    }
+
+    void onlyMethod0LooksAtTheLevel()
+    {
+        const QImage picture = randomPicture(QSize(37, 23));
+        for (int method = 1; method <= 3; ++method) {
+            const QImage expected = reference::threshold(picture, 50, method);
+            for (const int level : {INT_MIN, -1, 0, 20, 80, 100, INT_MAX})
+                KIVRA_COMPARE_PICTURES(thresholded(picture, level, method), expected);
         }
-        const QImage result = thresholded(picture, 50, 0);
-        QCOMPARE(unsigned(_dst.at<uchar>(39, 49)), wordAt(result, 49, 39) & 0xFF);
-        QCOMPARE(_dst.size(), cv::Size(50, 40));
+    }
+
+    void posterizeIgnoresTheNumber()
+    {
+        const QImage picture = randomPicture(QSize(70, 23));
+        for (const int n : {INT_MIN, -1, 0, 1, 2, 8, INT_MAX}) {
+            QImage result = picture;
+            KvPosterize(&result, n);
+            KIVRA_COMPARE_PICTURES(result, reference::posterize(picture));
+            result = picture;
+            KvPosterize1(&result, n);
+            KIVRA_COMPARE_PICTURES(result, reference::posterizeChannels(picture));
+        }
     }
 
     void posterizeGrey100() { QCOMPARE(wordAt(posterized(rowOf({greyWord(100)}))), greyWord(112)); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtGlobal>
+#include <sys/resource.h>
 
 namespace kivra::test {
 
@@ -9,6 +10,20 @@ qint64 residentMemory();
 
 /// Bytes that this process has allocated on the heap and not freed.
 qint64 allocatedMemory();
+
+/// While it lives, this process gets no more than \a bytes of address space beside what it has. Not
+/// for the sanitizers, which have all of it.
+class AddressSpaceLimit
+{
+public:
+    explicit AddressSpaceLimit(qint64 bytes);
+    ~AddressSpaceLimit();
+    AddressSpaceLimit(const AddressSpaceLimit &) = delete;
+    AddressSpaceLimit &operator=(const AddressSpaceLimit &) = delete;
+
+private:
+    rlimit before;
+};
 
 /// The address sanitizer keeps what is freed for a while, so that memory says nothing.
 #if defined(KIVRA_SANITIZED)

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "render/kernels/kernels.h"
+#include "render/pixels.h"
+
+#include <optional>
+
+namespace kivra {
+
+/// A look-up table for red, green and blue alike.
+class Tone
+{
+public:
+    /// \a slope and \a intercept are those of the line that the table is, but for truncation and
+    /// limits: then it is computed instead of looked up, if that gives every entry exactly.
+    Tone(const ByteTable &table, double slope, double intercept);
+    /// A table that is no line.
+    explicit Tone(const ByteTable &table);
+
+    const ByteTable &table() const { return entries; }
+    bool isIdentity() const;
+    /// True if it is computed.
+    bool isLine() const { return line.has_value(); }
+    /// Sends \a n pixels of a row through the table; alpha becomes 255. \a to may be \a from.
+    void row(const Pixel *from, Pixel *to, int n) const;
+
+private:
+    ByteTable entries;
+    std::optional<ToneLine> line;
+    ToneWords words; ///< for what is no line
+};
+
+/// Brightness and contrast: entry i = (i + lumiere - 128) * contraste / 100 + 128 in single
+/// precision, truncated, limited to 0..255. (0, 100) is the identity.
+Tone brightnessTone(int lumiere, int contraste);
+
+/// The line that takes \a low to 0 and \a high to 255, truncated and limited to 0..255; all zero
+/// when both are equal.
+Tone stretchTone(int low, int high);
+
+/// The last steps of every picture: a tone, then an effect.
+class Finish
+{
+public:
+    enum class Effect { None, Shade, Negative, TwoColours };
+
+    /// Sets alpha to 255 and changes nothing else.
+    Finish();
+    /// \a colours are those of the effect TwoColours.
+    Finish(const Tone &tone, Effect effect, TwoColours colours = {});
+
+    /// True when it does no more than to set alpha to 255.
+    bool keepsColours() const { return keepsLevels && effect == Effect::None; }
+    /// What becomes of one pixel.
+    Pixel word(Pixel pixel) const;
+    /// What becomes of \a n pixels of a row; \a to may be \a from.
+    void row(const Pixel *from, Pixel *to, int n) const;
+
+private:
+    Tone tone;
+    bool keepsLevels; ///< the tone is the identity
+    Effect effect;
+    TwoColours colours;
+};
+
+} // namespace kivra

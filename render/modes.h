@@ -1,0 +1,51 @@
+#pragma once
+
+#include "render/finish.h"
+#include "render/pixels.h"
+
+#include <chrono>
+#include <opencv2/core/mat.hpp>
+
+namespace kivra {
+
+/// What a picture is made from and made into: two grids of the same size, perhaps the same one.
+struct Job
+{
+    ConstPixels from;
+    Pixels to;
+    int threads;    ///< as many work at once
+    cv::Mat &plane; ///< scratch of the modes: the grey or the luma of the picture, CV_8UC1
+};
+
+/// Where the time went, in seconds.
+struct FrameTimes
+{
+    double mode = 0;
+    double effect = 0; ///< of the tone, too
+};
+
+/// Tells the seconds since it was made or asked last.
+class Clock
+{
+public:
+    double lap()
+    {
+        const auto now = std::chrono::steady_clock::now();
+        const std::chrono::duration<double> passed = now - last;
+        last = now;
+        return passed.count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
+};
+
+/// True for the number of a mode that changes pixels: 1 stretch, 2 equalisation, 3 Otsu, 4 adaptive
+/// threshold, 5 the same in the board's colours, 6 posterisation.
+bool isMode(int number);
+
+/// Writes \a job.to: the mode of this number, or none for a number that is no mode, then \a finish.
+/// Nothing happens to an empty picture. Throws if there is no memory for the scratch.
+FrameTimes paint(const Job &job, int mode, const Finish &finish);
+
+} // namespace kivra

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "render/modes.h"
+#include "render/parallel.h"
+
+#include <QImage>
+#include <array>
+
+namespace kivra {
+
+/// What becomes of a picture on its way to the screen: rendering mode, then the brightness and
+/// contrast table, then the effect.
+struct FrameSettings
+{
+    /// Rendering mode: 1 stretch, 2 equalisation, 3 Otsu, 4 adaptive threshold, 5 the same in the
+    /// board's colours, 6 posterisation; any other number: none.
+    int mode = 0;
+    /// Effect: 1 grey, 2 negative, 3 blue and yellow; any other number: none.
+    int effect = 0;
+    /// Brightness and contrast as brightnessTone() takes them.
+    int lumiere = 0;
+    int contraste = 100;
+};
+
+/// A picture, and what its maker knows of it.
+struct Frame
+{
+    QImage image;
+    bool isOpaque = false; ///< the alpha of every pixel is 255
+};
+
+struct Rendering
+{
+    QImage image;
+    FrameTimes times;
+};
+
+/// Renders pictures. It owns the memory that it works in, so a steady stream allocates nothing.
+/// Each thread may have one of its own.
+class Renderer
+{
+public:
+    /// Lets \a threads threads work at once, the caller's among them.
+    explicit Renderer(int threads = allThreads());
+
+    /// The opaque picture in Format_RGB32 that the frame becomes; the frame keeps its pixels. One
+    /// of other than 0xAARRGGBB words (Format_RGB32, Format_ARGB32) is converted first. Where
+    /// nothing changes an opaque Format_RGB32, the result is the frame itself, shared.
+    ///
+    /// Null for an empty frame, and for one that there is not the memory for. Never throws.
+    Rendering render(const Frame &frame, const FrameSettings &settings);
+
+private:
+    Rendering rendered(const QImage &source, bool isOpaque, const FrameSettings &settings);
+    QImage &resultOf(const QSize &size);
+
+    int threadCount;
+    cv::Mat plane;
+    /// The last results, the older one first, whose memory serves again when nobody else holds
+    /// them. That of a large picture would go back to the system when it is freed, and be faulted
+    /// in again page by page at the next frame, which costs more than most modes.
+    std::array<QImage, 2> results;
+};
+
+} // namespace kivra

@@ -1,0 +1,107 @@
+// What cannot be had is not rendered, and nothing else happens.
+
+#include "render/renderer.h"
+#include "tests/render/pictures.h"
+#include "tests/support/memory.h"
+#include "tests/support/testmain.h"
+
+#include <algorithm>
+
+using namespace kivra::test;
+using kivra::FrameSettings;
+using kivra::Renderer;
+
+namespace {
+
+constexpr qint64 mebibyte = 1 << 20;
+constexpr QSize size(5000, 4000); // 76 MiB, its plane 19 MiB
+
+} // namespace
+
+class TestMemory : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        if (freedMemoryIsKept)
+            QSKIP("the sanitizer has all of the address space");
+        picture = gradient(size);
+        // Threads and tables that stay.
+        for (int mode = 0; mode <= 6; ++mode)
+            Renderer().render({gradient(QSize(400, 400))}, {mode, 1, 20, 150});
+    }
+
+    void everyModeAtSeveralLimits_data()
+    {
+        QTest::addColumn<int>("mode");
+        for (int mode = 0; mode <= 6; ++mode)
+            QTest::addRow("mode %d", mode) << mode;
+    }
+
+    void everyModeAtSeveralLimits()
+    {
+        QFETCH(int, mode);
+        const FrameSettings settings{mode, 2, 20, 150};
+        const QImage expected = Renderer().render({picture}, settings).image;
+        QCOMPARE(expected.size(), size);
+        for (const int threads : {1, 2}) {
+            Renderer renderer(threads);
+            for (const int room : {1, 16, 60, 77, 80, 90, 94}) {
+                const QImage result = renderedWithin(room, renderer, settings);
+                if (!result.isNull())
+                    KIVRA_COMPARE_PICTURES(result, expected);
+                QVERIFY2(room >= 77 || result.isNull(), "the limit limits nothing");
+            }
+            // Once there is room again, so are pictures.
+            KIVRA_COMPARE_PICTURES(renderedWithin(200, renderer, settings), expected);
+        }
+    }
+
+    // The result has room, the plane has not.
+    void pictureWithoutItsPlane_data()
+    {
+        QTest::addColumn<int>("mode");
+        for (const int mode : {2, 3, 4, 5})
+            QTest::addRow("mode %d", mode) << mode;
+    }
+
+    void pictureWithoutItsPlane()
+    {
+        QFETCH(int, mode);
+        Renderer renderer;
+        QVERIFY(renderedWithin(80, renderer, {mode, 0, 0, 100}).isNull());
+        QVERIFY(!renderedWithin(80, renderer, {0, 2, 0, 100}).isNull());
+    }
+
+    void formatThatCannotBeConverted()
+    {
+        const QImage other = picture.convertToFormat(QImage::Format_RGB888);
+        Renderer renderer;
+        const AddressSpaceLimit limit(16 * mebibyte);
+        QVERIFY(renderer.render({other}, {1, 0, 0, 100}).image.isNull());
+    }
+
+    void resultsThatNobodyHoldsMakeRoom()
+    {
+        Renderer renderer;
+        renderer.render({picture}, {1, 0, 0, 100});
+        renderer.render({picture}, {1, 0, 0, 100});
+        const QImage wider = gradient(QSize(size.width() + 8, size.height()));
+        const AddressSpaceLimit limit(16 * mebibyte);
+        QVERIFY(!renderer.render({wider}, {1, 0, 0, 100}).image.isNull());
+    }
+
+private:
+    QImage renderedWithin(int mebibytes, Renderer &renderer, const FrameSettings &settings) const
+    {
+        const AddressSpaceLimit limit(mebibytes * mebibyte);
+        return renderer.render({picture}, settings).image;
+    }
+
+    QImage picture;
+};
+
+KIVRA_TEST(TestMemory)
+#include "test_memory.moc"
