@@ -33,13 +33,13 @@ void changeInPlace(QImage *image, const Change &change)
 }
 
 // What paint() does, over the pixels themselves and on all cores. \a plane is the mode's scratch.
-void paintOver(Pixels pixels, int mode, const Finish &finish = {}, cv::Mat plane = {})
+void paintOver(Pixels pixels, int mode, const Finish &finish = Finish(), cv::Mat plane = {})
 {
     paint({pixels, pixels, allThreads(), plane}, mode, finish);
 }
 
 // A mode and its finish, with the result in _src.
-void paintAndKeep(QImage *image, int mode, const Finish &finish = {})
+void paintAndKeep(QImage *image, int mode, const Finish &finish = Finish())
 {
     checkBuffers(image->width(), image->height());
     changeInPlace(image, [&](Pixels pixels) {
@@ -105,7 +105,7 @@ void KvPosterize1(QImage *image, int)
     ByteTable unevenLevels{};
     std::fill(unevenLevels.begin() + 64, unevenLevels.begin() + 161, std::uint8_t{127});
     std::fill(unevenLevels.begin() + 161, unevenLevels.end(), std::uint8_t{255});
-    paintAndKeep(image, 0, {Tone(unevenLevels), Finish::Effect::None});
+    paintAndKeep(image, 0, Finish(Tone(unevenLevels)));
 }
 
 void ColorEqualizeHist(cv::Mat src, cv::Mat dst)
@@ -161,8 +161,7 @@ void AppliquerLut(QImage *image, int *lut)
     ByteTable table{};
     std::transform(lut, lut + levels, table.begin(),
                    [](int level) { return static_cast<std::uint8_t>(level); });
-    const Finish finish(Tone(table), Finish::Effect::None);
-    changeInPlace(image, [&](Pixels pixels) { paintOver(pixels, 0, finish); });
+    changeInPlace(image, [&](Pixels pixels) { paintOver(pixels, 0, Finish(Tone(table))); });
 }
 
 void fBicolore(QImage *image, unsigned int darkColour, unsigned int lightColour)

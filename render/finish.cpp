@@ -101,11 +101,6 @@ Tone stretchTone(int low, int high)
     return {table, 255.0 / range, -255.0 / range * low};
 }
 
-Finish::Finish()
-    : Finish(brightnessTone(0, 100), Effect::None)
-{
-}
-
 Finish::Finish(const Tone &first, Effect second, TwoColours twoColours)
     : tone(first)
     , keepsLevels(first.isIdentity())

@@ -44,10 +44,10 @@ class Finish
 public:
     enum class Effect { None, Shade, Negative, TwoColours };
 
-    /// Sets alpha to 255 and changes nothing else.
-    Finish();
-    /// \a colours are those of the effect TwoColours.
-    Finish(const Tone &tone, Effect effect, TwoColours colours = {});
+    /// \a colours are those of the effect TwoColours. By default alpha becomes 255 and nothing else
+    /// changes.
+    explicit Finish(const Tone &tone = brightnessTone(0, 100), Effect effect = Effect::None,
+                    TwoColours colours = {});
 
     /// True when it does no more than to set alpha to 255.
     bool keepsColours() const { return keepsLevels && effect == Effect::None; }

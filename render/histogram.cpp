@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <functional>
 #include <mutex>
 #include <numeric>
 
@@ -12,33 +13,21 @@ namespace kivra {
 
 namespace {
 
-// Counts bytes. Neighbouring pixels are often equal, and a count that has just been stored is slow
-// to load again, so they go to different histograms.
-class Counter
-{
-public:
-    void add(const std::uint8_t *bytes, std::ptrdiff_t n, std::ptrdiff_t step)
-    {
-        std::ptrdiff_t i = 0;
-        for (; i + ways <= n; i += ways) {
-            for (int way = 0; way < ways; ++way)
-                ++parts[static_cast<std::size_t>(way)][bytes[(i + way) * step]];
-        }
-        for (; i < n; ++i)
-            ++parts[0][bytes[i * step]];
-    }
-    void addTo(Histogram &total) const
-    {
-        for (const Histogram &part : parts) {
-            for (std::size_t level = 0; level < total.size(); ++level)
-                total[level] += part[level];
-        }
-    }
+// Neighbouring pixels are often equal, and a count that has just been stored is slow to load again,
+// so they go to different histograms.
+constexpr int ways = 8;
+using Histograms = std::array<Histogram, ways>;
 
-private:
-    static constexpr int ways = 8;
-    std::array<Histogram, ways> parts{};
-};
+void countBytes(const std::uint8_t *bytes, std::ptrdiff_t n, std::ptrdiff_t step, Histograms &parts)
+{
+    std::ptrdiff_t i = 0;
+    for (; i + ways <= n; i += ways) {
+        for (int way = 0; way < ways; ++way)
+            ++parts[static_cast<std::size_t>(way)][bytes[(i + way) * step]];
+    }
+    for (; i < n; ++i)
+        ++parts[0][bytes[i * step]];
+}
 
 // The histogram of the bytes, \a step apart, that \a bytesOf gives for each row.
 template<typename BytesOf>
@@ -47,11 +36,12 @@ Histogram count(ConstPixels pixels, int threads, std::ptrdiff_t step, const Byte
     Histogram total{};
     std::mutex totalMutex;
     forBands(threads, pixels.width, pixels.height, [&](Span rows) {
-        Counter counter;
+        Histograms parts{};
         for (int y = rows.begin; y < rows.end; ++y)
-            counter.add(bytesOf(y), pixels.width, step);
+            countBytes(bytesOf(y), pixels.width, step, parts);
         const std::lock_guard lock(totalMutex);
-        counter.addTo(total);
+        for (const Histogram &part : parts)
+            std::transform(part.begin(), part.end(), total.begin(), total.begin(), std::plus<>());
     });
     return total;
 }
@@ -87,7 +77,7 @@ Histogram fillPlaneAndCount(ConstPixels pixels, PlaneKernel kernel, cv::Mat &pla
     });
 }
 
-Ends endsOf(const Histogram &histogram)
+std::pair<int, int> endsOf(const Histogram &histogram)
 {
     const auto threshold = static_cast<float>(pixelCount(histogram) * 0.001);
     const auto exceeds = [&](std::uint32_t count) { return static_cast<float>(count) > threshold; };

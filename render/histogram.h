@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <opencv2/core/mat.hpp>
+#include <utility>
 
 namespace kivra {
 
@@ -27,12 +28,7 @@ void fillPlane(ConstPixels pixels, PlaneKernel kernel, cv::Mat &plane, int threa
 Histogram fillPlaneAndCount(ConstPixels pixels, PlaneKernel kernel, cv::Mat &plane, int threads);
 
 /// The first and the last level that more than 0.1 % of the pixels have.
-struct Ends
-{
-    int low;
-    int high;
-};
-Ends endsOf(const Histogram &histogram);
+std::pair<int, int> endsOf(const Histogram &histogram);
 
 /// The table by which OpenCV equalises: the levels below and at the darkest one become 0, each
 /// other one its share of 255, by the number of pixels above the darkest level that are not

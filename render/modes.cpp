@@ -36,8 +36,8 @@ struct Mode
 
 void lookForEnds(const Job &job, Look &look)
 {
-    const Ends ends = endsOf(blueHistogram(job.from, job.threads));
-    look.tone = stretchTone(ends.low, ends.high);
+    const auto [low, high] = endsOf(blueHistogram(job.from, job.threads));
+    look.tone = stretchTone(low, high);
 }
 
 void paintStretched(const Job &job, const Look &look, Span rows)

@@ -14,13 +14,13 @@ Finish finishOf(const FrameSettings &settings)
     const Tone tone = brightnessTone(settings.lumiere, settings.contraste);
     switch (settings.effect) {
     case 1:
-        return {tone, Finish::Effect::Shade};
+        return Finish(tone, Finish::Effect::Shade);
     case 2:
-        return {tone, Finish::Effect::Negative};
+        return Finish(tone, Finish::Effect::Negative);
     case 3:
-        return {tone, Finish::Effect::TwoColours, {blue, yellow}};
+        return Finish(tone, Finish::Effect::TwoColours, {blue, yellow});
     default:
-        return {tone, Finish::Effect::None};
+        return Finish(tone);
     }
 }
 
