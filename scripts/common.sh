@@ -55,3 +55,47 @@ source_time() {
     git -c safe.directory="$PWD" log -1 --format=%ct 2>/dev/null ||
         date --utc --date="$(sed -n 's/^## .* (\(.*\))$/\1/p;T;q' CHANGELOG.md)" +%s
 }
+
+# wait_for WHAT COMMAND...: waits until the command succeeds, as long as PATIENCE says, a minute unless set.
+wait_for() {
+    local what=$1 end=$((SECONDS + ${PATIENCE:-60}))
+    shift
+    until "$@" >/dev/null 2>&1; do
+        [ $SECONDS -lt $end ] || die "waited in vain for: $what"
+        read -r -t 0.2 <> <(:) || true
+    done
+}
+
+# colours_on FRAMEBUFFER: how many colours a screen of Xvfb's shows. A window has a few hundred, a camera's
+# picture thousands.
+colours_on() { od -An -v -t x4 -w4 "$1" | sort -u | wc -l; }
+
+# make_system SUITE FOLDER: a fresh Debian of this suite, from where this machine's packages come from.
+make_system() {
+    local suite=$1 root=$2 own sources=/etc/apt/sources.list
+    [ "$(id -u)" -eq 0 ] || die "Only root can make a fresh system; run it with sudo."
+    [ -f /etc/apt/sources.list.d/debian.sources ] && sources=/etc/apt/sources.list.d/debian.sources
+    own=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    mkdir -p "$root.sources"
+    sed "s/\b$own\b/$suite/g" "$sources" >"$root.sources/${sources##*/}"
+    mmdebstrap --variant=apt "$suite" "$root" "$root.sources/${sources##*/}"
+    cp --recursive /etc/apt/apt.conf* "$root/etc/apt/"
+    cp --dereference /etc/resolv.conf /etc/hosts "$root/etc/"
+    # No services.
+    printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
+    chmod +x "$root/usr/sbin/policy-rc.d"
+}
+
+# in_system FOLDER COMMAND...: runs it as root in that system, with nothing of this one's environment but
+# DISPLAY. Its mounts and processes end with it, however it ends.
+in_system() {
+    unshare --mount --propagation private --pid --fork --kill-child sh -euc '
+        root=$1
+        shift
+        mount -t proc proc "$root/proc"
+        mount -t sysfs sys "$root/sys"
+        mount -t devpts devpts "$root/dev/pts"
+        mount -t tmpfs tmpfs "$root/dev/shm"
+        exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME=/root \
+            ${DISPLAY:+"DISPLAY=$DISPLAY"} chroot "$root" "$@"' -- "$@"
+}

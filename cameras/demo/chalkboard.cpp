@@ -14,11 +14,6 @@ const QColor white(232, 234, 226);
 const QColor yellow(240, 214, 112);
 constexpr double trayTop = 836;
 
-int toLevel(double value)
-{
-    return static_cast<int>(std::clamp(value, 0.0, 255.0));
-}
-
 /// How much the chalk dust that the sponge left brightens the board.
 double dust(double x, double y)
 {

@@ -29,11 +29,6 @@ double mix(double a, double b, double t)
     return a + (b - a) * t;
 }
 
-int toLevel(double value)
-{
-    return static_cast<int>(std::clamp(value, 0.0, 255.0));
-}
-
 /// Replaces each of \a count values, \a stride bytes apart, by the mean of the five around it; what
 /// lies outside counts as nothing.
 void blurLine(uchar *first, int count, qptrdiff stride, std::vector<uchar> &copy)
@@ -71,6 +66,11 @@ double smoothNoise(double x, double y)
     const double ty = smoothStep(y - top);
     return mix(mix(latticeValue(column, row), latticeValue(column + 1, row), tx),
                mix(latticeValue(column, row + 1), latticeValue(column + 1, row + 1), tx), ty);
+}
+
+int toLevel(double value)
+{
+    return static_cast<int>(std::clamp(value, 0.0, 255.0));
 }
 
 void drawTable(QImage &picture, const QColor &colour, const std::atomic<bool> &abandoned)

@@ -12,6 +12,9 @@ namespace kivra::cameras {
 /// Smooth random values from -1 to 1 over the plane, with features about one unit wide.
 double smoothNoise(double x, double y);
 
+/// The channel of a pixel, 0 to 255, that comes next to \a value, towards zero.
+int toLevel(double value);
+
 /// Covers \a picture (Format_RGB32) with a wooden table of \a colour; the grain runs along the
 /// rows.
 void drawTable(QImage &picture, const QColor &colour, const std::atomic<bool> &abandoned);

@@ -20,7 +20,6 @@ constexpr double usualRate = 30;
 constexpr Size fullHd{1920, 1080};
 // What a wish may be.
 constexpr int shortestSide = 16;
-constexpr int longestSide = 16384;
 constexpr int highestRate = 240;
 // Bytes a pixel that a camera's JPEG needs on a busy page.
 constexpr double jpegBytesPerPixel = 0.4;

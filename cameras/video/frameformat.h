@@ -21,6 +21,9 @@ enum class Range {
     Full,
 };
 
+/// More is believed of no driver and taken from no setting.
+constexpr int longestSide = 16384;
+
 /// In pixels.
 struct Size
 {

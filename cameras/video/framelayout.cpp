@@ -37,7 +37,6 @@ constexpr std::array layouts{
     FrameLayout{V4L2_PIX_FMT_JPEG, Family::Jpeg},
 };
 
-constexpr int longestSide = 16384;
 constexpr std::size_t longestStride = std::size_t{1} << 24;
 
 // Every second pixel, and the last one where they are odd.

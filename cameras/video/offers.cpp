@@ -15,7 +15,6 @@ constexpr std::uint32_t mostFormats = 64;
 constexpr std::uint32_t mostSizes = 128;
 constexpr std::uint32_t mostRates = 32;
 constexpr std::size_t mostOffers = 4096;
-constexpr std::uint32_t longestSide = 16384;
 
 constexpr std::array<Size, 9> usualSizes{{{640, 480},
                                           {800, 600},
@@ -37,7 +36,8 @@ std::string textOf(const __u8 (&field)[Length])
 
 bool isPlausible(std::uint32_t width, std::uint32_t height)
 {
-    return width > 0 && height > 0 && width <= longestSide && height <= longestSide;
+    return width > 0 && height > 0 && width <= std::uint32_t{longestSide} &&
+           height <= std::uint32_t{longestSide};
 }
 
 bool isPlausible(const v4l2_fract &interval)

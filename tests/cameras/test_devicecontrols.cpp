@@ -10,7 +10,7 @@ namespace {
 
 using namespace cameras;
 
-constexpr const char *path = "/dev/video0";
+constexpr const char *controlledNode = "/dev/video0";
 
 /// Focus and white balance are automatic, the exposure by itself in the way of USB cameras.
 FakeCamera automaticCamera()
@@ -32,16 +32,16 @@ struct Rig
 {
     explicit Rig(const FakeCamera &camera)
     {
-        kernel.plug(path, camera);
+        kernel.plug(controlledNode, camera);
         int error = 0;
-        node = kernel.open(path, error);
+        node = kernel.open(controlledNode, error);
         controls = std::make_unique<DeviceControls>(*node, [this](LockSet locks, bool found) {
             const std::lock_guard<std::mutex> lock(mutex);
             (found ? lockedOnes : failedOnes) |= locks;
         });
     }
 
-    std::int32_t value(std::uint32_t id) const { return kernel.control(path, id); }
+    std::int32_t value(std::uint32_t id) const { return kernel.control(controlledNode, id); }
 
     LockSet locked()
     {

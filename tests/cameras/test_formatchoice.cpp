@@ -13,9 +13,7 @@ namespace {
 
 using namespace cameras;
 
-constexpr std::uint32_t yuyv = V4L2_PIX_FMT_YUYV;
 constexpr std::uint32_t nv12 = V4L2_PIX_FMT_NV12;
-constexpr std::uint32_t mjpeg = V4L2_PIX_FMT_MJPEG;
 constexpr std::uint32_t h264 = V4L2_PIX_FMT_H264;
 
 /// What a document camera on USB 2 offers.

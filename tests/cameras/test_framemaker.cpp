@@ -55,7 +55,7 @@ StillRequest stillRequest(int id)
 
 /// A maker of frames of 8 x 6, and what it told. Its signals come from its own thread, where a
 /// QSignalSpy would record them; here they are queued to the test's.
-struct Rig : QObject
+struct MakerRig : QObject
 {
     struct Still
     {
@@ -64,7 +64,7 @@ struct Rig : QObject
         QImage preview;
     };
 
-    Rig()
+    MakerRig()
     {
         connect(&frames, &FrameMaker::firstFrameReady, this, [this](int n) { firsts.append(n); });
         connect(&frames, &FrameMaker::nothingToSee, this, [this](int n) { nothings.append(n); });
@@ -113,7 +113,7 @@ class FrameMakerTest : public QObject
 private slots:
     void makesOneFrameAhead()
     {
-        Rig rig;
+        MakerRig rig;
         QVERIFY(!rig.frames.takeFrame());
         QCOMPARE(rig.log.made, 0);
         const int start = rig.frames.startFrames();
@@ -128,7 +128,7 @@ private slots:
 
     void takerThatKeepsFramesGetsNoMore()
     {
-        Rig rig;
+        MakerRig rig;
         rig.frames.startFrames();
         std::vector<std::shared_ptr<const QImage>> kept;
         for (int i = 0; i < 3; ++i) {
@@ -151,7 +151,7 @@ private slots:
     {
         std::shared_ptr<const QImage> kept;
         {
-            Rig rig;
+            MakerRig rig;
             rig.frames.startFrames();
             kept = rig.waitForFrame();
         }
@@ -162,7 +162,7 @@ private slots:
 
     void stopForgetsTheFrame()
     {
-        Rig rig;
+        MakerRig rig;
         rig.frames.startFrames();
         QTRY_COMPARE(rig.firsts.size(), 1);
         rig.frames.stopFrames();
@@ -177,7 +177,7 @@ private slots:
 
     void takesStillsWithoutFrames()
     {
-        Rig rig;
+        MakerRig rig;
         StillRequest request = stillRequest(7);
         request.resolution = QSize(1280, 720);
         rig.frames.takeStill(request);
@@ -191,7 +191,7 @@ private slots:
 
     void stillOfNothingIsNull()
     {
-        Rig rig;
+        MakerRig rig;
         rig.log.nothing = true;
         rig.frames.takeStill(stillRequest(1));
         QTRY_COMPARE(rig.stills.size(), 1);
@@ -200,7 +200,7 @@ private slots:
 
     void nothingToSeeIsTold()
     {
-        Rig rig;
+        MakerRig rig;
         rig.log.nothing = true;
         const int start = rig.frames.startFrames();
         QTRY_COMPARE(rig.nothings, QList<int>{start});
@@ -209,7 +209,7 @@ private slots:
 
     void destructionAbandonsTheWork()
     {
-        auto rig = std::make_unique<Rig>();
+        auto rig = std::make_unique<MakerRig>();
         rig->log.untilGone = true;
         rig->frames.startFrames();
         QTRY_COMPARE(rig->log.made, 1);

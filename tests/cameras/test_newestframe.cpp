@@ -14,14 +14,14 @@ namespace {
 using namespace std::chrono_literals;
 using namespace cameras;
 
-constexpr Size size{8, 2};
+constexpr Size greySize{8, 2};
 constexpr std::chrono::nanoseconds interval = 33ms;
 
 FrameFormat greyFormat()
 {
     FrameFormat format;
     format.fourcc = V4L2_PIX_FMT_GREY;
-    format.size = size;
+    format.size = greySize;
     format.range = Range::Full;
     format.planes[0] = {8, 16};
     return format;

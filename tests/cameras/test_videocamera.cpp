@@ -18,9 +18,6 @@ namespace {
 using namespace std::chrono_literals;
 using namespace cameras;
 
-constexpr std::uint32_t yuyv = V4L2_PIX_FMT_YUYV;
-constexpr std::uint32_t mjpeg = V4L2_PIX_FMT_MJPEG;
-
 FakeCamera smallCamera()
 {
     FakeCamera camera;
@@ -65,10 +62,10 @@ bool isEven(const QImage &picture, int grey)
 }
 
 /// The service as QCamera uses it, on the first camera of a machine.
-class Rig
+class ServiceRig
 {
 public:
-    explicit Rig(FakeMachine &on)
+    explicit ServiceRig(FakeMachine &on)
         : machine(on)
         , catalogue(std::make_unique<VideoCatalogue>(machine.kernel, machine.folders))
         , service(std::make_unique<CameraService>(*catalogue))
@@ -198,7 +195,7 @@ void VideoCameraTest::showsWhatTheDriverFilms()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     // 16 to 235 become 0 to 255.
     QVERIFY(isEven(rig.surface.picture(), 130));
@@ -211,7 +208,7 @@ void VideoCameraTest::everyPixelArrives()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     QVideoFrame frame = rig.surface.lastFrame;
     QVERIFY(frame.map(QAbstractVideoBuffer::ReadOnly));
@@ -224,7 +221,7 @@ void VideoCameraTest::choosesTheFluentFormat()
 {
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
     QCOMPARE(machine.kernel.format().pixelformat, mjpeg);
@@ -236,7 +233,7 @@ void VideoCameraTest::theSettingChoosesTheFormat()
     qputenv("KIVRA_CAMERA_FORMAT", "128x96@10");
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {128, 96})));
     QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(128, 96));
@@ -253,7 +250,7 @@ void VideoCameraTest::picturesAreTurnedAndMirrored()
         for (int x = 0; x < 32; ++x)
             picture.setPixel(x, y, 0xff000000);
     }
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(rig.showJpeg(picture));
     const QImage shown = rig.surface.picture();
@@ -268,7 +265,7 @@ void VideoCameraTest::jpegOfAnotherSizeChangesTheFormat()
 {
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
     QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {32, 16})));
@@ -280,7 +277,7 @@ void VideoCameraTest::faultyFramesAreSkipped()
 {
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
     const int before = rig.surface.frames;
@@ -300,7 +297,7 @@ void VideoCameraTest::stopClosesTheDevice()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     const int before = rig.surface.frames;
     machine.kernel.deliverEven(50);
@@ -313,7 +310,7 @@ void VideoCameraTest::startsAgain()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     rig.control->setState(QCamera::LoadedState);
     QVERIFY(rig.startAndShow(235));
@@ -324,7 +321,7 @@ void VideoCameraTest::unpluggedAndBack()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     machine.unplug(0);
     QTRY_COMPARE(rig.errors.size(), 1);
@@ -343,7 +340,7 @@ void VideoCameraTest::backOnAnotherNode()
     FakeMachine machine;
     machine.describeUsb(0, "Visualiseur", "A1", "1.2");
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     auto *const selector = rig.service->requestControl<QVideoDeviceSelectorControl *>();
     QVERIFY(rig.startAndShow(128));
     machine.unplug(0);
@@ -362,7 +359,7 @@ void VideoCameraTest::aTwinIsNotTaken()
     machine.describeUsb(1, "Visualiseur", "0001", "1.3");
     machine.plug(0, smallCamera());
     machine.plug(1, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QTRY_COMPARE(rig.catalogue->devices().size(), 2);
     // Two equal names would not tell which is which.
     QCOMPARE(rig.catalogue->devices().at(1).description, QStringLiteral("Visualiseur (usb-1-1.3)"));
@@ -383,7 +380,7 @@ void VideoCameraTest::stopEndsTheWaiting()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     machine.unplug(0);
     QTRY_COMPARE(rig.errors.size(), 1);
@@ -403,7 +400,7 @@ void VideoCameraTest::unpluggedBeforeTheStart()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QTRY_COMPARE(rig.catalogue->devices().size(), 1);
     machine.unplug(0);
     rig.start();
@@ -421,7 +418,7 @@ void VideoCameraTest::noRightIsToldAndWaitedFor()
     camera.openError = EACCES;
     machine.describeUsb(0, "Visualiseur", "A1", "1.2");
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QCOMPARE(rig.catalogue->devices().size(), 1); // listed all the same
     rig.start();
     QTRY_COMPARE(rig.errors.size(), 1);
@@ -439,7 +436,7 @@ void VideoCameraTest::inUseIsToldAndWaitedFor()
     FakeMachine machine;
     machine.plug(0, smallCamera());
     machine.kernel.refuse(VIDIOC_S_FMT, EBUSY);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QTRY_COMPARE(rig.errors.size(), 1);
     QVERIFY(rig.lastError().contains(QStringLiteral("autre programme")));
@@ -457,7 +454,7 @@ void VideoCameraTest::withoutBandwidthASmallerFormat()
     camera.offers = {offer(yuyv, 128, 96, 30), offer(yuyv, 64, 48, 30), offer(yuyv, 32, 24, 30)};
     camera.largestFrame = 64 * 48 * 2;
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     QCOMPARE(rig.surface.picture().size(), QSize(64, 48));
     QVERIFY(rig.errors.isEmpty());
@@ -469,7 +466,7 @@ void VideoCameraTest::noBandwidthAtAll()
     FakeCamera camera = smallCamera();
     camera.largestFrame = 10;
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QTRY_COMPARE(rig.errors.size(), 1);
     QVERIFY(rig.lastError().contains(QStringLiteral("débit")));
@@ -481,7 +478,7 @@ void VideoCameraTest::nothingReadable()
     FakeCamera camera;
     camera.offers = {offer(V4L2_PIX_FMT_H264, 64, 48, 30)};
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QTRY_COMPARE(rig.errors.size(), 1);
     QVERIFY(rig.lastError().contains(QStringLiteral("format")));
@@ -491,7 +488,7 @@ void VideoCameraTest::noFramesForThreeSeconds()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     const int begun = machine.kernel.streamsBegun();
     QVERIFY(rig.passTimeUntil([&] { return rig.errors.size() == 1; }));
@@ -507,7 +504,7 @@ void VideoCameraTest::sleepDoesNotCount()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     machine.kernel.advance(2900ms);
     machine.kernel.suspend(3600s);
@@ -528,7 +525,7 @@ void VideoCameraTest::impossibleAnswers()
         static_cast<v4l2_buffer *>(argument)->index = 1000;
         return 0;
     });
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliverEven(1); }));
     QTRY_COMPARE(rig.errors.size(), 1);
@@ -539,7 +536,7 @@ void VideoCameraTest::hiccupIsNotTold()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     const int begun = machine.kernel.streamsBegun();
     machine.kernel.refuse(VIDIOC_DQBUF, EIO);
@@ -575,7 +572,7 @@ void VideoCameraTest::stillOfTheStream()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     const int begun = machine.kernel.streamsBegun();
     QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
@@ -589,7 +586,7 @@ void VideoCameraTest::jpegIsStoredAsItCame()
 {
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     const QImage picture = evenPicture(Qt::gray);
     QVERIFY(rig.showJpeg(picture));
@@ -604,7 +601,7 @@ void VideoCameraTest::lowerQualityIsEncoded()
 {
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     const QImage picture = evenPicture(Qt::gray);
     QVERIFY(rig.showJpeg(picture));
@@ -623,7 +620,7 @@ void VideoCameraTest::largerStillSwitchesTheFormat()
 {
     FakeMachine machine;
     machine.plug(0, jpegCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     rig.start();
     QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
     auto *const encoder = rig.service->requestControl<QImageEncoderControl *>();
@@ -656,7 +653,7 @@ void VideoCameraTest::stillSurvivesStop()
 {
     FakeMachine machine;
     machine.plug(0, smallCamera());
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
     QSignalSpy readiness(rig.stills, &QCameraImageCaptureControl::readyForCaptureChanged);
@@ -673,7 +670,7 @@ void VideoCameraTest::slowControlsDoNotDelayTheStill()
     FakeCamera camera = smallCamera();
     camera.controls[V4L2_CID_FOCUS_AUTO] = {0, 1, 1, 0, {}};
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
     machine.kernel.holdControls(true);
@@ -696,7 +693,7 @@ void VideoCameraTest::missingControlsAreNotSupported()
     FakeCamera camera = smallCamera();
     camera.controls[V4L2_CID_AUTO_WHITE_BALANCE] = {0, 1, 1, 0, {}};
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
     QCOMPARE(locks->supportedLocks(), QCamera::LockTypes(QCamera::LockWhiteBalance));
@@ -715,7 +712,7 @@ void VideoCameraTest::compensationSurvivesALoss()
     FakeCamera camera = smallCamera();
     camera.controls[V4L2_CID_EXPOSURE_ABSOLUTE] = {1, 1000, 100, 0, {}};
     machine.plug(0, camera);
-    Rig rig(machine);
+    ServiceRig rig(machine);
     QVERIFY(rig.startAndShow(128));
     auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
     QVERIFY(exposure->setValue(QCameraExposureControl::ExposureCompensation, 1.0));

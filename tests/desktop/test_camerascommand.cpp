@@ -17,9 +17,9 @@ using kivra::test::VideoNodes;
 
 namespace {
 
-const QStringList documentCamera = {
-    QStringLiteral("YUYV 1920x1080@5"), QStringLiteral("YUYV 640x480@30"),
-    QStringLiteral("MJPG 1920x1080@30"), QStringLiteral("H264 1920x1080@30")};
+const QStringList formats = {QStringLiteral("YUYV 1920x1080@5"), QStringLiteral("YUYV 640x480@30"),
+                             QStringLiteral("MJPG 1920x1080@30"),
+                             QStringLiteral("H264 1920x1080@30")};
 
 } // namespace
 
@@ -45,7 +45,7 @@ private slots:
 
     void aDocumentCamera()
     {
-        plugIn(documentCamera, 480);
+        plugIn(formats, 480);
         const QString said = run();
         QCOMPARE(status, 0);
         for (const QString &line :
@@ -61,7 +61,7 @@ private slots:
 
     void aCameraThatMayNotBeOpened()
     {
-        plugIn(documentCamera, 480);
+        plugIn(formats, 480);
         nodes->setForbidden(true);
         const QString said = run();
         QCOMPARE(status, 1);
@@ -80,13 +80,13 @@ private slots:
 
     void aSlowConnection()
     {
-        plugIn(documentCamera, 12);
+        plugIn(formats, 12);
         QVERIFY(run().contains(QStringLiteral("beaucoup trop lent")));
     }
 
     void theWish()
     {
-        plugIn(documentCamera, 480);
+        plugIn(formats, 480);
         qputenv("KIVRA_CAMERA_FORMAT", "640x480@30");
         QString said = run();
         QVERIFY2(said.contains(QStringLiteral("Kivra prendrait : YUYV 640 x 480")),
@@ -101,7 +101,7 @@ private slots:
 
     void asJson()
     {
-        plugIn(documentCamera, 5000);
+        plugIn(formats, 5000);
         const QJsonObject machine =
             QJsonDocument::fromJson(run({QStringLiteral("--json")}).toUtf8()).object();
         QCOMPARE(status, 0);

@@ -16,7 +16,7 @@ using kivra::test::Sandbox;
 
 namespace {
 
-constexpr QSize frameSize(320, 240);
+constexpr QSize liveSize(320, 240);
 const QColor topLeft(230, 40, 40);
 const QColor bottomRight(40, 60, 220);
 const QColor blinking[] = {QColor(40, 200, 60), QColor(220, 200, 40)};
@@ -26,7 +26,7 @@ constexpr int sequence[] = {0, 1, 0, 0, 1, 1, 0};
 // Corner markers that show place and size, and a middle that tells one frame from the next.
 QImage frame(int number)
 {
-    QImage picture(frameSize, QImage::Format_RGB32);
+    QImage picture(liveSize, QImage::Format_RGB32);
     picture.fill(QColor(250, 250, 250));
     QPainter painter(&picture);
     painter.fillRect(0, 0, 20, 20, topLeft);
@@ -68,7 +68,7 @@ private slots:
     {
         Sandbox::instance().reset();
         QVERIFY(desktop->start());
-        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).size(), frameSize, patienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(pictureOn(desktop->screen()).size(), liveSize, patienceMs);
     }
 
     void cleanup()

@@ -15,7 +15,7 @@ using kivra::test::Sandbox;
 
 namespace {
 
-constexpr QSize frameSize(320, 240);
+constexpr QSize pictureSize(320, 240);
 const QColor frameColour(40, 200, 60);
 
 QString folderOfStores(const char *name)
@@ -43,7 +43,7 @@ private slots:
     {
         const QDir folder(Sandbox::instance().home() + QStringLiteral("/frames"));
         folder.mkpath(QStringLiteral("."));
-        QImage frame(frameSize, QImage::Format_RGB32);
+        QImage frame(pictureSize, QImage::Format_RGB32);
         frame.fill(frameColour);
         QVERIFY(frame.save(folder.filePath(QStringLiteral("frame.png"))));
         qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(folder.path()));
@@ -74,12 +74,12 @@ private slots:
         const QByteArray larger = "[preferences]\nrestore=true\nsmallField=false\n"
                                   "[params]\nzoom=150\n";
         const QByteArray smaller = "[params]\nzoom=50\n";
-        QTest::newRow("no store") << none << none << none << frameSize;
+        QTest::newRow("no store") << none << none << none << pictureSize;
         QTest::newRow("the system's") << none << larger << none << QSize(480, 360);
         QTest::newRow("the system's first folder") << smaller << larger << none << QSize(160, 120);
         QTest::newRow("a user's number") << none << larger << smaller << QSize(160, 120);
         QTest::newRow("a user who wants no restoring")
-            << none << larger << QByteArray("[preferences]\nrestore=false\n") << frameSize;
+            << none << larger << QByteArray("[preferences]\nrestore=false\n") << pictureSize;
         QTest::newRow("a user who wants the reduced field")
             << none << larger << QByteArray("[preferences]\nsmallField=true\n") << QSize(240, 180);
     }

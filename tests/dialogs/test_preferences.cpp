@@ -95,7 +95,7 @@ void open(preferences &dialog)
 }
 
 // Turns every text of one context into "<context>".
-class ContextTranslator : public QTranslator
+class ContextNamer : public QTranslator
 {
 public:
     QString translate(const char *context, const char *, const char *, int) const override
@@ -170,7 +170,7 @@ private slots:
 
     void textsAreTranslatedInTheirContext()
     {
-        ContextTranslator translator;
+        ContextNamer translator;
         QCoreApplication::installTranslator(&translator);
         const preferences dialog;
         QCoreApplication::removeTranslator(&translator);

@@ -28,7 +28,7 @@ QImage noise(const QSize &size, unsigned int seed)
     return picture;
 }
 
-QImage plain(const QSize &size, QRgb word)
+QImage filledWith(const QSize &size, QRgb word)
 {
     QImage picture(size, QImage::Format_RGB32);
     for (int y = 0; y < size.height(); ++y) {
@@ -94,7 +94,7 @@ constexpr int arm = 40; // of a plus sign: at the smallest scale five pixels
 // A page with a plus sign whose strokes are three pixels wide.
 QImage plusSign(const QPoint &centre)
 {
-    QImage page = plain({200, 200}, paper);
+    QImage page = filledWith({200, 200}, paper);
     QPainter painter(&page);
     painter.fillRect(centre.x() - arm, centre.y() - 1, 2 * arm + 1, 3, Qt::black);
     painter.fillRect(centre.x() - 1, centre.y() - arm, 3, 2 * arm + 1, Qt::black);
@@ -129,7 +129,7 @@ private slots:
     {
         const kivra::test::Spy<&kivra::Kernels::weighRows> rows;
         const kivra::test::Spy<&kivra::Kernels::weighColumns> columns;
-        AreaScaler().scaled(plain({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
+        AreaScaler().scaled(filledWith({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
         QVERIFY(rows.ran());
         QVERIFY(columns.ran());
     }
@@ -147,7 +147,7 @@ private slots:
     {
         AreaScaler scaler;
         QVERIFY(scaler.scaled(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}).isNull());
-        QVERIFY(scaler.scaled(plain({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
+        QVERIFY(scaler.scaled(filledWith({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
     }
 
     void wholeScalesRepeatEachPixel()
@@ -189,8 +189,8 @@ private slots:
         for (const QSize &size : {QSize(97, 61), QSize(160, 120), QSize(33, 301)}) {
             for (const QPointF &origin : {QPointF(0, 0), QPointF(-7, 3), QPointF(0.5, -0.5),
                                           QPointF(12.25, 1.75), QPointF(-40.5, -9)}) {
-                for (const QImage &picture :
-                     {noise(size, 5), lines(size, true), lines(size, false), plain(size, paper)}) {
+                for (const QImage &picture : {noise(size, 5), lines(size, true), lines(size, false),
+                                              filledWith(size, paper)}) {
                     const QString wrong = faultOfAll(picture, {origin, scale});
                     QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
                 }
@@ -218,7 +218,7 @@ private slots:
     {
         for (const int rows : {255, 256, 257, 258, 259, 514, 515, 516, 1000, 5000}) {
             for (const double more : {0.0, 0.4}) {
-                const QImage white = plain({7, rows + 1}, paper);
+                const QImage white = filledWith({7, rows + 1}, paper);
                 const QString wrong = faultOfAll(white, {{0, 0}, 1.0 / (rows + more)});
                 QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
                 const QString wrongOfNoise =
@@ -272,8 +272,8 @@ private slots:
             const QRgb word = qRgb(level, 255 - level, level / 2);
             const ScaledPlace place{{0.5, 0}, 0.3 + level * 0.01};
             const QRect all = pixelsFilled({50, 40}, place);
-            KIVRA_COMPARE_PICTURES(scaler.scaled(plain({50, 40}, word), place, all),
-                                   plain(all.size(), word));
+            KIVRA_COMPARE_PICTURES(scaler.scaled(filledWith({50, 40}, word), place, all),
+                                   filledWith(all.size(), word));
         }
     }
 

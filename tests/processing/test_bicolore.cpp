@@ -17,7 +17,7 @@ unsigned int recoloured(unsigned int word, unsigned int dark, unsigned int light
     return wordAt(picture);
 }
 
-unsigned int greyWord(unsigned int level)
+unsigned int greyChannels(unsigned int level)
 {
     return level * 0x010101U;
 }
@@ -43,14 +43,14 @@ private slots:
 
     void midTonesFadeTowardsGrey()
     {
-        QCOMPARE(recoloured(greyWord(127), white, darkGreen), 0xFF808080U);
-        QCOMPARE(recoloured(greyWord(128), white, darkGreen), 0xFF7D7E7DU);
+        QCOMPARE(recoloured(greyChannels(127), white, darkGreen), 0xFF808080U);
+        QCOMPARE(recoloured(greyChannels(128), white, darkGreen), 0xFF7D7E7DU);
     }
 
     void redTakesEntry87OfTheDarkHalf()
     {
         QCOMPARE(recoloured(0xFFFF0000U, 0xFF0000FFU, 0xFFFFFF00U),
-                 recoloured(greyWord(87), 0xFF0000FFU, 0xFFFFFF00U));
+                 recoloured(greyChannels(87), 0xFF0000FFU, 0xFFFFFF00U));
         // 127 * (87/128)² and 255 - 128 * (87/128)², truncated
         QCOMPARE(recoloured(0xFFFF0000U, 0xFF0000FFU, 0xFFFFFF00U), 0xFF3A3AC3U);
     }
@@ -58,15 +58,15 @@ private slots:
     void alphaOfTheColoursIsIgnored()
     {
         QCOMPARE(recoloured(0U, 0x000000FFU, 0x00FFFF00U), 0xFF0000FFU);
-        QCOMPARE(recoloured(greyWord(60), 0x120000FFU, 0x34FFFF00U),
-                 recoloured(greyWord(60), 0xFF0000FFU, 0xFFFFFF00U));
+        QCOMPARE(recoloured(greyChannels(60), 0x120000FFU, 0x34FFFF00U),
+                 recoloured(greyChannels(60), 0xFF0000FFU, 0xFFFFFF00U));
     }
 
     void everyLevelMatchesTheReference()
     {
         std::vector<unsigned int> words;
         for (unsigned int level = 0; level < 256; ++level)
-            words.push_back(greyWord(level));
+            words.push_back(greyChannels(level));
         const QImage picture = rowOf(words);
         for (const unsigned int dark : {0U, 0xFFFFFFU, 0x0000FFU, 0x123456U}) {
             for (const unsigned int light : {0U, 0x006400U, 0xFFFF00U, 0xFEDCBAU}) {

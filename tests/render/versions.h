@@ -12,11 +12,13 @@ int runForEachVersion(Registration::Run run, int argc, char **argv);
 
 /// As KIVRA_TEST, for operations that have a version for each instruction set.
 #define KIVRA_TEST_EACH_VERSION(TestClass)                                                         \
-    static const kivra::test::Registration registration(__FILE__, [](int argc, char **argv) {      \
-        return kivra::test::runForEachVersion(                                                     \
-            [](int count, char **arguments) {                                                      \
-                TestClass test;                                                                    \
-                return QTest::qExec(&test, count, arguments);                                      \
-            },                                                                                     \
-            argc, argv);                                                                           \
-    });
+    template<>                                                                                     \
+    const kivra::test::Registration kivra::test::Registered<TestClass>::registration(              \
+        __FILE__, [](int argc, char **argv) {                                                      \
+            return kivra::test::runForEachVersion(                                                 \
+                [](int count, char **arguments) {                                                  \
+                    TestClass test;                                                                \
+                    return QTest::qExec(&test, count, arguments);                                  \
+                },                                                                                 \
+                argc, argv);                                                                       \
+        });

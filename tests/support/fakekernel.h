@@ -14,6 +14,9 @@
 
 namespace kivra::test {
 
+constexpr std::uint32_t yuyv = V4L2_PIX_FMT_YUYV;
+constexpr std::uint32_t mjpeg = V4L2_PIX_FMT_MJPEG;
+
 /// A control of a camera of FakeKernel.
 struct FakeControl
 {

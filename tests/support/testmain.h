@@ -16,11 +16,21 @@ public:
     Registration(const char *source, Run run);
 };
 
+/// Where the registration of a class stands: under the name of the class, so that no two meet.
+template<class TestClass>
+struct Registered
+{
+    static const Registration registration;
+};
+
 } // namespace kivra::test
 
-/// Registers \a TestClass, a QObject whose private slots are the tests. Once a source.
+/// Registers \a TestClass, a QObject whose private slots are the tests. Once a source, outside of
+/// namespaces.
 #define KIVRA_TEST(TestClass)                                                                      \
-    static const kivra::test::Registration registration(__FILE__, [](int argc, char **argv) {      \
-        TestClass test;                                                                            \
-        return QTest::qExec(&test, argc, argv);                                                    \
-    });
+    template<>                                                                                     \
+    const kivra::test::Registration kivra::test::Registered<TestClass>::registration(              \
+        __FILE__, [](int argc, char **argv) {                                                      \
+            TestClass test;                                                                        \
+            return QTest::qExec(&test, argc, argv);                                                \
+        });
