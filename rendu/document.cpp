@@ -83,8 +83,11 @@ struct Document::Parts
     Parts()
         : document(HPDF_New(nullptr, nullptr))
     {
-        if (document)
-            HPDF_SetInfoAttr(document, HPDF_INFO_CREATOR, "Kivra " KIVRA_VERSION);
+        if (!document)
+            return;
+        // Without it, the pages of bits are not named as what they are compressed to.
+        HPDF_SetCompressionMode(document, HPDF_COMP_IMAGE);
+        HPDF_SetInfoAttr(document, HPDF_INFO_CREATOR, "Kivra " KIVRA_VERSION);
     }
     ~Parts() { HPDF_Free(document); }
     Parts(const Parts &) = delete;
