@@ -11,8 +11,7 @@ namespace {
 
 constexpr int uprightMark = 1;
 
-// The numbers of a TIFF file, or of the one that a JPEG file holds for its notes. Beyond its end
-// there are none.
+// The numbers of the TIFF file that a JPEG file holds for its notes. Beyond its end there are none.
 class TiffNumbers
 {
 public:
@@ -110,9 +109,7 @@ int orientationOf(const QString &path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return uprightMark;
-    const QByteArray begin = file.peek(2);
-    return begin == "\xFF\xD8" ? orientationInJpeg(file)
-                               : orientationIn(TiffNumbers(file, 0, file.size()));
+    return file.peek(2) == "\xFF\xD8" ? orientationInJpeg(file) : uprightMark;
 }
 
 QImage upright(const QImage &picture, int orientation)

@@ -6,8 +6,9 @@
 namespace kivra::rendu {
 
 /// How the camera was held, as it is noted in the file at \a path: 1 to 8, as Exif counts (tag
-/// 0x0112). 1, upright, for a file without such a note, and for one that cannot be read. JPEG and
-/// TIFF files are looked into; nothing is decoded.
+/// 0x0112). 1, upright, for a file without such a note, and for one that cannot be read. Only JPEG
+/// files are looked into (the reader of TIFF files turns their pictures itself); nothing is
+/// decoded.
 int orientationOf(const QString &path);
 
 /// The picture as its subject stands. Any other number than 2 to 8 leaves it as it is. Null without

@@ -68,9 +68,10 @@ private slots:
             QProcess process;
             command.start(&process, arguments);
             // At some moment of the work on the next one.
-            QTRY_VERIFY_WITH_TIMEOUT(command.filesIn(QStringLiteral("propre")).size() >= goal ||
-                                         process.state() == QProcess::NotRunning,
-                                     patienceMs);
+            QTRY_VERIFY_WITH_TIMEOUT(
+                (command.filesIn(QStringLiteral("propre")).size() >= goal && decodersLeft() > 0) ||
+                    process.state() == QProcess::NotRunning,
+                patienceMs);
             if (process.state() == QProcess::Running)
                 ::kill(pid_t(process.processId()), number);
             QVERIFY(process.waitForFinished(patienceMs));
@@ -123,7 +124,8 @@ private slots:
                       {QStringLiteral("-c"), script, QStringLiteral("bash"), Command::program()});
         QVERIFY(process.waitForFinished(patienceMs));
         QCOMPARE(process.exitCode(), 130);
-        QCOMPARE(process.readAllStandardError(), QByteArray());
+        QVERIFY(
+            !process.readAllStandardError().contains("kivra-rendu : ")); // bash tells of its job
         QTRY_COMPARE_WITH_TIMEOUT(decodersLeft(), 0, patienceMs);
         for (const QString &name : command.filesIn(QStringLiteral("propre")))
             QVERIFY(name.endsWith(QLatin1String(".png")));

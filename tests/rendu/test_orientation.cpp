@@ -35,7 +35,7 @@ private slots:
         QTest::addColumn<int>("orientation");
         QTest::newRow("little-endian") << noted(little) << 6;
         QTest::newRow("big-endian") << noted(big) << 6;
-        QTest::newRow("a TIFF file") << little << 6;
+        QTest::newRow("a TIFF file") << little << 1;
         QTest::newRow("behind another segment")
             << "\xFF\xD8" + QByteArray("\xFF\xE0\0\x04JF", 6) + noted(big).mid(2) << 6;
         QTest::newRow("behind bytes that fill")

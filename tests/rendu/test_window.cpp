@@ -145,8 +145,11 @@ private slots:
             QImageIOHandler::TransformationMirrorAndRotate90,
             QImageIOHandler::TransformationRotate270};
         QImageWriter writer(source);
-        writer.setTransformation(transformations[orientation - 1]);
+        if (suffix == QLatin1String("tif"))
+            writer.setTransformation(transformations[orientation - 1]);
         QVERIFY(writer.write(paper()));
+        if (suffix == QLatin1String("jpg"))
+            note(&command, QStringLiteral("vue.jpg"), orientation);
 
         QImageReader reader(source);
         QCOMPARE(reader.transformation(), transformations[orientation - 1]);
@@ -160,6 +163,20 @@ private slots:
     }
 
 private:
+    // How a telephone notes it.
+    static void note(Command *command, const QString &name, int orientation)
+    {
+        QByteArray tiff("MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0\x06\0\0\0\0\0\0", 26);
+        tiff[19] = char(orientation);
+        const QByteArray segment = QByteArray("\xFF\xE1\0\x22"
+                                              "Exif\0\0",
+                                              10) +
+                                   tiff;
+        QByteArray file = command->contentOf(name);
+        file.insert(2, segment);
+        command->file(name, file);
+    }
+
     // What becomes of the picture that is shown.
     QImage ofTheWindow(int mode, int effect)
     {
