@@ -38,7 +38,7 @@ private slots:
                               << "ouvrir";
         QTest::newRow("begin of a picture") << "debut.png"
                                             << "ouvrir";
-        QTest::newRow("no suffix, as another file has") << "bonne"
+        QTest::newRow("no suffix, as another file has") << "texte"
                                                         << "n'existe pas";
     }
 
