@@ -1,9 +1,7 @@
 #include "benchmarks/subjects.h"
 
 #include "processing/buffers.h"
-#include "processing/histogram.h"
-#include "processing/tables.h"
-#include "processing/threshold.h"
+#include "processing/operations.h"
 #include "render/renderer.h"
 #include "tests/reference/reference.h"
 

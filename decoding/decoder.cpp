@@ -70,19 +70,8 @@ void convertTo(uchar *memory, const QImage &picture)
     }
 }
 
-} // namespace
-
-bool isDecodable(const QSize &size)
+QSize decodeBy(QImageReader &reader, const PixelMemory &memory)
 {
-    return !size.isEmpty() && qint64(size.width()) * size.height() <= mostPixels;
-}
-
-QSize decodePicture(const QByteArray &content, const PixelMemory &memory)
-{
-    QBuffer file;
-    file.setData(content);
-    file.open(QIODevice::ReadOnly);
-    QImageReader reader(&file);
     const QSize told = reader.size(); // a few formats do not say before they are read
     const QImage::Format format = told.isValid() ? reader.imageFormat() : QImage::Format_Invalid;
     uchar *const early = isDecodable(told)
@@ -101,6 +90,29 @@ QSize decodePicture(const QByteArray &content, const PixelMemory &memory)
     else
         convertTo(pixels, picture);
     return picture.size();
+}
+
+QSize decodeAs(const QByteArray &format, const QByteArray &content, const PixelMemory &memory)
+{
+    QBuffer file;
+    file.setData(content);
+    file.open(QIODevice::ReadOnly);
+    QImageReader reader(&file, format);
+    return decodeBy(reader, memory);
+}
+
+} // namespace
+
+bool isDecodable(const QSize &size)
+{
+    return !size.isEmpty() && qint64(size.width()) * size.height() <= mostPixels;
+}
+
+// Most TGA pictures begin like a cursor, whose reader takes them for one and fails.
+QSize decodePicture(const QByteArray &content, const PixelMemory &memory)
+{
+    const QSize size = decodeAs({}, content, memory);
+    return size.isEmpty() ? decodeAs("tga", content, memory) : size;
 }
 
 } // namespace kivra

@@ -1,5 +1,7 @@
 #include "decoding/opaquecopy.h"
 
+#include <QSemaphore>
+#include <QThreadPool>
 #include <algorithm>
 #include <mutex>
 #include <vector>
@@ -59,21 +61,40 @@ void keep(const QImage &image)
         kept().push_back(image);
 }
 
+void copyOpaque(const QRgb *from, QRgb *to, size_t count)
+{
+    constexpr QRgb opaque = 0xff000000;
+    for (size_t i = 0; i < count; ++i)
+        to[i] = from[i] | opaque;
+}
+
+// One thread alone does not use all that the memory gives; to wake another one has its price too.
+void copyOpaqueByTwo(const QRgb *from, QRgb *to, size_t count)
+{
+    constexpr size_t worthWaking = 1 << 20;
+    const size_t half = count / 2;
+    QSemaphore done;
+    const bool isShared = count >= worthWaking && QThreadPool::globalInstance()->tryStart([&] {
+        copyOpaque(from + half, to + half, count - half);
+        done.release();
+    });
+    copyOpaque(from, to, isShared ? half : count);
+    if (isShared)
+        done.acquire();
+}
+
 } // namespace
 
 QImage opaqueCopy(const uchar *words, const QSize &size)
 {
-    constexpr QRgb opaque = 0xff000000;
     QImage copy = takeSpare(size);
     if (copy.isNull())
         copy = QImage(size, QImage::Format_RGB32);
     if (copy.isNull())
         return copy;
     const auto count = size_t(size.width()) * size_t(size.height());
-    const auto *const from = reinterpret_cast<const QRgb *>(words);
-    auto *const to = reinterpret_cast<QRgb *>(copy.bits());
-    for (size_t i = 0; i < count; ++i)
-        to[i] = from[i] | opaque;
+    copyOpaqueByTwo(reinterpret_cast<const QRgb *>(words), reinterpret_cast<QRgb *>(copy.bits()),
+                    count);
     keep(copy);
     return copy;
 }

@@ -111,7 +111,8 @@ void PictureOpener::finish(std::size_t decoder, const QImage &picture)
 void PictureOpener::show(Held picture)
 {
     const bool isTooLarge = qint64(last.picture.width()) * last.picture.height() > mostHeldPixels;
-    before = isTooLarge ? Held() : std::move(last);
+    if (picture.path != last.path) // at either end, a step leads nowhere else
+        before = isTooLarge ? Held() : std::move(last);
     last = picture.picture.isNull() ? Held() : picture;
     const Held told = std::move(picture);
     emit opened(told.path, told.picture);
@@ -119,9 +120,9 @@ void PictureOpener::show(Held picture)
 
 PictureOpener::Held PictureOpener::takeHeld(const QString &path)
 {
-    for (Held *const held : {&ahead, &before}) {
+    for (Held *const held : {&last, &ahead, &before}) {
         if (held->path == path && !held->picture.isNull()) {
-            Held taken = std::exchange(*held, Held());
+            Held taken = held == &last ? last : std::exchange(*held, Held());
             return stateOf(pictureFile(path)) == taken.file ? taken : Held();
         }
     }

@@ -13,8 +13,8 @@ namespace kivra {
 /// the picture that is likely to be next is decoded ahead of its request.
 ///
 /// Beside the picture that was opened last, two are held at most: the one before it, and the one
-/// that is decoded ahead; none of them has more than mostHeldPixels. A picture that is held is
-/// opened from memory as long as its file is as it was.
+/// that is decoded ahead; neither has more than mostHeldPixels. A picture that is held, or was
+/// opened last, is opened from memory as long as its file is as it was.
 class PictureOpener : public QObject
 {
     Q_OBJECT

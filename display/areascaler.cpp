@@ -127,8 +127,8 @@ public:
 private:
     void weigh(int row, const RowWeights &weights, std::vector<float> &to)
     {
-        kernels().weighRows(picture.row(row) + begin, picture.bytesPerLine(), weights,
-                            scratch.data(), to.data(), width);
+        kernels().weighRows(picture.row(row) + begin, picture.bytesPerLine, weights, scratch.data(),
+                            to.data(), width);
     }
 
     const ConstPixels &picture;
@@ -154,8 +154,8 @@ QImage AreaScaler::scaled(const QImage &picture, const ScaledPlace &place, const
 {
     if (picture.isNull() || wanted.isEmpty())
         return {};
-    const ConstPixels source(reinterpret_cast<const Pixel *>(picture.constBits()), picture.width(),
-                             picture.height(), picture.bytesPerLine());
+    const ConstPixels source{reinterpret_cast<const Pixel *>(picture.constBits()), picture.width(),
+                             picture.height(), picture.bytesPerLine()};
     const Columns columns(wanted, place, picture.width());
     const ColumnWeights weights{columns.firsts.data(), columns.weights.data(), columns.taps};
     const auto width = static_cast<std::size_t>(wanted.width());

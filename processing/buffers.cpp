@@ -26,13 +26,13 @@ cv::Mat copyOf(const QImage &image, int type)
     cv::Mat result(image.height(), image.width(), type, cv::Scalar::all(0));
     const QImage words = withPixelWords(image);
     const ConstPixels from = pixelsOf(words);
-    if (from.isEmpty() || from.height() != result.rows)
+    if (from.isEmpty() || from.height != result.rows)
         return result;
     if (type == CV_8UC3)
         cv::cvtColor(from.matrix(), result, cv::COLOR_BGRA2BGR);
     if (type == CV_8UC4) {
-        for (int y = 0; y < from.height(); ++y)
-            kernels().opaque(from.row(y), result.ptr<Pixel>(y), from.width());
+        for (int y = 0; y < from.height; ++y)
+            kernels().opaque(from.row(y), result.ptr<Pixel>(y), from.width);
     }
     return result;
 }

@@ -98,7 +98,7 @@ Tone stretchTone(int low, int high)
     const double range = static_cast<double>(high) - low;
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = truncatedLevel((static_cast<double>(i) - low) * 255.0 / range);
-    return {table, 255.0 / range, -low * 255.0 / range};
+    return {table, 255.0 / range, -255.0 / range * low};
 }
 
 Finish::Finish()

@@ -46,10 +46,10 @@ Histogram count(ConstPixels pixels, int threads, std::ptrdiff_t step, const Byte
 {
     Histogram total{};
     std::mutex totalMutex;
-    forBands(threads, pixels.width(), pixels.height(), [&](Span rows) {
+    forBands(threads, pixels.width, pixels.height, [&](Span rows) {
         Counter counter;
         for (int y = rows.begin; y < rows.end; ++y)
-            counter.add(bytesOf(y), pixels.width(), step);
+            counter.add(bytesOf(y), pixels.width, step);
         const std::lock_guard lock(totalMutex);
         counter.addTo(total);
     });
@@ -71,18 +71,18 @@ Histogram blueHistogram(ConstPixels pixels, int threads)
 
 void fillPlane(ConstPixels pixels, PlaneKernel kernel, cv::Mat &plane, int threads)
 {
-    plane.create(pixels.height(), pixels.width(), CV_8UC1);
-    forBands(threads, pixels.width(), pixels.height(), [&](Span rows) {
+    plane.create(pixels.height, pixels.width, CV_8UC1);
+    forBands(threads, pixels.width, pixels.height, [&](Span rows) {
         for (int y = rows.begin; y < rows.end; ++y)
-            kernel(pixels.row(y), plane.ptr(y), pixels.width());
+            kernel(pixels.row(y), plane.ptr(y), pixels.width);
     });
 }
 
 Histogram fillPlaneAndCount(ConstPixels pixels, PlaneKernel kernel, cv::Mat &plane, int threads)
 {
-    plane.create(pixels.height(), pixels.width(), CV_8UC1);
+    plane.create(pixels.height, pixels.width, CV_8UC1);
     return count(pixels, threads, 1, [&](int y) {
-        kernel(pixels.row(y), plane.ptr(y), pixels.width());
+        kernel(pixels.row(y), plane.ptr(y), pixels.width);
         return plane.ptr(y);
     });
 }

@@ -34,8 +34,6 @@ struct Mode
     bool hasTwoColours() const { return colours.dark != colours.light; }
 };
 
-void lookAtNothing(const Job &, Look &) {}
-
 void lookForEnds(const Job &job, Look &look)
 {
     const Ends ends = endsOf(blueHistogram(job.from, job.threads));
@@ -45,7 +43,7 @@ void lookForEnds(const Job &job, Look &look)
 void paintStretched(const Job &job, const Look &look, Span rows)
 {
     for (int y = rows.begin; y < rows.end; ++y)
-        look.tone->row(job.from.row(y), job.to.row(y), job.from.width());
+        look.tone->row(job.from.row(y), job.to.row(y), job.from.width);
 }
 
 void lookAtLuma(const Job &job, Look &look)
@@ -60,8 +58,8 @@ void paintEqualized(const Job &job, const Look &look, Span rows)
     const Kernels &kernel = kernels();
     std::array<std::uint8_t, piece> lit;
     for (int y = rows.begin; y < rows.end; ++y) {
-        for (int done = 0; done < job.from.width(); done += piece) {
-            const int count = std::min(piece, job.from.width() - done);
+        for (int done = 0; done < job.from.width; done += piece) {
+            const int count = std::min(piece, job.from.width - done);
             const std::uint8_t *const luma = job.plane.ptr(y) + done;
             kernel.lookUp(luma, lit.data(), count, look.table);
             kernel.relight(job.from.row(y) + done, luma, lit.data(), job.to.row(y) + done, count);
@@ -77,7 +75,7 @@ void lookForOtsu(const Job &job, Look &look)
 void paintChosen(const Job &job, const Look &look, Span rows)
 {
     for (int y = rows.begin; y < rows.end; ++y)
-        kernels().choose(job.plane.ptr(y), job.to.row(y), job.to.width(), look.threshold,
+        kernels().choose(job.plane.ptr(y), job.to.row(y), job.to.width, look.threshold,
                          look.colours);
 }
 
@@ -108,7 +106,7 @@ constexpr Pixel boardGreen = 0xFF006400U;
 
 // By number. Two-colour rendering of pure black and white gives exactly its two colours.
 constexpr std::array<Mode, 7> modes{{
-    {lookAtNothing, nullptr, {}},
+    {nullptr, nullptr, {}},
     {lookForEnds, paintStretched, {}},
     {lookAtLuma, paintEqualized, {}},
     {lookForOtsu, paintChosen, {black, white}},
@@ -120,7 +118,7 @@ constexpr std::array<Mode, 7> modes{{
 void finishRows(ConstPixels from, Pixels to, Span rows, const Finish &finish)
 {
     for (int y = rows.begin; y < rows.end; ++y)
-        finish.row(from.row(y), to.row(y), from.width());
+        finish.row(from.row(y), to.row(y), from.width);
 }
 
 // A mode and what finishes it, band by band. The finish follows after a few rows, which the second-
@@ -128,10 +126,10 @@ void finishRows(ConstPixels from, Pixels to, Span rows, const Finish &finish)
 double paintAndFinish(const Job &job, const Mode &mode, const Look &look, const Finish &finish)
 {
     constexpr int bytesAtOnce = 1 << 17;
-    const int rowsAtOnce = std::max(bytesAtOnce / 4 / job.from.width(), 1);
+    const int rowsAtOnce = std::max(bytesAtOnce / 4 / job.from.width, 1);
     std::mutex timesMutex;
     FrameTimes all;
-    forBands(job.threads, job.from.width(), job.from.height(), [&](Span rows) {
+    forBands(job.threads, job.from.width, job.from.height, [&](Span rows) {
         FrameTimes times;
         Clock clock;
         for (int y = rows.begin; y < rows.end; y += rowsAtOnce) {
@@ -162,7 +160,7 @@ FrameTimes paint(const Job &job, int number, const Finish &finish)
     FrameTimes times;
     Clock clock;
     const auto forAllBands = [&](const auto &body) {
-        forBands(job.threads, job.from.width(), job.from.height(), body);
+        forBands(job.threads, job.from.width, job.from.height, body);
         return clock.lap();
     };
     if (!isMode(number)) {

@@ -34,22 +34,22 @@ const MeanWeights &meanWeights()
     return weights;
 }
 
-// A rectangle of the picture small enough that all rows in the works stay in the first-level cache.
-//
-// Grey rows become median rows, median rows are summed along themselves, and as soon as the sums of
-// the five rows below are there, a row is decided.
-class Tile
+// A band of the picture. The rows in the works stay in the second-level cache: grey rows become
+// median rows, median rows are summed along themselves, and as soon as the sums of the five rows
+// below are there, a row is decided.
+class Band
 {
 public:
-    Tile(const cv::Mat &plane, Span span, TwoColours twoColours, const Kernels &kernels)
+    Band(const cv::Mat &plane, TwoColours twoColours, const Kernels &kernels)
         : grey(plane)
-        , columns(span)
         , colours(twoColours)
         , kernel(kernels)
+        , greys(3, plane.cols + 2 * margin, CV_8UC1)
+        , medians(depth, greys.cols, CV_8UC1)
+        , floats(1, greys.cols, CV_32FC1)
+        , sums(depth, greys.cols, CV_32FC1)
     {
     }
-
-    static constexpr int widest = 512;
 
     void decide(Pixels to, Span rows)
     {
@@ -68,87 +68,56 @@ private:
     // Rows in the works: those that a decision needs and the one that is being made.
     static constexpr int depth = meanTaps + 1;
     static constexpr int margin = 16; // more than meanReach, and keeps rows aligned
-    template<typename Value>
-    using Line = std::array<Value, widest + 2 * margin>;
-    template<typename Value>
-    using Ring = std::array<Line<Value>, depth>;
 
     template<typename Value>
-    static Value *columnZero(Ring<Value> &ring, int y)
+    static Value *columnZero(cv::Mat &ring, int y)
     {
-        return ring[static_cast<std::size_t>(y % depth)].data() + margin;
+        return ring.ptr<Value>(y % ring.rows) + margin;
     }
     int clampedRow(int y) const { return std::clamp(y, 0, grey.rows - 1); }
 
-    // The grey row with one more column on either side of the part that the median is taken of.
-    const std::uint8_t *greyRow(Line<std::uint8_t> &line, int y, Span part) const
+    // At the picture's sides rows repeat their last column, so far.
+    void repeatSides(std::uint8_t *row, int reach) const
     {
-        const std::uint8_t *row = grey.ptr(clampedRow(y));
-        const int left = std::max(part.begin - 1, 0);
-        const int right = std::min(part.end + 1, grey.cols);
-        std::uint8_t *first = line.data() + 1 + (left - part.begin);
-        std::copy(row + left, row + right, first);
-        if (part.begin == 0)
-            line[0] = row[0];
-        if (part.end == grey.cols)
-            line[static_cast<std::size_t>(1 + part.end - part.begin)] = row[grey.cols - 1];
-        return line.data() + 1;
+        std::fill(row - reach, row, row[0]);
+        std::fill(row + grey.cols, row + grey.cols + reach, row[grey.cols - 1]);
     }
 
-    // Median and sum along the row. At the picture's sides both repeat their last column, the sum
-    // that of the median.
+    const std::uint8_t *greyRow(int line, int y)
+    {
+        auto *const row = columnZero<std::uint8_t>(greys, line);
+        std::copy_n(grey.ptr(clampedRow(y)), grey.cols, row);
+        repeatSides(row, 1);
+        return row;
+    }
+
     void takeRow(int y)
     {
-        const int width = columns.end - columns.begin;
-        const Span part{std::max(columns.begin - meanReach, 0),
-                        std::min(columns.end + meanReach, grey.cols)};
-        std::uint8_t *values = columnZero(medians, y);
-        const std::uint8_t *above = greyRow(greys[0], y - 1, part);
-        const std::uint8_t *middle = greyRow(greys[1], y, part);
-        const std::uint8_t *below = greyRow(greys[2], y + 1, part);
-        kernel.median(above, middle, below, values + (part.begin - columns.begin),
-                      part.end - part.begin);
-        repeatSides(values, part);
-        kernel.meanAcross(values, floats.data() + margin, columnZero(sums, y), width,
-                          meanWeights());
-    }
-
-    void repeatSides(std::uint8_t *values, Span part) const
-    {
-        const int first = part.begin - columns.begin;
-        const int end = part.end - columns.begin;
-        const int width = columns.end - columns.begin;
-        std::fill(values - meanReach, values + first, values[first]);
-        std::fill(values + end, values + width + meanReach, values[end - 1]);
+        auto *const values = columnZero<std::uint8_t>(medians, y);
+        kernel.median(greyRow(0, y - 1), greyRow(1, y), greyRow(2, y + 1), values, grey.cols);
+        repeatSides(values, meanReach);
+        kernel.meanAcross(values, columnZero<float>(floats, 0), columnZero<float>(sums, y),
+                          grey.cols, meanWeights());
     }
 
     void decideRow(Pixels to, int y)
     {
         std::array<const float *, meanTaps> rows{};
         for (int tap = 0; tap < meanTaps; ++tap)
-            rows[static_cast<std::size_t>(tap)] = columnZero(sums, clampedRow(y - meanReach + tap));
-        kernel.decide(rows.data(), columnZero(medians, y), to.row(y) + columns.begin,
-                      columns.end - columns.begin, meanWeights(), colours);
+            rows[static_cast<std::size_t>(tap)] =
+                columnZero<float>(sums, clampedRow(y - meanReach + tap));
+        kernel.decide(rows.data(), columnZero<std::uint8_t>(medians, y), to.row(y), grey.cols,
+                      meanWeights(), colours);
     }
 
     const cv::Mat &grey;
-    Span columns;
     TwoColours colours;
     const Kernels &kernel;
-    std::array<Line<std::uint8_t>, 3> greys;
-    Line<float> floats;
-    alignas(64) Ring<std::uint8_t> medians;
-    alignas(64) Ring<float> sums;
+    cv::Mat greys;
+    cv::Mat medians;
+    cv::Mat floats;
+    cv::Mat sums;
 };
-
-void decideInTiles(const cv::Mat &grey, Pixels to, Span rows, TwoColours colours,
-                   const Kernels &kernels)
-{
-    for (int left = 0; left < grey.cols; left += Tile::widest) {
-        const Span columns{left, std::min(left + Tile::widest, grey.cols)};
-        Tile(grey, columns, colours, kernels).decide(to, rows);
-    }
-}
 
 void decideByLibrary(const cv::Mat &grey, Pixels to, Span rows, TwoColours colours)
 {
@@ -160,7 +129,7 @@ void decideByLibrary(const cv::Mat &grey, Pixels to, Span rows, TwoColours colou
     cv::adaptiveThreshold(band, band, 255.0, cv::ADAPTIVE_THRESH_GAUSSIAN_C, cv::THRESH_BINARY,
                           meanTaps, 2.0);
     for (int y = rows.begin; y < rows.end; ++y)
-        kernels().choose(band.ptr(y - top), to.row(y), to.width(), 127, colours);
+        kernels().choose(band.ptr(y - top), to.row(y), to.width, 127, colours);
 }
 
 } // namespace
@@ -170,7 +139,7 @@ void decideByNeighbours(const cv::Mat &grey, Pixels to, Span rows, TwoColours co
     const Kernels *matching = matchingKernels();
     // OpenCV's mean of a single row or column is one-dimensional.
     if (matching && grey.rows > 1 && grey.cols > 1)
-        decideInTiles(grey, to, rows, colours, *matching);
+        Band(grey, colours, *matching).decide(to, rows);
     else
         decideByLibrary(grey, to, rows, colours);
 }

@@ -31,43 +31,31 @@ static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN);
 
 /// Rows of pixels that somebody else owns. Valid as long as the owner neither ends nor detaches.
 template<typename Word>
-class PixelGrid
+struct PixelGrid
 {
-public:
-    /// \a first is the first pixel of the upper row; rows are \a bytesPerLine apart.
-    PixelGrid(Word *first, int width, int height, std::ptrdiff_t bytesPerLine)
-        : firstPixel(first)
-        , columns(width)
-        , rows(height)
-        , stride(bytesPerLine)
-    {
-    }
-    /// A read-only view of the same rows.
-    operator PixelGrid<const Word>() const { return {firstPixel, columns, rows, stride}; }
+    Word *first; ///< of the upper row
+    int width;
+    int height;
+    std::ptrdiff_t bytesPerLine; ///< from row to row
 
-    int width() const { return columns; }
-    int height() const { return rows; }
-    bool isEmpty() const { return columns <= 0 || rows <= 0; }
-    std::ptrdiff_t bytesPerLine() const { return stride; }
+    /// A read-only view of the same rows.
+    operator PixelGrid<const Word>() const { return {first, width, height, bytesPerLine}; }
+
+    bool isEmpty() const { return width <= 0 || height <= 0; }
     Word *row(int y) const
     {
         using Byte = std::conditional_t<std::is_const_v<Word>, const std::byte, std::byte>;
-        return reinterpret_cast<Word *>(reinterpret_cast<Byte *>(firstPixel) + y * stride);
+        return reinterpret_cast<Word *>(reinterpret_cast<Byte *>(first) + y * bytesPerLine);
     }
-    /// A matrix header of type CV_8UC4 over the rows of \a span. OpenCV knows no
-    /// header over constant data: one that comes from a read-only grid must only be read.
+    /// A matrix header of type CV_8UC4 over the rows of \a span. OpenCV knows no header over
+    /// constant data: one that comes from a read-only grid must only be read.
     cv::Mat matrix(Span span) const
     {
-        auto *data = const_cast<std::remove_const_t<Word> *>(row(span.begin));
-        return {span.end - span.begin, columns, CV_8UC4, data, static_cast<std::size_t>(stride)};
+        return {span.end - span.begin, width, CV_8UC4,
+                const_cast<std::remove_const_t<Word> *>(row(span.begin)),
+                static_cast<std::size_t>(bytesPerLine)};
     }
-    cv::Mat matrix() const { return matrix({0, rows}); }
-
-private:
-    Word *firstPixel;
-    int columns;
-    int rows;
-    std::ptrdiff_t stride;
+    cv::Mat matrix() const { return matrix({0, height}); }
 };
 
 using Pixels = PixelGrid<Pixel>;

@@ -42,7 +42,7 @@ void posterizeEnds(ConstPixels from, Pixels to, Span rows, int first)
 {
     constexpr int most = 64;
     std::array<std::uint8_t, std::size_t{most} * vector * 3> bytes;
-    const cv::Range columns(first, from.width());
+    const cv::Range columns(first, from.width);
     for (int y = rows.begin; y < rows.end; y += most) {
         const Span few{y, std::min(y + most, rows.end)};
         cv::Mat hsv(few.end - few.begin, columns.size(), CV_8UC3, bytes.data());
@@ -68,8 +68,8 @@ void posterize(ConstPixels from, Pixels to, Span rows)
     constexpr int piece = 256;
     const Kernels &kernel = kernels();
     const std::vector<Pixel> &colours = posterColours();
-    const int inVectors = from.width() / vector * vector;
-    if (inVectors < from.width())
+    const int inVectors = from.width / vector * vector;
+    if (inVectors < from.width)
         posterizeEnds(from, to, rows, inVectors);
     std::array<std::uint32_t, piece> places;
     for (int y = rows.begin; y < rows.end; ++y) {

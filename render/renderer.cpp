@@ -1,7 +1,7 @@
 #include "render/renderer.h"
 
-#include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace kivra {
 
@@ -49,45 +49,36 @@ Rendering Renderer::rendered(const QImage &source, bool isOpaque, const FrameSet
     Clock clock;
     const Finish finish = finishOf(settings);
     const double making = clock.lap();
-    forgetOtherSizes(source.size());
+    for (QImage &result : results) {
+        if (result.size() != source.size())
+            result = QImage();
+    }
     if (!isMode(settings.mode) && finish.keepsColours() && isOpaque &&
         source.format() == QImage::Format_RGB32)
         return {source, {0, making}};
 
-    QImage result = takeResult(source.size());
-    if (result.isNull())
+    QImage &result = resultOf(source.size());
+    const Pixels to = editablePixels(&result);
+    if (to.isEmpty())
         return {};
-    const Pixels pixels = editablePixels(&result);
-    FrameTimes times = paint({pixelsOf(source), pixels, threadCount, plane}, settings.mode, finish);
+    FrameTimes times = paint({pixelsOf(source), to, threadCount, plane}, settings.mode, finish);
     times.effect += making;
     result.setDevicePixelRatio(source.devicePixelRatio());
     result.setDotsPerMeterX(source.dotsPerMeterX());
     result.setDotsPerMeterY(source.dotsPerMeterY());
-    results.push_back(result);
     return {result, times};
 }
 
-// Held by nobody else, with undefined pixels; null if there is no memory for it.
-QImage Renderer::takeResult(const QSize &size)
+// Held by nobody else, with undefined pixels; null if there is no memory for it. Two are enough:
+// one on the screen and one that is being made.
+QImage &Renderer::resultOf(const QSize &size)
 {
-    constexpr std::size_t kept = 2; // one on the screen and one that is being made
-    const auto free = std::find_if(results.begin(), results.end(),
-                                   [](const QImage &image) { return image.isDetached(); });
-    if (free != results.end()) {
-        QImage image = std::move(*free);
-        results.erase(free);
-        return image;
-    }
-    if (results.size() == kept)
-        results.erase(results.begin());
-    return {size, QImage::Format_RGB32};
-}
-
-void Renderer::forgetOtherSizes(const QSize &size)
-{
-    results.erase(std::remove_if(results.begin(), results.end(),
-                                 [&](const QImage &image) { return image.size() != size; }),
-                  results.end());
+    if (!results[0].isDetached())
+        std::swap(results[0], results[1]);
+    QImage &result = results[0];
+    if (!result.isDetached())
+        result = QImage(size, QImage::Format_RGB32);
+    return result;
 }
 
 } // namespace kivra

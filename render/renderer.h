@@ -4,7 +4,7 @@
 #include "render/parallel.h"
 
 #include <QImage>
-#include <vector>
+#include <array>
 
 namespace kivra {
 
@@ -52,15 +52,14 @@ public:
 
 private:
     Rendering rendered(const QImage &source, bool isOpaque, const FrameSettings &settings);
-    QImage takeResult(const QSize &size);
-    void forgetOtherSizes(const QSize &size);
+    QImage &resultOf(const QSize &size);
 
     int threadCount;
     cv::Mat plane;
-    /// The last results, whose memory serves again when nobody else holds them. That of a large
-    /// picture would go back to the system when it is freed, and be faulted in again page by page
-    /// at the next frame, which costs more than most modes.
-    std::vector<QImage> results;
+    /// The last results, the older one first, whose memory serves again when nobody else holds
+    /// them. That of a large picture would go back to the system when it is freed, and be faulted
+    /// in again page by page at the next frame, which costs more than most modes.
+    std::array<QImage, 2> results;
 };
 
 } // namespace kivra

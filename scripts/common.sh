@@ -72,14 +72,17 @@ colours_on() { od -An -v -t x4 -w4 "$1" | sort -u | wc -l; }
 
 # make_system SUITE FOLDER: a fresh Debian of this suite, from where this machine's packages come from.
 make_system() {
-    local suite=$1 root=$2 own sources=/etc/apt/sources.list
+    local suite=$1 root=$2 own file sources=/etc/apt/sources.list
     [ "$(id -u)" -eq 0 ] || die "Only root can make a fresh system; run it with sudo."
     [ -f /etc/apt/sources.list.d/debian.sources ] && sources=/etc/apt/sources.list.d/debian.sources
     own=$(. /etc/os-release && echo "$VERSION_CODENAME")
     mkdir -p "$root.sources"
     sed "s/\b$own\b/$suite/g" "$sources" >"$root.sources/${sources##*/}"
     mmdebstrap --variant=apt "$suite" "$root" "$root.sources/${sources##*/}"
-    cp --recursive /etc/apt/apt.conf* "$root/etc/apt/"
+    # The ways to the network; what packages bring along would be in their way there.
+    for file in /etc/apt/apt.conf /etc/apt/apt.conf.d/*; do
+        [ ! -f "$file" ] || dpkg --search "$file" >/dev/null 2>&1 || cp "$file" "$root$file"
+    done
     cp --dereference /etc/resolv.conf /etc/hosts "$root/etc/"
     # No services.
     printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"

@@ -23,13 +23,10 @@ namespace {
 // The rest of what a session's environment holds is not the decoder's business.
 bool isPassedOn(const QByteArray &variable)
 {
-    static const QList<QByteArray> names = {"HOME=",           "LANG=",
-                                            "LANGUAGE=",       "LC_",
-                                            "XDG_DATA_",       "XDG_CONFIG_",
-                                            "XDG_CACHE_HOME=", "FONTCONFIG_",
-                                            "QT_PLUGIN_PATH=", "LD_LIBRARY_PATH=",
-                                            "ASAN_OPTIONS=",   "UBSAN_OPTIONS=",
-                                            "LSAN_OPTIONS="};
+    static const QList<QByteArray> names = {
+        "HOME=",           "LANG=",           "LANGUAGE=",       "LC_",
+        "XDG_DATA_",       "XDG_CONFIG_",     "XDG_CACHE_HOME=", "FONTCONFIG_",
+        "QT_PLUGIN_PATH=", "LD_LIBRARY_PATH="};
     return std::any_of(names.begin(), names.end(),
                        [&](const QByteArray &name) { return variable.startsWith(name); });
 }

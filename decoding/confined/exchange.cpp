@@ -14,17 +14,12 @@ namespace {
 constexpr int deepestBits = 64;
 
 // A reader that has words of its own needs memory for them beside that for the picture.
-bool fitsIntoMemory(const Message &told)
-{
-    const qint64 pixels = qint64(told.width) * told.height;
-    const qint64 bytes = pixels * (told.depth / 8) + pixels * qint64(sizeof(QRgb));
-    return bytes <= mostDecodingBytes;
-}
+static_assert(mostPixels * (deepestBits / 8 + qint64(sizeof(QRgb))) <= mostDecodingBytes);
 
 bool isPlausible(const Message &told, qint64 mostOfIt)
 {
     return isDecodable({told.width, told.height}) && qint64(told.width) * told.height <= mostOfIt &&
-           told.depth >= 0 && told.depth <= deepestBits && fitsIntoMemory(told);
+           told.depth >= 0 && told.depth <= deepestBits;
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "decoding/confined/protocol.h"
 #include "decoding/confined/sharedmemory.h"
 #include "decoding/decoder.h"
+#include "decoding/program/jpegpicture.h"
 
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -86,6 +87,12 @@ private:
     QSize granted;
 };
 
+QSize decode(const QByteArray &content, const PixelMemory &memory)
+{
+    const QSize size = decodeJpeg(content, memory);
+    return size.isEmpty() ? decodePicture(content, memory) : size;
+}
+
 } // namespace
 
 void serve(int socket)
@@ -96,7 +103,7 @@ void serve(int socket)
     while (protocol::await(socket, &request, &file) && request.kind == Kind::Open) {
         const Content content(file);
         file = Descriptor();
-        const QSize size = decodePicture(content.bytes(), [&](const QSize &wanted, int depth) {
+        const QSize size = decode(content.bytes(), [&](const QSize &wanted, int depth) {
             return canvas.ask(wanted, depth);
         });
         canvas.endPicture();

@@ -72,10 +72,9 @@ Isa bestOfMachine()
 
 Isa chosenIsa()
 {
-    const QByteArray wanted = qgetenv("KIVRA_ISA");
     const Isa best = bestOfMachine();
-    for (const Isa isa : {Isa::Portable, Isa::Sse41, Isa::Avx2}) {
-        if (wanted == isaName(isa).data())
+    for (const Isa isa : {Isa::Portable, Isa::Sse41}) {
+        if (qgetenv("KIVRA_ISA") == isaName(isa).data())
             return std::min(isa, best);
     }
     return best;
@@ -91,15 +90,8 @@ std::atomic<const Kernels *> &used()
 
 std::string_view isaName(Isa isa)
 {
-    switch (isa) {
-    case Isa::Avx2:
-        return "avx2";
-    case Isa::Sse41:
-        return "sse41";
-    case Isa::Portable:
-        break;
-    }
-    return "portable";
+    constexpr std::array<std::string_view, 3> names{"portable", "sse41", "avx2"};
+    return names[static_cast<std::size_t>(isa)];
 }
 
 const Kernels &kernelsFor(Isa isa)

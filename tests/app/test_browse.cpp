@@ -9,14 +9,13 @@
 #include <QFileDialog>
 #include <QLineEdit>
 
+using kivra::test::openFailure;
+using kivra::test::openFailureText;
 using kivra::test::TestCamera;
 using kivra::test::Window;
 using kivra::test::WindowTest;
 
 namespace {
-
-const QString failure = QStringLiteral("échec chargement de fichier");
-const QString failureText = QStringLiteral("impossible d'ouvrir l'image ");
 
 QString storage()
 {
@@ -131,9 +130,9 @@ private slots:
     {
         open();
         for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Backspace}) {
-            boxes->expect(failure);
+            boxes->expect(openFailure);
             press(key);
-            QCOMPARE(boxes->lastText(), failureText);
+            QCOMPARE(boxes->lastText(), openFailureText);
         }
     }
 
@@ -156,9 +155,9 @@ private slots:
         open();
         press(Qt::Key_Space);
         QVERIFY(QFile::remove(paths.at(1)));
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         press(Qt::Key_Backspace);
-        QCOMPARE(boxes->lastText(), failureText + paths.at(1));
+        QCOMPARE(boxes->lastText(), openFailureText + paths.at(1));
         press(Qt::Key_Backspace);
         expectShown(0);
     }
@@ -182,9 +181,9 @@ private slots:
         open();
         press(Qt::Key_Space);
         QVERIFY(QDir(storageRoot()).removeRecursively());
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         press(Qt::Key_Backspace);
-        QCOMPARE(boxes->lastText(), failureText + paths.at(2));
+        QCOMPARE(boxes->lastText(), openFailureText + paths.at(2));
         makeTree(2, 2);
         press(Qt::Key_Backspace);
         expectShown(1);
@@ -215,9 +214,10 @@ private slots:
         open();
         openByDialog(path);
         QCOMPARE(window->statusText(), path);
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         press(Qt::Key_Backspace);
-        QCOMPARE(boxes->lastText(), failureText + storage() + QStringLiteral("2021-01sub/a.png"));
+        QCOMPARE(boxes->lastText(),
+                 openFailureText + storage() + QStringLiteral("2021-01sub/a.png"));
     }
 
     void picturesTakenMeanwhile()

@@ -11,6 +11,7 @@
 #include <QMessageBox>
 #include <QTimer>
 
+using kivra::test::cameraError;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::storeSetting;
@@ -22,7 +23,6 @@ namespace {
 
 using Answer = TestCamera::Answer;
 
-const QString cameraError = QStringLiteral("Camera error");
 const QString captureError = QStringLiteral("Image Capture Error");
 
 // A frame of a format that the surface has not asked for.

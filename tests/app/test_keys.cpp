@@ -290,7 +290,7 @@ private slots:
         QFETCH(int, key);
         QFETCH(Focus, focus);
         useFirst(focus);
-        boxes->expect(QStringLiteral("échec chargement de fichier"));
+        boxes->expect(kivra::test::openFailure);
         press(Qt::Key(key));
         QTRY_COMPARE(boxes->answered(), 1);
     }

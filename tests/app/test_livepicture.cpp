@@ -9,6 +9,7 @@
 #include <QDialog>
 #include <QVideoSurfaceFormat>
 
+using kivra::test::cameraError;
 using kivra::test::gradient;
 using kivra::test::Sandbox;
 using kivra::test::Window;
@@ -16,7 +17,6 @@ using kivra::test::WindowTest;
 
 namespace {
 
-const QString cameraError = QStringLiteral("Camera error");
 const QSize pageSize(90, 60);
 const QSize liveSize(64, 48);
 
@@ -59,7 +59,7 @@ private slots:
             presentLate();
             dialog->reject();
         });
-        boxes->expect(QStringLiteral("échec chargement de fichier"));
+        boxes->expect(kivra::test::openFailure);
         window->trigger("actionOuvrir_Image");
         QVERIFY(window->probe.lastFrame().isNull()); // what the failed loading leaves
     }

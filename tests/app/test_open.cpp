@@ -3,6 +3,7 @@
 #include "storage/paths.h"
 #include "storage/settings.h"
 #include "tests/app/windowtest.h"
+#include "tests/support/files.h"
 #include "tests/support/patience.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
@@ -16,19 +17,14 @@
 #include <QTimer>
 
 using kivra::test::gradient;
+using kivra::test::openFailure;
+using kivra::test::openFailureText;
+using kivra::test::pathOf;
 using kivra::test::Sandbox;
 using kivra::test::Window;
 using kivra::test::WindowTest;
 
 namespace {
-
-const QString failure = QStringLiteral("échec chargement de fichier");
-const QString failureText = QStringLiteral("impossible d'ouvrir l'image ");
-
-QString pathOf(const QString &name)
-{
-    return Sandbox::instance().documents() + QLatin1Char('/') + name;
-}
 
 QString saved(const QString &name, const QImage &picture)
 {
@@ -171,9 +167,9 @@ private slots:
     {
         QVERIFY(device().pushPicture(gradient({64, 48})));
         const QString path = pathOf(QStringLiteral("rien.jpg"));
-        expectWarning(failure);
+        expectWarning(openFailure);
         window->open(path);
-        QCOMPARE(boxes->lastText(), failureText + path);
+        QCOMPARE(boxes->lastText(), openFailureText + path);
         QVERIFY(window->probe.lastFrame().isNull());
         QVERIFY(device().isRunning());
         QCOMPARE(window->statusText(), QStringLiteral("caméra active"));
@@ -198,9 +194,9 @@ private slots:
         window->open(path);
         KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), gradient({30, 20}));
         QCOMPARE(window->statusText(), path);
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         window->open(path + QStringLiteral(".gif"));
-        QCOMPARE(boxes->lastText(), failureText + path + QStringLiteral(".gif"));
+        QCOMPARE(boxes->lastText(), openFailureText + path + QStringLiteral(".gif"));
     }
 
     // A picture or the box; then every mode, effect, coefficient and command still works.
@@ -223,11 +219,11 @@ private slots:
         QFETCH(QString, path);
         QFETCH(bool, isPicture);
         if (!isPicture)
-            boxes->expect(failure);
+            boxes->expect(openFailure);
         window->open(path);
         QCOMPARE(window->probe.lastFrame().isNull(), !isPicture);
         if (!isPicture)
-            QCOMPARE(boxes->lastText(), failureText + path);
+            QCOMPARE(boxes->lastText(), openFailureText + path);
         useEverything();
         window->open(saved(QStringLiteral("good.png"), gradient({30, 20})));
         KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), gradient({30, 20}));
@@ -244,7 +240,7 @@ private slots:
         window.reset();
         _imgAOuvrir = path;
         if (!isPicture)
-            boxes->expect(failure);
+            boxes->expect(openFailure);
         window = std::make_unique<Window>();
         QCOMPARE(window->probe.lastFrame().isNull(), !isPicture);
         useEverything();
@@ -273,7 +269,7 @@ private slots:
     void dialogMakesNoFolder()
     {
         expectDialog([](QFileDialog *shown) { shown->reject(); });
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         openByDialog();
         QVERIFY(!QDir(getDir(QStringLiteral("tableaux"))).exists());
     }
@@ -287,9 +283,9 @@ private slots:
         saved(QStringLiteral("a.png"), gradient({30, 20}));
         saved(QStringLiteral("b.png"), gradient({20, 30}));
         expectDialog([](QFileDialog *shown) { shown->reject(); });
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         openByDialog();
-        QCOMPARE(boxes->lastText(), failureText);
+        QCOMPARE(boxes->lastText(), openFailureText);
         QVERIFY(!device().isRunning());
         QVERIFY(window->probe.lastFrame().isNull());
         window->pressAndWait(Qt::Key_Backspace);
@@ -303,9 +299,9 @@ private slots:
         QFile text(pathOf(QStringLiteral("texte.png")));
         QVERIFY(text.open(QIODevice::WriteOnly));
         expectDialog([&](QFileDialog *shown) { choose(shown, text.fileName()); });
-        boxes->expect(failure);
+        boxes->expect(openFailure);
         openByDialog();
-        QCOMPARE(boxes->lastText(), failureText + text.fileName());
+        QCOMPARE(boxes->lastText(), openFailureText + text.fileName());
         QVERIFY(!device().isRunning());
     }
 

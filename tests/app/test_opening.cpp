@@ -17,14 +17,13 @@
 
 using kivra::test::faultyPicture;
 using kivra::test::gradient;
+using kivra::test::openFailure;
+using kivra::test::openFailureText;
 using kivra::test::patienceMs;
 using kivra::test::Window;
 using kivra::test::WindowTest;
 
 namespace {
-
-const QString failure = QStringLiteral("échec chargement de fichier");
-const QString failureText = QStringLiteral("impossible d'ouvrir l'image ");
 
 QString stored(const QString &name, const QByteArray &content)
 {
@@ -91,9 +90,9 @@ private slots:
         openWindow();
         QVERIFY(device().pushPicture(gradient({64, 48})));
         const QString path = openEndless();
-        expectWarning(failure);
+        expectWarning(openFailure);
         QTest::keyClick(window.get(), Qt::Key_Escape);
-        QCOMPARE(boxes->lastText(), failureText + path);
+        QCOMPARE(boxes->lastText(), openFailureText + path);
         QVERIFY(!window->probe.isOpening());
         QVERIFY(window->probe.lastFrame().isNull());
         QCOMPARE(window->cursor().shape(), Qt::ArrowCursor);
@@ -113,7 +112,7 @@ private slots:
     void noFrameEntersBehindTheFailureBox()
     {
         openWindow();
-        boxes->expect(failure, [this](QDialog *box) {
+        boxes->expect(openFailure, [this](QDialog *box) {
             QVERIFY(window->probe.failureStands());
             QVERIFY(device().pushPicture(gradient({64, 48})));
             QVERIFY(window->probe.lastFrame().isNull());
@@ -199,7 +198,7 @@ private slots:
     {
         openWindow();
         boxes->expect(QString(), [this](QDialog *about) {
-            boxes->expect(failure);
+            boxes->expect(openFailure);
             window->open(stored(QStringLiteral("a.jpg"), faultyPicture("leave")));
             QTest::keyClick(about, Qt::Key_Return);
         });

@@ -146,7 +146,7 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("no picture");
         file.close();
-        expectPainted(QStringLiteral("échec chargement de fichier"));
+        expectPainted(kivra::test::openFailure);
         window->open(path);
         QVERIFY(!watch->seen.filter(path).isEmpty());
     }
@@ -246,7 +246,7 @@ private slots:
                 QVERIFY(!complaint->grab().isNull());
                 complaint->reject();
             });
-            boxes->expect(QStringLiteral("échec chargement de fichier"));
+            boxes->expect(kivra::test::openFailure);
             dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))
                 ->setText(documents() + QLatin1Char('/') + bait->inAName() +
                           QStringLiteral("gone"));

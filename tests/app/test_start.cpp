@@ -300,7 +300,7 @@ private slots:
     void missingPictureOfTheCommandLine()
     {
         _imgAOuvrir = QStringLiteral("nulle/part.jpg");
-        boxes->expect(QStringLiteral("échec chargement de fichier"));
+        boxes->expect(kivra::test::openFailure);
         window = std::make_unique<Window>();
         QCOMPARE(boxes->lastText(), QStringLiteral("impossible d'ouvrir l'image nulle/part.jpg"));
         QVERIFY(window->isVisible());
@@ -310,7 +310,7 @@ private slots:
     void frameBeforeTheWindowIsCompleteIsDropped()
     {
         _imgAOuvrir = QStringLiteral("nulle/part.jpg");
-        boxes->expect(QStringLiteral("échec chargement de fichier"), [](QDialog *box) {
+        boxes->expect(kivra::test::openFailure, [](QDialog *box) {
             QTRY_VERIFY(device().pushPicture(kivra::test::gradient({64, 48})));
             box->accept();
         });

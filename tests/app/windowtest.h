@@ -8,6 +8,14 @@
 
 namespace kivra::test {
 
+/// \name Titles and texts of boxes
+/// @{
+inline const QString openFailure = QStringLiteral("échec chargement de fichier");
+inline const QString openFailureText =
+    QStringLiteral("impossible d'ouvrir l'image "); ///< a path follows
+inline const QString cameraError = QStringLiteral("Camera error");
+/// @}
+
 /// What most tests of the window share: the test cameras, the boxes that are expected, the window.
 /// After each test function the window goes, and every expected box must have come.
 class WindowTest : public QObject

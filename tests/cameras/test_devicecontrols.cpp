@@ -72,187 +72,177 @@ class DeviceControlsTest : public QObject
     Q_OBJECT
 
 private slots:
-    void locksWhereTheyStand();
-    void unlockRestores();
-    void whatIsByHandIsLocked();
-    void missingControlsAreNotSupported();
-    void compensationByBias();
-    void compensationByTime();
-    void compensationUnderALock();
-    void mains_data();
-    void mains();
-    void leftAsItWasFound();
-    void whatIsTakenBackIsNeverDone();
-    void readOnlyControlsAreNone();
-};
-
-void DeviceControlsTest::locksWhereTheyStand()
-{
-    Rig rig(automaticCamera());
-    QCOMPARE(rig.controls->supportedLocks(), all);
-    rig.controls->lock(all);
-    QTRY_COMPARE(rig.locked(), all);
-    QCOMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 0);
-    QCOMPARE(rig.value(V4L2_CID_FOCUS_ABSOLUTE), 40);
-    QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_MANUAL));
-    QCOMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 200);
-    QCOMPARE(rig.value(V4L2_CID_AUTO_WHITE_BALANCE), 0);
-}
-
-void DeviceControlsTest::unlockRestores()
-{
-    Rig rig(automaticCamera());
-    rig.controls->lock(all);
-    QTRY_COMPARE(rig.locked(), all);
-    rig.controls->unlock(LockOfFocus);
-    QTRY_COMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 1);
-    QCOMPARE(rig.value(V4L2_CID_AUTO_WHITE_BALANCE), 0);
-    rig.controls->unlock(all);
-    QTRY_COMPARE(rig.value(V4L2_CID_AUTO_WHITE_BALANCE), 1);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
-}
-
-void DeviceControlsTest::whatIsByHandIsLocked()
-{
-    FakeCamera camera = automaticCamera();
-    camera.controls[V4L2_CID_FOCUS_AUTO].value = 0;
-    Rig rig(camera);
-    rig.controls->lock(LockOfFocus);
-    QTRY_COMPARE(rig.locked(), LockSet(LockOfFocus));
-    QCOMPARE(rig.kernel.controlsSet(), 0);
-    rig.controls->unlock(LockOfFocus);
-    rig.controls->lock(LockOfWhiteBalance);
-    QTRY_COMPARE(rig.locked(), LockOfFocus | LockOfWhiteBalance);
-    QCOMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 0);
-}
-
-void DeviceControlsTest::missingControlsAreNotSupported()
-{
-    FakeCamera camera = automaticCamera();
-    camera.controls.erase(V4L2_CID_FOCUS_AUTO);
-    Rig rig(camera);
-    QCOMPARE(rig.controls->supportedLocks(), LockOfExposure | LockOfWhiteBalance);
-    rig.controls->lock(LockOfFocus);
-    QTRY_COMPARE(rig.failed(), LockSet(LockOfFocus));
-    Rig bare({});
-    QCOMPARE(bare.controls->supportedLocks(), LockSet(0));
-    QVERIFY(!bare.controls->canCompensate());
-}
-
-void DeviceControlsTest::compensationByBias()
-{
-    FakeCamera camera = automaticCamera();
-    FakeControl bias{0, 4, 2, 0, {{0, -2000}, {1, -1000}, {2, 0}, {3, 1000}, {4, 2000}}};
-    camera.controls[V4L2_CID_AUTO_EXPOSURE_BIAS] = bias;
-    Rig rig(camera);
-    QVERIFY(rig.controls->canCompensate());
-    rig.controls->compensate(-1);
-    QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 1);
-    rig.controls->compensate(1.6);
-    QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 4);
-    // The automatic exposure goes on.
-    QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
-    rig.controls->compensate(0);
-    QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 2);
-}
-
-void DeviceControlsTest::compensationByTime()
-{
-    Rig rig(automaticCamera());
-    rig.controls->compensate(1);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 400);
-    QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_MANUAL));
-    rig.controls->compensate(-1);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 100);
-    rig.controls->compensate(8);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 2000); // as long as it can
-    rig.controls->compensate(0);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
-}
-
-void DeviceControlsTest::compensationUnderALock()
-{
-    Rig rig(automaticCamera());
-    rig.controls->compensate(1);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 400);
-    rig.controls->lock(LockOfExposure);
-    QTRY_COMPARE(rig.locked(), LockSet(LockOfExposure));
-    rig.controls->compensate(0);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 200);
-    QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_MANUAL));
-    rig.controls->unlock(LockOfExposure);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
-}
-
-void DeviceControlsTest::mains_data()
-{
-    QTest::addColumn<int>("wanted");
-    QTest::addColumn<bool>("canFindOut");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("50") << 50 << true << int(V4L2_CID_POWER_LINE_FREQUENCY_50HZ);
-    QTest::newRow("60") << 60 << true << int(V4L2_CID_POWER_LINE_FREQUENCY_60HZ);
-    QTest::newRow("by itself") << 0 << true << int(V4L2_CID_POWER_LINE_FREQUENCY_AUTO);
-    QTest::newRow("default") << 0 << false << int(V4L2_CID_POWER_LINE_FREQUENCY_50HZ);
-}
-
-void DeviceControlsTest::mains()
-{
-    QFETCH(int, wanted);
-    QFETCH(bool, canFindOut);
-    QFETCH(int, expected);
-    FakeControl line{0, 2, 0, 0, {{0, 0}, {1, 0}, {2, 0}}};
-    if (canFindOut) {
-        line.most = 3;
-        line.menu[3] = 0;
-    }
-    FakeCamera camera;
-    camera.controls[V4L2_CID_POWER_LINE_FREQUENCY] = line;
-    Rig rig(camera);
-    rig.controls->setMains(wanted);
-    QTRY_COMPARE(rig.value(V4L2_CID_POWER_LINE_FREQUENCY), expected);
-}
-
-void DeviceControlsTest::leftAsItWasFound()
-{
-    FakeCamera camera = automaticCamera();
-    camera.controls[V4L2_CID_EXPOSURE_AUTO].value = V4L2_EXPOSURE_MANUAL;
-    camera.controls[V4L2_CID_POWER_LINE_FREQUENCY] = {0, 2, 2, 0, {{0, 0}, {1, 0}, {2, 0}}};
-    Rig rig(camera);
-    rig.controls->setMains(50);
-    rig.controls->lock(all);
-    rig.controls->compensate(2);
-    QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 800);
-    QTRY_COMPARE(rig.locked(), all);
-    rig.controls.reset();
-    for (const auto &[id, control] : camera.controls)
-        QCOMPARE(rig.value(id), control.value);
-}
-
-void DeviceControlsTest::whatIsTakenBackIsNeverDone()
-{
-    Rig rig(automaticCamera());
-    rig.kernel.holdControls(true);
-    rig.controls->lock(LockOfFocus);
-    QTRY_COMPARE(rig.kernel.controlsSet(), 1);
-    // As each picture does, and none of it waits for the slow focus.
-    for (int i = 0; i < 10; ++i) {
+    void locksWhereTheyStand()
+    {
+        Rig rig(automaticCamera());
+        QCOMPARE(rig.controls->supportedLocks(), all);
         rig.controls->lock(all);
-        rig.controls->unlock(all);
+        QTRY_COMPARE(rig.locked(), all);
+        QCOMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 0);
+        QCOMPARE(rig.value(V4L2_CID_FOCUS_ABSOLUTE), 40);
+        QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_MANUAL));
+        QCOMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 200);
+        QCOMPARE(rig.value(V4L2_CID_AUTO_WHITE_BALANCE), 0);
     }
-    rig.kernel.holdControls(false);
-    QTRY_COMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 1);
-    rig.controls.reset();
-    QVERIFY(rig.kernel.controlsSet() <= 4);
-}
 
-void DeviceControlsTest::readOnlyControlsAreNone()
-{
-    FakeCamera camera = automaticCamera();
-    camera.controls[V4L2_CID_FOCUS_AUTO].flags = V4L2_CTRL_FLAG_READ_ONLY;
-    camera.controls[V4L2_CID_AUTO_WHITE_BALANCE].flags = V4L2_CTRL_FLAG_DISABLED;
-    const Rig rig(camera);
-    QCOMPARE(rig.controls->supportedLocks(), LockSet(LockOfExposure));
-}
+    void unlockRestores()
+    {
+        Rig rig(automaticCamera());
+        rig.controls->lock(all);
+        QTRY_COMPARE(rig.locked(), all);
+        rig.controls->unlock(LockOfFocus);
+        QTRY_COMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 1);
+        QCOMPARE(rig.value(V4L2_CID_AUTO_WHITE_BALANCE), 0);
+        rig.controls->unlock(all);
+        QTRY_COMPARE(rig.value(V4L2_CID_AUTO_WHITE_BALANCE), 1);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO),
+                     std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
+    }
+
+    void whatIsByHandIsLocked()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_FOCUS_AUTO].value = 0;
+        Rig rig(camera);
+        rig.controls->lock(LockOfFocus);
+        QTRY_COMPARE(rig.locked(), LockSet(LockOfFocus));
+        QCOMPARE(rig.kernel.controlsSet(), 0);
+        rig.controls->unlock(LockOfFocus);
+        rig.controls->lock(LockOfWhiteBalance);
+        QTRY_COMPARE(rig.locked(), LockOfFocus | LockOfWhiteBalance);
+        QCOMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 0);
+    }
+
+    void missingControlsAreNotSupported()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls.erase(V4L2_CID_FOCUS_AUTO);
+        Rig rig(camera);
+        QCOMPARE(rig.controls->supportedLocks(), LockOfExposure | LockOfWhiteBalance);
+        rig.controls->lock(LockOfFocus);
+        QTRY_COMPARE(rig.failed(), LockSet(LockOfFocus));
+        Rig bare({});
+        QCOMPARE(bare.controls->supportedLocks(), LockSet(0));
+        QVERIFY(!bare.controls->canCompensate());
+    }
+
+    void compensationByBias()
+    {
+        FakeCamera camera = automaticCamera();
+        FakeControl bias{0, 4, 2, 0, {{0, -2000}, {1, -1000}, {2, 0}, {3, 1000}, {4, 2000}}};
+        camera.controls[V4L2_CID_AUTO_EXPOSURE_BIAS] = bias;
+        Rig rig(camera);
+        QVERIFY(rig.controls->canCompensate());
+        rig.controls->compensate(-1);
+        QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 1);
+        rig.controls->compensate(1.6);
+        QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 4);
+        // The automatic exposure goes on.
+        QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
+        rig.controls->compensate(0);
+        QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 2);
+    }
+
+    void compensationByTime()
+    {
+        Rig rig(automaticCamera());
+        rig.controls->compensate(1);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 400);
+        QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_MANUAL));
+        rig.controls->compensate(-1);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 100);
+        rig.controls->compensate(8);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 2000); // as long as it can
+        rig.controls->compensate(0);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO),
+                     std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
+    }
+
+    void compensationUnderALock()
+    {
+        Rig rig(automaticCamera());
+        rig.controls->compensate(1);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 400);
+        rig.controls->lock(LockOfExposure);
+        QTRY_COMPARE(rig.locked(), LockSet(LockOfExposure));
+        rig.controls->compensate(0);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 200);
+        QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_MANUAL));
+        rig.controls->unlock(LockOfExposure);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO),
+                     std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
+    }
+
+    void mains_data()
+    {
+        QTest::addColumn<int>("wanted");
+        QTest::addColumn<bool>("canFindOut");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("50") << 50 << true << int(V4L2_CID_POWER_LINE_FREQUENCY_50HZ);
+        QTest::newRow("60") << 60 << true << int(V4L2_CID_POWER_LINE_FREQUENCY_60HZ);
+        QTest::newRow("by itself") << 0 << true << int(V4L2_CID_POWER_LINE_FREQUENCY_AUTO);
+        QTest::newRow("default") << 0 << false << int(V4L2_CID_POWER_LINE_FREQUENCY_50HZ);
+    }
+
+    void mains()
+    {
+        QFETCH(int, wanted);
+        QFETCH(bool, canFindOut);
+        QFETCH(int, expected);
+        FakeControl line{0, 2, 0, 0, {{0, 0}, {1, 0}, {2, 0}}};
+        if (canFindOut) {
+            line.most = 3;
+            line.menu[3] = 0;
+        }
+        FakeCamera camera;
+        camera.controls[V4L2_CID_POWER_LINE_FREQUENCY] = line;
+        Rig rig(camera);
+        rig.controls->setMains(wanted);
+        QTRY_COMPARE(rig.value(V4L2_CID_POWER_LINE_FREQUENCY), expected);
+    }
+
+    void leftAsItWasFound()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_EXPOSURE_AUTO].value = V4L2_EXPOSURE_MANUAL;
+        camera.controls[V4L2_CID_POWER_LINE_FREQUENCY] = {0, 2, 2, 0, {{0, 0}, {1, 0}, {2, 0}}};
+        Rig rig(camera);
+        rig.controls->setMains(50);
+        rig.controls->lock(all);
+        rig.controls->compensate(2);
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 800);
+        QTRY_COMPARE(rig.locked(), all);
+        rig.controls.reset();
+        for (const auto &[id, control] : camera.controls)
+            QCOMPARE(rig.value(id), control.value);
+    }
+
+    void whatIsTakenBackIsNeverDone()
+    {
+        Rig rig(automaticCamera());
+        rig.kernel.holdControls(true);
+        rig.controls->lock(LockOfFocus);
+        QTRY_COMPARE(rig.kernel.controlsSet(), 1);
+        // As each picture does, and none of it waits for the slow focus.
+        for (int i = 0; i < 10; ++i) {
+            rig.controls->lock(all);
+            rig.controls->unlock(all);
+        }
+        rig.kernel.holdControls(false);
+        QTRY_COMPARE(rig.value(V4L2_CID_FOCUS_AUTO), 1);
+        rig.controls.reset();
+        QVERIFY(rig.kernel.controlsSet() <= 4);
+    }
+
+    void readOnlyControlsAreNone()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_FOCUS_AUTO].flags = V4L2_CTRL_FLAG_READ_ONLY;
+        camera.controls[V4L2_CID_AUTO_WHITE_BALANCE].flags = V4L2_CTRL_FLAG_DISABLED;
+        const Rig rig(camera);
+        QCOMPARE(rig.controls->supportedLocks(), LockSet(LockOfExposure));
+    }
+};
 
 } // namespace kivra::test
 

@@ -112,136 +112,127 @@ class NewestFrameTest : public QObject
     Q_OBJECT
 
 private slots:
-    void onlyTheNewestIsKept();
-    void anOldPictureIsThrownAway();
-    void anOldPictureIsBetterThanNone();
-    void aLateWindowGetsPicturesToo();
-    void badFramesAreSkipped();
-    void picturesComeInOrder();
-    void theEndGivesEverythingBack();
-    void memoryIsUsedAgain();
-};
-
-void NewestFrameTest::onlyTheNewestIsKept()
-{
-    Stream stream(greyFormat());
-    stream.offer(10);
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    stream.offer(20);
-    stream.offer(30);
-    stream.offer(40);
-    QTRY_COMPARE(stream.givenBack(), (std::vector<int>{1, 2, 3}));
-    QCOMPARE(greyOf(stream.newest->take()), 10);
-    QTRY_COMPARE(stream.pictures.load(), 2);
-    QCOMPARE(greyOf(stream.newest->take()), 40);
-    QCOMPARE(greyOf(stream.newest->take()), -1);
-}
-
-// The window stood still for five seconds: what it shows next is what the camera sees now.
-void NewestFrameTest::anOldPictureIsThrownAway()
-{
-    Stream stream(greyFormat());
-    stream.offer(10);
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    for (int i = 0; i < 150; ++i) {
-        stream.pass(interval);
-        stream.offer(std::uint8_t(50 + i));
+    void onlyTheNewestIsKept()
+    {
+        Stream stream(greyFormat());
+        stream.offer(10);
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        stream.offer(20);
+        stream.offer(30);
+        stream.offer(40);
+        QTRY_COMPARE(stream.givenBack(), (std::vector<int>{1, 2, 3}));
+        QCOMPARE(greyOf(stream.newest->take()), 10);
+        QTRY_COMPARE(stream.pictures.load(), 2);
+        QCOMPARE(greyOf(stream.newest->take()), 40);
+        QCOMPARE(greyOf(stream.newest->take()), -1);
     }
-    QCOMPARE(greyOf(stream.newest->take()), -1);
-    QTRY_COMPARE(stream.pictures.load(), 2);
-    QCOMPARE(greyOf(stream.newest->take()), 199);
-}
 
-void NewestFrameTest::anOldPictureIsBetterThanNone()
-{
-    Stream stream(greyFormat());
-    stream.offer(10);
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    stream.pass(5s);
-    QCOMPARE(greyOf(stream.newest->take()), 10);
-}
+    // The window stood still for five seconds: what it shows next is what the camera sees now.
+    void anOldPictureIsThrownAway()
+    {
+        Stream stream(greyFormat());
+        stream.offer(10);
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        for (int i = 0; i < 150; ++i) {
+            stream.pass(interval);
+            stream.offer(std::uint8_t(50 + i));
+        }
+        QCOMPARE(greyOf(stream.newest->take()), -1);
+        QTRY_COMPARE(stream.pictures.load(), 2);
+        QCOMPARE(greyOf(stream.newest->take()), 199);
+    }
 
-void NewestFrameTest::aLateWindowGetsPicturesToo()
-{
-    Stream stream(greyFormat());
-    stream.offer(1);
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    int shown = 0;
-    for (int i = 1; i <= 12; ++i) {
-        stream.pass(4 * interval);
-        stream.offer(std::uint8_t(100 + i));
-        if (stream.newest->take())
+    void anOldPictureIsBetterThanNone()
+    {
+        Stream stream(greyFormat());
+        stream.offer(10);
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        stream.pass(5s);
+        QCOMPARE(greyOf(stream.newest->take()), 10);
+    }
+
+    void aLateWindowGetsPicturesToo()
+    {
+        Stream stream(greyFormat());
+        stream.offer(1);
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        int shown = 0;
+        for (int i = 1; i <= 12; ++i) {
+            stream.pass(4 * interval);
+            stream.offer(std::uint8_t(100 + i));
+            if (stream.newest->take())
+                ++shown;
+            QTRY_COMPARE(stream.pictures.load(), 1 + i);
+        }
+        // Three are thrown away for each one.
+        QCOMPARE(shown, 3);
+    }
+
+    void badFramesAreSkipped()
+    {
+        Stream stream(jpegFormat());
+        const std::chrono::nanoseconds start = stream.newest->lastGood();
+        stream.pass(1s);
+        std::vector<std::uint8_t> cut = jpegOf(50);
+        cut.resize(cut.size() / 2);
+        stream.offer(cut);
+        QTRY_COMPARE(stream.givenBack(), (std::vector<int>{1}));
+        QCOMPARE(stream.pictures.load(), 0);
+        QCOMPARE(stream.newest->lastGood(), start);
+        stream.offer(jpegOf(50));
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        QCOMPARE(stream.newest->lastGood(), start + 1s);
+        QCOMPARE(greyOf(stream.newest->take()), 50);
+        // One that comes while a picture waits is not looked at.
+        stream.offer(jpegOf(60));
+        QTRY_COMPARE(stream.pictures.load(), 2);
+        stream.pass(1s);
+        stream.offer(cut);
+        QCOMPARE(stream.newest->lastGood(), start + 2s);
+    }
+
+    void picturesComeInOrder()
+    {
+        Stream stream(jpegFormat());
+        const std::vector<std::uint8_t> bytes = jpegOf(128);
+        std::uint64_t last = 0;
+        int shown = 0;
+        while (shown < 200) {
+            stream.offer(bytes);
+            const std::shared_ptr<const DecodedFrame> picture = stream.newest->take();
+            if (!picture)
+                continue;
+            QVERIFY(picture->number > last);
+            last = picture->number;
             ++shown;
-        QTRY_COMPARE(stream.pictures.load(), 1 + i);
+        }
     }
-    // Three are thrown away for each one.
-    QCOMPARE(shown, 3);
-}
 
-void NewestFrameTest::badFramesAreSkipped()
-{
-    Stream stream(jpegFormat());
-    const std::chrono::nanoseconds start = stream.newest->lastGood();
-    stream.pass(1s);
-    std::vector<std::uint8_t> cut = jpegOf(50);
-    cut.resize(cut.size() / 2);
-    stream.offer(cut);
-    QTRY_COMPARE(stream.givenBack(), (std::vector<int>{1}));
-    QCOMPARE(stream.pictures.load(), 0);
-    QCOMPARE(stream.newest->lastGood(), start);
-    stream.offer(jpegOf(50));
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    QCOMPARE(stream.newest->lastGood(), start + 1s);
-    QCOMPARE(greyOf(stream.newest->take()), 50);
-    // One that comes while a picture waits is not looked at.
-    stream.offer(jpegOf(60));
-    QTRY_COMPARE(stream.pictures.load(), 2);
-    stream.pass(1s);
-    stream.offer(cut);
-    QCOMPARE(stream.newest->lastGood(), start + 2s);
-}
-
-void NewestFrameTest::picturesComeInOrder()
-{
-    Stream stream(jpegFormat());
-    const std::vector<std::uint8_t> bytes = jpegOf(128);
-    std::uint64_t last = 0;
-    int shown = 0;
-    while (shown < 200) {
-        stream.offer(bytes);
-        const std::shared_ptr<const DecodedFrame> picture = stream.newest->take();
-        if (!picture)
-            continue;
-        QVERIFY(picture->number > last);
-        last = picture->number;
-        ++shown;
+    void theEndGivesEverythingBack()
+    {
+        Stream stream(greyFormat());
+        stream.offer(1);
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        const std::shared_ptr<const DecodedFrame> shown = stream.newest->take();
+        stream.offer(2);
+        QTRY_COMPARE(stream.pictures.load(), 2);
+        stream.offer(3);
+        stream.newest.reset();
+        QCOMPARE(stream.givenBack(), (std::vector<int>{1, 2, 3}));
+        QCOMPARE(greyOf(shown), 1); // what is shown outlives the stream
     }
-}
 
-void NewestFrameTest::theEndGivesEverythingBack()
-{
-    Stream stream(greyFormat());
-    stream.offer(1);
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    const std::shared_ptr<const DecodedFrame> shown = stream.newest->take();
-    stream.offer(2);
-    QTRY_COMPARE(stream.pictures.load(), 2);
-    stream.offer(3);
-    stream.newest.reset();
-    QCOMPARE(stream.givenBack(), (std::vector<int>{1, 2, 3}));
-    QCOMPARE(greyOf(shown), 1); // what is shown outlives the stream
-}
-
-void NewestFrameTest::memoryIsUsedAgain()
-{
-    Stream stream(greyFormat());
-    stream.offer(1);
-    QTRY_COMPARE(stream.pictures.load(), 1);
-    const std::uint32_t *const first = stream.newest->take()->pixels.get();
-    stream.offer(2);
-    QTRY_COMPARE(stream.pictures.load(), 2);
-    QCOMPARE(stream.newest->take()->pixels.get(), first);
-}
+    void memoryIsUsedAgain()
+    {
+        Stream stream(greyFormat());
+        stream.offer(1);
+        QTRY_COMPARE(stream.pictures.load(), 1);
+        const std::uint32_t *const first = stream.newest->take()->pixels.get();
+        stream.offer(2);
+        QTRY_COMPARE(stream.pictures.load(), 2);
+        QCOMPARE(stream.newest->take()->pixels.get(), first);
+    }
+};
 
 } // namespace kivra::test
 

@@ -142,413 +142,6 @@ public:
     QSignalSpy errors;
 };
 
-} // namespace
-
-class VideoCameraTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init()
-    {
-        Sandbox::instance().reset();
-        for (const char *name : {"FORMAT", "TURN", "MIRROR", "MAINS"})
-            qunsetenv(QByteArray("KIVRA_CAMERA_") + name);
-    }
-
-    void showsWhatTheDriverFilms();
-    void everyPixelArrives();
-    void choosesTheFluentFormat();
-    void theSettingChoosesTheFormat();
-    void picturesAreTurnedAndMirrored();
-    void jpegOfAnotherSizeChangesTheFormat();
-    void faultyFramesAreSkipped();
-    void stopClosesTheDevice();
-    void startsAgain();
-
-    void unpluggedAndBack();
-    void backOnAnotherNode();
-    void aTwinIsNotTaken();
-    void stopEndsTheWaiting();
-    void unpluggedBeforeTheStart();
-    void noRightIsToldAndWaitedFor();
-    void inUseIsToldAndWaitedFor();
-    void withoutBandwidthASmallerFormat();
-    void noBandwidthAtAll();
-    void nothingReadable();
-    void noFramesForThreeSeconds();
-    void sleepDoesNotCount();
-    void impossibleAnswers();
-    void hiccupIsNotTold();
-
-    void stillOfTheStream();
-    void jpegIsStoredAsItCame();
-    void lowerQualityIsEncoded();
-    void largerStillSwitchesTheFormat();
-    void stillSurvivesStop();
-    void slowControlsDoNotDelayTheStill();
-    void missingControlsAreNotSupported();
-    void compensationSurvivesALoss();
-};
-
-void VideoCameraTest::showsWhatTheDriverFilms()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    // 16 to 235 become 0 to 255.
-    QVERIFY(isEven(rig.surface.picture(), 130));
-    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(64, 48));
-    QVERIFY(rig.surface.onOwnThread);
-    QVERIFY(rig.errors.isEmpty());
-}
-
-void VideoCameraTest::everyPixelArrives()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    QVideoFrame frame = rig.surface.lastFrame;
-    QVERIFY(frame.map(QAbstractVideoBuffer::ReadOnly));
-    // The window's surface takes the last 32 bytes for the driver's.
-    QCOMPARE(frame.mappedBytes(), 64 * 48 * 4 + 32);
-    frame.unmap();
-}
-
-void VideoCameraTest::choosesTheFluentFormat()
-{
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
-    QCOMPARE(machine.kernel.format().pixelformat, mjpeg);
-    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(64, 48));
-}
-
-void VideoCameraTest::theSettingChoosesTheFormat()
-{
-    qputenv("KIVRA_CAMERA_FORMAT", "128x96@10");
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {128, 96})));
-    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(128, 96));
-}
-
-void VideoCameraTest::picturesAreTurnedAndMirrored()
-{
-    qputenv("KIVRA_CAMERA_TURN", "90");
-    qputenv("KIVRA_CAMERA_MIRROR", "1");
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    QImage picture = evenPicture(Qt::white);
-    for (int y = 0; y < 24; ++y) {
-        for (int x = 0; x < 32; ++x)
-            picture.setPixel(x, y, 0xff000000);
-    }
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(rig.showJpeg(picture));
-    const QImage shown = rig.surface.picture();
-    QCOMPARE(shown.size(), QSize(48, 64));
-    // The top left corner goes to the top right, and the mirror brings it back.
-    QVERIFY(qGray(shown.pixel(4, 4)) < 20);
-    QVERIFY(qGray(shown.pixel(43, 4)) > 235);
-    QVERIFY(qGray(shown.pixel(4, 59)) > 235);
-}
-
-void VideoCameraTest::jpegOfAnotherSizeChangesTheFormat()
-{
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
-    QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {32, 16})));
-    QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(32, 16));
-    QCOMPARE(rig.surface.picture().size(), QSize(32, 16));
-}
-
-void VideoCameraTest::faultyFramesAreSkipped()
-{
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
-    const int before = rig.surface.frames;
-    const std::vector<std::uint8_t> good = jpegOf(evenPicture(Qt::white));
-    QVERIFY(machine.kernel.deliver(good, V4L2_BUF_FLAG_ERROR));
-    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliver({}); }));
-    const std::vector<std::uint8_t> cut(good.begin(), good.begin() + long(good.size() / 2));
-    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliver(cut); }));
-    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.queuedBuffers() == 6; }));
-    QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
-    QCOMPARE(rig.surface.frames, before + 1);
-    QVERIFY(isEven(rig.surface.picture(), 0));
-    QVERIFY(rig.errors.isEmpty());
-}
-
-void VideoCameraTest::stopClosesTheDevice()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    const int before = rig.surface.frames;
-    machine.kernel.deliverEven(50);
-    rig.control->setState(QCamera::LoadedState);
-    QTRY_VERIFY(!machine.kernel.isOpen());
-    QCOMPARE(rig.surface.frames, before);
-}
-
-void VideoCameraTest::startsAgain()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    rig.control->setState(QCamera::LoadedState);
-    QVERIFY(rig.startAndShow(235));
-    QVERIFY(rig.errors.isEmpty());
-}
-
-void VideoCameraTest::unpluggedAndBack()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    machine.unplug(0);
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("débranchée")));
-    QCOMPARE(rig.control->state(), QCamera::ActiveState);
-    QCOMPARE(rig.control->status(), QCamera::StartingStatus);
-    machine.plug(0, smallCamera());
-    QVERIFY(rig.showEven(128));
-    QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
-    QVERIFY(isEven(rig.surface.picture(), 130));
-    QCOMPARE(rig.errors.size(), 1);
-}
-
-void VideoCameraTest::backOnAnotherNode()
-{
-    FakeMachine machine;
-    machine.describeUsb(0, "Visualiseur", "A1", "1.2");
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    auto *const selector = rig.service->requestControl<QVideoDeviceSelectorControl *>();
-    QVERIFY(rig.startAndShow(128));
-    machine.unplug(0);
-    QTRY_COMPARE(rig.errors.size(), 1);
-    machine.describeUsb(3, "Visualiseur", "A1", "1.2");
-    machine.plug(3, smallCamera());
-    QVERIFY(rig.showEven(100));
-    QCOMPARE(selector->deviceName(selector->selectedDevice()),
-             QString::fromStdString(machine.node(3)));
-}
-
-void VideoCameraTest::aTwinIsNotTaken()
-{
-    FakeMachine machine;
-    machine.describeUsb(0, "Visualiseur", "0001", "1.2");
-    machine.describeUsb(1, "Visualiseur", "0001", "1.3");
-    machine.plug(0, smallCamera());
-    machine.plug(1, smallCamera());
-    ServiceRig rig(machine);
-    QTRY_COMPARE(rig.catalogue->devices().size(), 2);
-    // Two equal names would not tell which is which.
-    QCOMPARE(rig.catalogue->devices().at(1).description, QStringLiteral("Visualiseur (usb-1-1.3)"));
-    QVERIFY(rig.startAndShow(128));
-    machine.unplug(0);
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QTRY_COMPARE(rig.catalogue->devices().size(), 1);
-    machine.kernel.advance(2s);
-    QTRY_VERIFY(!machine.kernel.isOpen());
-    QCOMPARE(rig.control->status(), QCamera::StartingStatus);
-    // In another socket it is the one that is missing.
-    machine.describeUsb(2, "Visualiseur", "0001", "1.4");
-    machine.plug(2, smallCamera());
-    QVERIFY(rig.showEven(100));
-}
-
-void VideoCameraTest::stopEndsTheWaiting()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    machine.unplug(0);
-    QTRY_COMPARE(rig.errors.size(), 1);
-    rig.control->setState(QCamera::LoadedState);
-    const int opened = machine.kernel.opened();
-    machine.plug(0, smallCamera());
-    QTRY_COMPARE(rig.catalogue->devices().size(), 1);
-    machine.kernel.advance(5s);
-    QTRY_VERIFY(machine.kernel.somebodyWaits());
-    // The list of cameras asks the node, and nobody else does.
-    QVERIFY(machine.kernel.opened() <= opened + 1);
-    QVERIFY(!machine.kernel.isStreaming());
-    QVERIFY(rig.startAndShow(100));
-}
-
-void VideoCameraTest::unpluggedBeforeTheStart()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QTRY_COMPARE(rig.catalogue->devices().size(), 1);
-    machine.unplug(0);
-    rig.start();
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("n'est pas branchée")));
-    QCOMPARE(rig.control->state(), QCamera::ActiveState);
-    machine.plug(0, smallCamera());
-    QVERIFY(rig.showEven(100));
-}
-
-void VideoCameraTest::noRightIsToldAndWaitedFor()
-{
-    FakeMachine machine;
-    FakeCamera camera = smallCamera();
-    camera.openError = EACCES;
-    machine.describeUsb(0, "Visualiseur", "A1", "1.2");
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    QCOMPARE(rig.catalogue->devices().size(), 1); // listed all the same
-    rig.start();
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("le droit")));
-    machine.kernel.advance(1s);
-    machine.kernel.advance(1s);
-    machine.kernel.change(machine.node(0), [](FakeCamera &one) { one.openError = 0; });
-    QVERIFY(rig.passTimeUntilItStreams());
-    QVERIFY(rig.showEven(100));
-    QCOMPARE(rig.errors.size(), 1);
-}
-
-void VideoCameraTest::inUseIsToldAndWaitedFor()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    machine.kernel.refuse(VIDIOC_S_FMT, EBUSY);
-    ServiceRig rig(machine);
-    rig.start();
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("autre programme")));
-    QTRY_VERIFY(!machine.kernel.isOpen());
-    machine.kernel.refuse(VIDIOC_S_FMT, 0);
-    QVERIFY(rig.passTimeUntilItStreams());
-    QVERIFY(rig.showEven(100));
-    QCOMPARE(rig.errors.size(), 1);
-}
-
-void VideoCameraTest::withoutBandwidthASmallerFormat()
-{
-    FakeMachine machine;
-    FakeCamera camera;
-    camera.offers = {offer(yuyv, 128, 96, 30), offer(yuyv, 64, 48, 30), offer(yuyv, 32, 24, 30)};
-    camera.largestFrame = 64 * 48 * 2;
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    QCOMPARE(rig.surface.picture().size(), QSize(64, 48));
-    QVERIFY(rig.errors.isEmpty());
-}
-
-void VideoCameraTest::noBandwidthAtAll()
-{
-    FakeMachine machine;
-    FakeCamera camera = smallCamera();
-    camera.largestFrame = 10;
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    rig.start();
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("débit")));
-}
-
-void VideoCameraTest::nothingReadable()
-{
-    FakeMachine machine;
-    FakeCamera camera;
-    camera.offers = {offer(V4L2_PIX_FMT_H264, 64, 48, 30)};
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    rig.start();
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("format")));
-}
-
-void VideoCameraTest::noFramesForThreeSeconds()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    const int begun = machine.kernel.streamsBegun();
-    QVERIFY(rig.passTimeUntil([&] { return rig.errors.size() == 1; }));
-    QVERIFY(rig.lastError().contains(QStringLiteral("n'envoie plus d'image")));
-    // It is opened anew, and frames bring it back.
-    QVERIFY(rig.passTimeUntil([&] { return machine.kernel.streamsBegun() > begun; }));
-    QVERIFY(rig.showEven(100));
-    QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
-    QCOMPARE(rig.errors.size(), 1);
-}
-
-void VideoCameraTest::sleepDoesNotCount()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    machine.kernel.advance(2900ms);
-    machine.kernel.suspend(3600s);
-    machine.kernel.advance(2000ms);
-    QTRY_VERIFY(machine.kernel.somebodyWaits());
-    machine.kernel.advance(900ms);
-    QVERIFY(rig.showEven(100));
-    QVERIFY(rig.errors.isEmpty());
-}
-
-void VideoCameraTest::impossibleAnswers()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    machine.kernel.answerBy([](unsigned long request, void *argument) -> std::optional<int> {
-        if (request != VIDIOC_DQBUF)
-            return std::nullopt;
-        static_cast<v4l2_buffer *>(argument)->index = 1000;
-        return 0;
-    });
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliverEven(1); }));
-    QTRY_COMPARE(rig.errors.size(), 1);
-    QVERIFY(rig.lastError().contains(QStringLiteral("impossibles")));
-}
-
-void VideoCameraTest::hiccupIsNotTold()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    const int begun = machine.kernel.streamsBegun();
-    machine.kernel.refuse(VIDIOC_DQBUF, EIO);
-    machine.kernel.deliverEven(1);
-    QTRY_COMPARE(machine.kernel.streamsBegun(), begun + 1);
-    machine.kernel.refuse(VIDIOC_DQBUF, 0);
-    QVERIFY(rig.showEven(100));
-    QVERIFY(rig.errors.isEmpty());
-}
-
-namespace {
-
 QString stillPath(const char *name)
 {
     return Sandbox::instance().documents() + QLatin1Char('/') + QLatin1String(name);
@@ -568,164 +161,568 @@ QByteArray bytesOf(const std::vector<std::uint8_t> &bytes)
 
 } // namespace
 
-void VideoCameraTest::stillOfTheStream()
+class VideoCameraTest : public QObject
 {
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    const int begun = machine.kernel.streamsBegun();
-    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-    rig.stills->capture(stillPath("im.png"));
-    QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
-    QVERIFY(isEven(QImage(stillPath("im.png")), 130));
-    QCOMPARE(machine.kernel.streamsBegun(), begun);
-}
+    Q_OBJECT
 
-void VideoCameraTest::jpegIsStoredAsItCame()
-{
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    const QImage picture = evenPicture(Qt::gray);
-    QVERIFY(rig.showJpeg(picture));
-    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-    rig.stills->capture(stillPath("im.jpg"));
-    const std::vector<std::uint8_t> bytes = jpegOf(picture);
-    QTRY_VERIFY((machine.kernel.deliver(bytes), saved.size() == 1));
-    QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
-}
+private slots:
+    void init()
+    {
+        Sandbox::instance().reset();
+        for (const char *name : {"FORMAT", "TURN", "MIRROR", "MAINS"})
+            qunsetenv(QByteArray("KIVRA_CAMERA_") + name);
+    }
 
-void VideoCameraTest::lowerQualityIsEncoded()
-{
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    const QImage picture = evenPicture(Qt::gray);
-    QVERIFY(rig.showJpeg(picture));
-    QImageEncoderSettings settings;
-    settings.setQuality(QMultimedia::LowQuality);
-    rig.service->requestControl<QImageEncoderControl *>()->setImageSettings(settings);
-    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-    rig.stills->capture(stillPath("im.jpg"));
-    const std::vector<std::uint8_t> bytes = jpegOf(picture);
-    QTRY_VERIFY((machine.kernel.deliver(bytes), saved.size() == 1));
-    QVERIFY(contentOf(stillPath("im.jpg")) != bytesOf(bytes));
-    QCOMPARE(QImage(stillPath("im.jpg")).size(), QSize(64, 48));
-}
+    void showsWhatTheDriverFilms()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        // 16 to 235 become 0 to 255.
+        QVERIFY(isEven(rig.surface.picture(), 130));
+        QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(64, 48));
+        QVERIFY(rig.surface.onOwnThread);
+        QVERIFY(rig.errors.isEmpty());
+    }
 
-void VideoCameraTest::largerStillSwitchesTheFormat()
-{
-    FakeMachine machine;
-    machine.plug(0, jpegCamera());
-    ServiceRig rig(machine);
-    rig.start();
-    QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
-    auto *const encoder = rig.service->requestControl<QImageEncoderControl *>();
-    QCOMPARE(encoder->supportedResolutions({}), (QList<QSize>{{64, 48}, {128, 96}}));
-    QImageEncoderSettings settings;
-    settings.setResolution(128, 96);
-    encoder->setImageSettings(settings);
-    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-    rig.stills->capture(stillPath("im.png"));
-    QTRY_COMPARE(machine.kernel.format().width, 128u);
-    // The exposure begins anew: the first frames are dark.
-    int level = 0;
-    const auto deliver = [&] {
-        const int grey = std::min(level, 100);
-        if (machine.kernel.format().width == 128 && machine.kernel.queuedBuffers() == 6 &&
-            machine.kernel.deliver(jpegOf(evenPicture(QColor(grey, grey, grey), {128, 96}))))
-            level += 25;
-        return saved.size() == 1;
-    };
-    QTRY_VERIFY(deliver());
-    const QImage still(stillPath("im.png"));
-    QCOMPARE(still.size(), QSize(128, 96));
-    QVERIFY(isEven(still, 100));
-    QTRY_VERIFY(machine.kernel.format().width == 64 && machine.kernel.isStreaming());
-    QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
-    QVERIFY(rig.errors.isEmpty());
-}
+    void everyPixelArrives()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QVideoFrame frame = rig.surface.lastFrame;
+        QVERIFY(frame.map(QAbstractVideoBuffer::ReadOnly));
+        // The window's surface takes the last 32 bytes for the driver's.
+        QCOMPARE(frame.mappedBytes(), 64 * 48 * 4 + 32);
+        frame.unmap();
+    }
 
-void VideoCameraTest::stillSurvivesStop()
-{
-    FakeMachine machine;
-    machine.plug(0, smallCamera());
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-    QSignalSpy readiness(rig.stills, &QCameraImageCaptureControl::readyForCaptureChanged);
-    rig.stills->capture(stillPath("im.png"));
-    QCoreApplication::processEvents();
-    rig.control->setState(QCamera::LoadedState);
-    QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
-    QTRY_VERIFY(!machine.kernel.isOpen());
-}
+    // Each component in memory of its own, its content behind bytes of the driver's, rows padded.
+    void multiPlanarInterface_data()
+    {
+        QTest::addColumn<quint32>("fourcc");
+        QTest::newRow("one plane") << quint32(yuyv);
+        QTest::newRow("two planes") << quint32(V4L2_PIX_FMT_NV12M);
+        QTest::newRow("three planes") << quint32(V4L2_PIX_FMT_YUV420M);
+    }
 
-void VideoCameraTest::slowControlsDoNotDelayTheStill()
-{
-    FakeMachine machine;
-    FakeCamera camera = smallCamera();
-    camera.controls[V4L2_CID_FOCUS_AUTO] = {0, 1, 1, 0, {}};
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
-    machine.kernel.holdControls(true);
-    locks->searchAndLock(QCamera::LockFocus);
-    QTRY_COMPARE(machine.kernel.controlsSet(), 1);
-    QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-    rig.stills->capture(stillPath("im.png"));
-    QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
-    machine.kernel.holdControls(false);
-    QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Locked);
-    rig.control->setState(QCamera::LoadedState);
-    // Left as it was found.
-    QTRY_VERIFY(!machine.kernel.isOpen());
-    QCOMPARE(machine.kernel.control(machine.node(0), V4L2_CID_FOCUS_AUTO), 1);
-}
+    void multiPlanarInterface()
+    {
+        QFETCH(quint32, fourcc);
+        FakeCamera camera;
+        camera.capabilities = V4L2_CAP_VIDEO_CAPTURE_MPLANE | V4L2_CAP_STREAMING;
+        camera.offers = {offer(fourcc, 64, 48, 30)};
+        camera.padding = 16;
+        camera.dataOffset = 24;
+        FakeMachine machine;
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QVERIFY(isEven(rig.surface.picture(), 130));
+        // Luma, and what is left, which is chroma where that has planes of its own.
+        std::vector<std::uint8_t> bytes(machine.kernel.format().sizeimage, 128);
+        std::fill_n(bytes.begin(), fourcc == yuyv ? 0 : 80 * 48, std::uint8_t{235});
+        QVERIFY(QTest::qWaitFor([&] {
+            machine.kernel.deliver(bytes);
+            return isEven(rig.surface.picture(), fourcc == yuyv ? 130 : 255);
+        }));
+        rig.control->setState(QCamera::LoadedState);
+        QTRY_VERIFY(!machine.kernel.isOpen());
+    }
 
-void VideoCameraTest::missingControlsAreNotSupported()
-{
-    FakeMachine machine;
-    FakeCamera camera = smallCamera();
-    camera.controls[V4L2_CID_AUTO_WHITE_BALANCE] = {0, 1, 1, 0, {}};
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
-    QCOMPARE(locks->supportedLocks(), QCamera::LockTypes(QCamera::LockWhiteBalance));
-    locks->searchAndLock(QCamera::LockFocus | QCamera::LockWhiteBalance);
-    QTRY_COMPARE(locks->lockStatus(QCamera::LockWhiteBalance), QCamera::Locked);
-    QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Unlocked);
-    auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
-    QVERIFY(!exposure->isParameterSupported(QCameraExposureControl::ExposureCompensation));
-    machine.unplug(0);
-    QTRY_COMPARE(locks->lockStatus(QCamera::LockWhiteBalance), QCamera::Unlocked);
-}
+    void choosesTheFluentFormat()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        QCOMPARE(machine.kernel.format().pixelformat, mjpeg);
+        QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(64, 48));
+    }
 
-void VideoCameraTest::compensationSurvivesALoss()
-{
-    FakeMachine machine;
-    FakeCamera camera = smallCamera();
-    camera.controls[V4L2_CID_EXPOSURE_ABSOLUTE] = {1, 1000, 100, 0, {}};
-    machine.plug(0, camera);
-    ServiceRig rig(machine);
-    QVERIFY(rig.startAndShow(128));
-    auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
-    QVERIFY(exposure->setValue(QCameraExposureControl::ExposureCompensation, 1.0));
-    const auto time = [&] {
-        return machine.kernel.control(machine.node(0), V4L2_CID_EXPOSURE_ABSOLUTE);
-    };
-    QTRY_COMPARE(time(), 200);
-    machine.unplug(0);
-    QTRY_COMPARE(rig.errors.size(), 1);
-    machine.plug(0, camera);
-    QTRY_COMPARE(time(), 200);
-    QVERIFY(rig.showEven(100));
-}
+    void theSettingChoosesTheFormat()
+    {
+        qputenv("KIVRA_CAMERA_FORMAT", "128x96@10");
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {128, 96})));
+        QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(128, 96));
+    }
+
+    void picturesAreTurnedAndMirrored()
+    {
+        qputenv("KIVRA_CAMERA_TURN", "90");
+        qputenv("KIVRA_CAMERA_MIRROR", "1");
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        QImage picture = evenPicture(Qt::white);
+        for (int y = 0; y < 24; ++y) {
+            for (int x = 0; x < 32; ++x)
+                picture.setPixel(x, y, 0xff000000);
+        }
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(picture));
+        const QImage shown = rig.surface.picture();
+        QCOMPARE(shown.size(), QSize(48, 64));
+        // The top left corner goes to the top right, and the mirror brings it back.
+        QVERIFY(qGray(shown.pixel(4, 4)) < 20);
+        QVERIFY(qGray(shown.pixel(43, 4)) > 235);
+        QVERIFY(qGray(shown.pixel(4, 59)) > 235);
+    }
+
+    void jpegOfAnotherSizeChangesTheFormat()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray, {32, 16})));
+        QCOMPARE(rig.surface.surfaceFormat().frameSize(), QSize(32, 16));
+        QCOMPARE(rig.surface.picture().size(), QSize(32, 16));
+    }
+
+    void faultyFramesAreSkipped()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        const int before = rig.surface.frames;
+        const std::vector<std::uint8_t> good = jpegOf(evenPicture(Qt::white));
+        QVERIFY(machine.kernel.deliver(good, V4L2_BUF_FLAG_ERROR));
+        QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliver({}); }));
+        const std::vector<std::uint8_t> cut(good.begin(), good.begin() + long(good.size() / 2));
+        QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliver(cut); }));
+        QVERIFY(QTest::qWaitFor([&] { return machine.kernel.queuedBuffers() == 6; }));
+        QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
+        QCOMPARE(rig.surface.frames, before + 1);
+        QVERIFY(isEven(rig.surface.picture(), 0));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void stopClosesTheDevice()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        const int before = rig.surface.frames;
+        machine.kernel.deliverEven(50);
+        rig.control->setState(QCamera::LoadedState);
+        QTRY_VERIFY(!machine.kernel.isOpen());
+        QCOMPARE(rig.surface.frames, before);
+    }
+
+    void startsAgain()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        rig.control->setState(QCamera::LoadedState);
+        QVERIFY(rig.startAndShow(235));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void unpluggedAndBack()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        machine.unplug(0);
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("débranchée")));
+        QCOMPARE(rig.control->state(), QCamera::ActiveState);
+        QCOMPARE(rig.control->status(), QCamera::StartingStatus);
+        machine.plug(0, smallCamera());
+        QVERIFY(rig.showEven(128));
+        QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
+        QVERIFY(isEven(rig.surface.picture(), 130));
+        QCOMPARE(rig.errors.size(), 1);
+    }
+
+    void backOnAnotherNode()
+    {
+        FakeMachine machine;
+        machine.describeUsb(0, "Visualiseur", "A1", "1.2");
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        auto *const selector = rig.service->requestControl<QVideoDeviceSelectorControl *>();
+        QVERIFY(rig.startAndShow(128));
+        machine.unplug(0);
+        QTRY_COMPARE(rig.errors.size(), 1);
+        machine.describeUsb(3, "Visualiseur", "A1", "1.2");
+        machine.plug(3, smallCamera());
+        QVERIFY(rig.showEven(100));
+        QCOMPARE(selector->deviceName(selector->selectedDevice()),
+                 QString::fromStdString(machine.node(3)));
+    }
+
+    void aTwinIsNotTaken()
+    {
+        FakeMachine machine;
+        machine.describeUsb(0, "Visualiseur", "0001", "1.2");
+        machine.describeUsb(1, "Visualiseur", "0001", "1.3");
+        machine.plug(0, smallCamera());
+        machine.plug(1, smallCamera());
+        ServiceRig rig(machine);
+        QTRY_COMPARE(rig.catalogue->devices().size(), 2);
+        // Two equal names would not tell which is which.
+        QCOMPARE(rig.catalogue->devices().at(1).description,
+                 QStringLiteral("Visualiseur (usb-1-1.3)"));
+        QVERIFY(rig.startAndShow(128));
+        machine.unplug(0);
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QTRY_COMPARE(rig.catalogue->devices().size(), 1);
+        machine.kernel.advance(2s);
+        QTRY_VERIFY(!machine.kernel.isOpen());
+        QCOMPARE(rig.control->status(), QCamera::StartingStatus);
+        // In another socket it is the one that is missing.
+        machine.describeUsb(2, "Visualiseur", "0001", "1.4");
+        machine.plug(2, smallCamera());
+        QVERIFY(rig.showEven(100));
+    }
+
+    void stopEndsTheWaiting()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        machine.unplug(0);
+        QTRY_COMPARE(rig.errors.size(), 1);
+        rig.control->setState(QCamera::LoadedState);
+        const int opened = machine.kernel.opened();
+        machine.plug(0, smallCamera());
+        QTRY_COMPARE(rig.catalogue->devices().size(), 1);
+        machine.kernel.advance(5s);
+        QTRY_VERIFY(machine.kernel.somebodyWaits());
+        // The list of cameras asks the node, and nobody else does.
+        QVERIFY(machine.kernel.opened() <= opened + 1);
+        QVERIFY(!machine.kernel.isStreaming());
+        QVERIFY(rig.startAndShow(100));
+    }
+
+    void unpluggedBeforeTheStart()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QTRY_COMPARE(rig.catalogue->devices().size(), 1);
+        machine.unplug(0);
+        rig.start();
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("n'est pas branchée")));
+        QCOMPARE(rig.control->state(), QCamera::ActiveState);
+        machine.plug(0, smallCamera());
+        QVERIFY(rig.showEven(100));
+    }
+
+    void noRightIsToldAndWaitedFor()
+    {
+        FakeMachine machine;
+        FakeCamera camera = smallCamera();
+        camera.openError = EACCES;
+        machine.describeUsb(0, "Visualiseur", "A1", "1.2");
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QCOMPARE(rig.catalogue->devices().size(), 1); // listed all the same
+        rig.start();
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("le droit")));
+        machine.kernel.advance(1s);
+        machine.kernel.advance(1s);
+        machine.kernel.change(machine.node(0), [](FakeCamera &one) { one.openError = 0; });
+        QVERIFY(rig.passTimeUntilItStreams());
+        QVERIFY(rig.showEven(100));
+        QCOMPARE(rig.errors.size(), 1);
+    }
+
+    void inUseIsToldAndWaitedFor()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        machine.kernel.refuse(VIDIOC_S_FMT, EBUSY);
+        ServiceRig rig(machine);
+        rig.start();
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("autre programme")));
+        QTRY_VERIFY(!machine.kernel.isOpen());
+        machine.kernel.refuse(VIDIOC_S_FMT, 0);
+        QVERIFY(rig.passTimeUntilItStreams());
+        QVERIFY(rig.showEven(100));
+        QCOMPARE(rig.errors.size(), 1);
+    }
+
+    void withoutBandwidthASmallerFormat()
+    {
+        FakeMachine machine;
+        FakeCamera camera;
+        camera.offers = {offer(yuyv, 128, 96, 30), offer(yuyv, 64, 48, 30),
+                         offer(yuyv, 32, 24, 30)};
+        camera.largestFrame = 64 * 48 * 2;
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QCOMPARE(rig.surface.picture().size(), QSize(64, 48));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void noBandwidthAtAll()
+    {
+        FakeMachine machine;
+        FakeCamera camera = smallCamera();
+        camera.largestFrame = 10;
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        rig.start();
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("débit")));
+    }
+
+    void nothingReadable()
+    {
+        FakeMachine machine;
+        FakeCamera camera;
+        camera.offers = {offer(V4L2_PIX_FMT_H264, 64, 48, 30)};
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        rig.start();
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("format")));
+    }
+
+    void noFramesForThreeSeconds()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        const int begun = machine.kernel.streamsBegun();
+        QVERIFY(rig.passTimeUntil([&] { return rig.errors.size() == 1; }));
+        QVERIFY(rig.lastError().contains(QStringLiteral("n'envoie plus d'image")));
+        // It is opened anew, and frames bring it back.
+        QVERIFY(rig.passTimeUntil([&] { return machine.kernel.streamsBegun() > begun; }));
+        QVERIFY(rig.showEven(100));
+        QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
+        QCOMPARE(rig.errors.size(), 1);
+    }
+
+    void sleepDoesNotCount()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        machine.kernel.advance(2900ms);
+        machine.kernel.suspend(3600s);
+        machine.kernel.advance(2000ms);
+        QTRY_VERIFY(machine.kernel.somebodyWaits());
+        machine.kernel.advance(900ms);
+        QVERIFY(rig.showEven(100));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void impossibleAnswers()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        machine.kernel.answerBy([](unsigned long request, void *argument) -> std::optional<int> {
+            if (request != VIDIOC_DQBUF)
+                return std::nullopt;
+            static_cast<v4l2_buffer *>(argument)->index = 1000;
+            return 0;
+        });
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(QTest::qWaitFor([&] { return machine.kernel.deliverEven(1); }));
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QVERIFY(rig.lastError().contains(QStringLiteral("impossibles")));
+    }
+
+    void hiccupIsNotTold()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        const int begun = machine.kernel.streamsBegun();
+        machine.kernel.refuse(VIDIOC_DQBUF, EIO);
+        machine.kernel.deliverEven(1);
+        QTRY_COMPARE(machine.kernel.streamsBegun(), begun + 1);
+        machine.kernel.refuse(VIDIOC_DQBUF, 0);
+        QVERIFY(rig.showEven(100));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void stillOfTheStream()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        const int begun = machine.kernel.streamsBegun();
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.png"));
+        QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+        QVERIFY(isEven(QImage(stillPath("im.png")), 130));
+        QCOMPARE(machine.kernel.streamsBegun(), begun);
+    }
+
+    void jpegIsStoredAsItCame()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        const QImage picture = evenPicture(Qt::gray);
+        QVERIFY(rig.showJpeg(picture));
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.jpg"));
+        const std::vector<std::uint8_t> bytes = jpegOf(picture);
+        QTRY_VERIFY((machine.kernel.deliver(bytes), saved.size() == 1));
+        QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
+    }
+
+    void lowerQualityIsEncoded()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        const QImage picture = evenPicture(Qt::gray);
+        QVERIFY(rig.showJpeg(picture));
+        QImageEncoderSettings settings;
+        settings.setQuality(QMultimedia::LowQuality);
+        rig.service->requestControl<QImageEncoderControl *>()->setImageSettings(settings);
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.jpg"));
+        const std::vector<std::uint8_t> bytes = jpegOf(picture);
+        QTRY_VERIFY((machine.kernel.deliver(bytes), saved.size() == 1));
+        QVERIFY(contentOf(stillPath("im.jpg")) != bytesOf(bytes));
+        QCOMPARE(QImage(stillPath("im.jpg")).size(), QSize(64, 48));
+    }
+
+    void largerStillSwitchesTheFormat()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        auto *const encoder = rig.service->requestControl<QImageEncoderControl *>();
+        QCOMPARE(encoder->supportedResolutions({}), (QList<QSize>{{64, 48}, {128, 96}}));
+        QImageEncoderSettings settings;
+        settings.setResolution(128, 96);
+        encoder->setImageSettings(settings);
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.png"));
+        QTRY_COMPARE(machine.kernel.format().width, 128u);
+        // The exposure begins anew: the first frames are dark.
+        int level = 0;
+        const auto deliver = [&] {
+            const int grey = std::min(level, 100);
+            if (machine.kernel.format().width == 128 && machine.kernel.queuedBuffers() == 6 &&
+                machine.kernel.deliver(jpegOf(evenPicture(QColor(grey, grey, grey), {128, 96}))))
+                level += 25;
+            return saved.size() == 1;
+        };
+        QTRY_VERIFY(deliver());
+        const QImage still(stillPath("im.png"));
+        QCOMPARE(still.size(), QSize(128, 96));
+        QVERIFY(isEven(still, 100));
+        QTRY_VERIFY(machine.kernel.format().width == 64 && machine.kernel.isStreaming());
+        QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void stillSurvivesStop()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        QSignalSpy readiness(rig.stills, &QCameraImageCaptureControl::readyForCaptureChanged);
+        rig.stills->capture(stillPath("im.png"));
+        QCoreApplication::processEvents();
+        rig.control->setState(QCamera::LoadedState);
+        QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+        QTRY_VERIFY(!machine.kernel.isOpen());
+    }
+
+    void slowControlsDoNotDelayTheStill()
+    {
+        FakeMachine machine;
+        FakeCamera camera = smallCamera();
+        camera.controls[V4L2_CID_FOCUS_AUTO] = {0, 1, 1, 0, {}};
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
+        machine.kernel.holdControls(true);
+        locks->searchAndLock(QCamera::LockFocus);
+        QTRY_COMPARE(machine.kernel.controlsSet(), 1);
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.png"));
+        QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+        machine.kernel.holdControls(false);
+        QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Locked);
+        rig.control->setState(QCamera::LoadedState);
+        // Left as it was found.
+        QTRY_VERIFY(!machine.kernel.isOpen());
+        QCOMPARE(machine.kernel.control(machine.node(0), V4L2_CID_FOCUS_AUTO), 1);
+    }
+
+    void missingControlsAreNotSupported()
+    {
+        FakeMachine machine;
+        FakeCamera camera = smallCamera();
+        camera.controls[V4L2_CID_AUTO_WHITE_BALANCE] = {0, 1, 1, 0, {}};
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
+        QCOMPARE(locks->supportedLocks(), QCamera::LockTypes(QCamera::LockWhiteBalance));
+        locks->searchAndLock(QCamera::LockFocus | QCamera::LockWhiteBalance);
+        QTRY_COMPARE(locks->lockStatus(QCamera::LockWhiteBalance), QCamera::Locked);
+        QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Unlocked);
+        auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
+        QVERIFY(!exposure->isParameterSupported(QCameraExposureControl::ExposureCompensation));
+        machine.unplug(0);
+        QTRY_COMPARE(locks->lockStatus(QCamera::LockWhiteBalance), QCamera::Unlocked);
+    }
+
+    void compensationSurvivesALoss()
+    {
+        FakeMachine machine;
+        FakeCamera camera = smallCamera();
+        camera.controls[V4L2_CID_EXPOSURE_ABSOLUTE] = {1, 1000, 100, 0, {}};
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        auto *const exposure = rig.service->requestControl<QCameraExposureControl *>();
+        QVERIFY(exposure->setValue(QCameraExposureControl::ExposureCompensation, 1.0));
+        const auto time = [&] {
+            return machine.kernel.control(machine.node(0), V4L2_CID_EXPOSURE_ABSOLUTE);
+        };
+        QTRY_COMPARE(time(), 200);
+        machine.unplug(0);
+        QTRY_COMPARE(rig.errors.size(), 1);
+        machine.plug(0, camera);
+        QTRY_COMPARE(time(), 200);
+        QVERIFY(rig.showEven(100));
+    }
+};
 
 } // namespace kivra::test
 

@@ -126,6 +126,15 @@ const QList<Trial> &trials()
         {{"list-home", files}, [] { return listFolder(qgetenv("HOME").constData()); }},
         {{"list-root", files}, [] { return listFolder("/"); }},
         {{"create-file", Guard::Either}, createFile},
+        {{"create-file-to-read", Guard::Either},
+         []() -> long {
+             return open("/tmp/kivra-forbidden", O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
+         }},
+        {{"empty-own-picture", Guard::Either},
+         []() -> long {
+             const QByteArray picture = qgetenv("HOME") + "/Documents/picture";
+             return open(picture.constData(), O_RDONLY | O_TRUNC | O_CLOEXEC);
+         }},
         {{"write-file", Guard::Either},
          []() -> long { return open("/dev/null", O_WRONLY | O_CLOEXEC); }},
         {{"make-folder", Guard::Either},
@@ -179,7 +188,7 @@ const QList<Trial> &trials()
         {{"keys", calls}, []() -> long { return syscall(SYS_keyctl, 0, -3, 0); }},
         {{"terminal", calls},
          []() -> long { return syscall(SYS_ioctl, STDIN_FILENO, 0x5412, "x"); }},
-        {{"other-descriptors", Guard::Either}, useOtherDescriptors},
+        {{"other-descriptors", Guard::Start}, useOtherDescriptors},
     };
     return all;
 }

@@ -5,8 +5,9 @@
 
 namespace kivra::test {
 
-/// Which part of the decoder's confinement is against a deed.
-enum class Guard { Files, SystemCalls, Either };
+/// Which part of the decoder's confinement is against a deed: one, each of the two alone, or how it
+/// is started.
+enum class Guard { Files, SystemCalls, Either, Start };
 
 struct Deed
 {

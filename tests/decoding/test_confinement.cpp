@@ -1,13 +1,17 @@
 // What the decoder program cannot do, tried by a picture's reader inside it, and how it looks from
 // outside; on this kernel, and on one that lacks a part.
 
+#include "decoding/confined/decoderprocess.h"
 #include "decoding/picturedecoder.h"
 #include "tests/decoding/faultyformat.h"
 #include "tests/decoding/forbidden.h"
+#include "tests/support/files.h"
+#include "tests/support/patience.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -16,6 +20,8 @@
 #include <QTemporaryDir>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
+#include <thread>
 #include <unistd.h>
 
 using kivra::PictureDecoder;
@@ -23,23 +29,9 @@ using namespace kivra::test;
 
 namespace {
 
-QString pathOf(const QString &name)
-{
-    return Sandbox::instance().documents() + QLatin1Char('/') + name;
-}
-
 QString written(const QByteArray &content)
 {
-    QFile file(pathOf(QStringLiteral("picture")));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("cannot write");
-    return file.fileName();
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return kivra::test::written(QStringLiteral("picture"), content);
 }
 
 QString variant(const char *name)
@@ -87,6 +79,8 @@ class TestConfinement : public QObject
 private slots:
     void initTestCase()
     {
+        // What a library has opened for programs to inherit, too.
+        QVERIFY(open("/", O_RDONLY | O_DIRECTORY) >= 0);
         const QByteArray words = checked(PictureDecoder::installedProgram());
         QVERIFY(!words.isEmpty());
         hasFileRules = holds(words, "no files but libraries and fonts");
@@ -118,9 +112,9 @@ private slots:
         for (const Deed &deed : forbiddenDeeds()) {
             const QList<int> errors = errorsOf(deed.guard);
             addRow("all parts", all, deed, errors);
-            if (deed.guard == Guard::SystemCalls)
+            if (deed.guard == Guard::SystemCalls || deed.guard == Guard::Either)
                 addRow("no Landlock", noFileRules, deed, errors);
-            if (deed.guard == Guard::Files)
+            if (deed.guard == Guard::Files || deed.guard == Guard::Either)
                 addRow("no seccomp", noCallFilter, deed, errors);
         }
     }
@@ -275,6 +269,34 @@ private slots:
         QVERIFY(decoders() != first);
     }
 
+    // What readers and fonts leave behind adds up.
+    void decoderIsRenewedNowAndThen()
+    {
+        PictureDecoder decoder;
+        const QString path = written(faultyPicture("well"));
+        QVERIFY(!decoder.load(path).isNull());
+        const QList<int> first = decoders();
+        for (int number = 0; number < 200; ++number)
+            QVERIFY(!decoder.load(path).isNull());
+        QTRY_COMPARE(decoders().size(), 1);
+        QVERIFY(decoders() != first);
+    }
+
+    // A viewer that was killed has no time for it: the system ends its decoder with the thread that
+    // has started it.
+    void systemEndsTheDecoderWithItsViewer()
+    {
+        std::unique_ptr<kivra::DecoderProcess> process;
+        std::thread([&] {
+            process = kivra::DecoderProcess::start(PictureDecoder::installedProgram());
+            const QString status = QStringLiteral("/proc/%1/status").arg(process->id());
+            const QDeadlineTimer patience(patienceMs);
+            while (!contentOf(status).contains("\nNoNewPrivs:\t1\n") && !patience.hasExpired())
+                std::this_thread::yield();
+        }).join();
+        QTRY_VERIFY(decoders().isEmpty());
+    }
+
     void noDecoderOutlivesItsViewer()
     {
         {
@@ -327,6 +349,7 @@ private:
         case Guard::SystemCalls:
             return {ENOSYS};
         case Guard::Either:
+        case Guard::Start:
             return {};
         }
         return {};
@@ -337,7 +360,8 @@ private:
     {
         const bool isGuarded = (deed.guard == Guard::Files && hasFileRules) ||
                                (deed.guard == Guard::SystemCalls && hasCallFilter) ||
-                               (deed.guard == Guard::Either && hasFileRules && hasCallFilter);
+                               (deed.guard == Guard::Either && hasFileRules && hasCallFilter) ||
+                               deed.guard == Guard::Start;
         if (isGuarded)
             QTest::addRow("%s, %s", parts, deed.name) << program << QByteArray(deed.name) << errors;
     }

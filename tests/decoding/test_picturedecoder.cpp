@@ -2,6 +2,7 @@
 
 #include "decoding/picturedecoder.h"
 #include "tests/decoding/faultyformat.h"
+#include "tests/support/files.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
@@ -18,22 +19,14 @@ using kivra::DecodingLimits;
 using kivra::PictureDecoder;
 using kivra::test::faultyPicture;
 using kivra::test::gradient;
+using kivra::test::pathOf;
 using kivra::test::Sandbox;
+using kivra::test::written;
 
 namespace {
 
-QString pathOf(const QString &name)
-{
-    return Sandbox::instance().documents() + QLatin1Char('/') + name;
-}
-
-QString written(const QString &name, const QByteArray &content)
-{
-    QFile file(pathOf(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(name));
-    return file.fileName();
-}
+// Beside what a picture itself takes: the start of the decoder program counts.
+constexpr qint64 startMs = 400;
 
 QDir corpus()
 {
@@ -67,30 +60,26 @@ private slots:
     void formats_data()
     {
         QTest::addColumn<QByteArray>("format");
-        QTest::addColumn<QImage::Format>("pixels");
-        const std::pair<const char *, QImage::Format> kinds[] = {
-            {"colour", QImage::Format_RGB32},         {"translucent", QImage::Format_ARGB32},
-            {"grey", QImage::Format_Grayscale8},      {"indexed", QImage::Format_Indexed8},
-            {"black and white", QImage::Format_Mono}, {"deep", QImage::Format_RGBA64}};
-        for (const QByteArray &format : QImageWriter::supportedImageFormats()) {
-            for (const auto &[name, pixels] : kinds)
-                QTest::addRow("%s, %s", format.constData(), name) << format << pixels;
-        }
+        for (const QByteArray &format : QImageWriter::supportedImageFormats())
+            QTest::addRow("%s", format.constData()) << format;
     }
 
     // As Qt reads it into the same process, in the window's format.
     void formats()
     {
         QFETCH(QByteArray, format);
-        QFETCH(QImage::Format, pixels);
         const QString path = pathOf(QStringLiteral("image.") + QString::fromLatin1(format));
-        QImage picture = gradient({31, 70}).convertToFormat(pixels);
-        if (pixels == QImage::Format_ARGB32)
-            picture.setPixel(0, 3, 0x20406080);
-        QVERIFY(picture.save(path, format.constData()));
-        const QImage read = loadPicture(path);
-        QCOMPARE(read.format(), QImage::Format_RGB32);
-        KIVRA_COMPARE_PICTURES(read, QImage(path).convertToFormat(QImage::Format_RGB32));
+        for (const QImage::Format pixels :
+             {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_Grayscale8,
+              QImage::Format_Indexed8, QImage::Format_Mono, QImage::Format_RGBA64}) {
+            QImage picture = gradient({31, 70}).convertToFormat(pixels);
+            if (pixels == QImage::Format_ARGB32)
+                picture.setPixel(0, 3, 0x20406080);
+            QVERIFY(picture.save(path, format.constData()));
+            const QImage read = loadPicture(path);
+            QCOMPARE(read.format(), QImage::Format_RGB32);
+            KIVRA_COMPARE_PICTURES(read, QImage(path).convertToFormat(QImage::Format_RGB32));
+        }
     }
 
     // Their pixels are converted, by Qt's readers or by ours.
@@ -100,6 +89,7 @@ private slots:
         QTest::addColumn<QByteArray>("format");
         QTest::addColumn<QImage::Format>("pixels");
         QTest::addColumn<QSize>("size");
+        QTest::newRow("JPEG") << QByteArray("jpg") << QImage::Format_RGB32 << QSize(2479, 431);
         QTest::newRow("grey JPEG") << QByteArray("jpg") << QImage::Format_Grayscale8 << page;
         QTest::newRow("grey PNG") << QByteArray("png") << QImage::Format_Grayscale8 << page;
         QTest::newRow("deep grey PNG") << QByteArray("png") << QImage::Format_Grayscale16 << page;
@@ -138,6 +128,9 @@ private slots:
             "00000000000000010e1647dc0000000d49484452000000030000000208020000001216f1"
             "4d000000104944415478da63f8cfc000410c70160041d205fb6ff116c70000000049454e"
             "44ae426082000000004d454e442120f7d5");
+        QTest::newRow("tga") << QByteArray::fromHex("000002000000000000000000030002001820") +
+                                    QByteArray::fromHex("0000ff").repeated(6) + QByteArray(8, 0) +
+                                    QByteArray("TRUEVISION-XFILE.", 18);
     }
 
     void formatsThatOthersWrite()
@@ -150,8 +143,7 @@ private slots:
         KIVRA_COMPARE_PICTURES(loadPicture(path), red);
     }
 
-    // None of the formats that Qt knows here is left out, but for TGA, of which only files that lie
-    // are kept.
+    // None of the formats that Qt knows here is left out.
     void allFormatsAreTried()
     {
         QList<QByteArray> tried = QImageWriter::supportedImageFormats();
@@ -178,20 +170,6 @@ private slots:
         };
         QVERIFY(isInked({0, 0, 55, 40}));
         QVERIFY(isInked({58, 0, 60, 40}));
-    }
-
-    // A picture or none; this process is still here.
-    void hostileFiles()
-    {
-        decoder = impatient(1500);
-        const QStringList names = corpus().entryList(QDir::Files, QDir::Name);
-        QVERIFY(names.size() > 80);
-        for (const QString &name : names) {
-            const QImage picture = loadPicture(corpus().filePath(name));
-            QVERIFY(picture.isNull() || kivra::isDecodable(picture.size()));
-            if (name.startsWith(QLatin1String("huge")))
-                QVERIFY2(picture.isNull(), qPrintable(name));
-        }
     }
 
     void knownSizes_data()
@@ -236,8 +214,7 @@ private slots:
     {
         QFETCH(QByteArray, content);
         QFETCH(bool, isPicture);
-        // Under the sanitizers even the start of the program takes several times as long.
-        decoder = impatient(kivra::test::freedMemoryIsKept ? 5000 : 1000);
+        decoder = impatient(startMs);
         QCOMPARE(!loadPicture(written(QStringLiteral("a"), content)).isNull(), isPicture);
         // And the next file is read as ever.
         const QString path = pathOf(QStringLiteral("good.png"));
@@ -248,8 +225,8 @@ private slots:
     // Each picture has the whole time, however much of it those before have used.
     void limitIsThatOfOnePicture()
     {
-        decoder = impatient(2000);
-        const QString path = written(QStringLiteral("a"), faultyPicture("work 900"));
+        decoder = impatient(startMs + 300);
+        const QString path = written(QStringLiteral("a"), faultyPicture("work 250"));
         for (int number = 0; number < 4; ++number)
             QVERIFY(!loadPicture(path).isNull());
     }
@@ -357,10 +334,12 @@ private slots:
         const QString pipe = pathOf(QStringLiteral("pipe.png"));
         QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
         QVERIFY(loadPicture(pipe).isNull());
-        QFile sparse(pathOf(QStringLiteral("sparse.bmp")));
-        QVERIFY(sparse.open(QIODevice::WriteOnly));
-        QVERIFY(sparse.resize(kivra::mostFileBytes + 1));
-        QVERIFY(loadPicture(sparse.fileName()).isNull());
+        const QString large = pathOf(QStringLiteral("large.bmp"));
+        QVERIFY(gradient({20, 30}).save(large));
+        QVERIFY(QFile::resize(large, kivra::mostFileBytes));
+        QVERIFY(!loadPicture(large).isNull());
+        QVERIFY(QFile::resize(large, kivra::mostFileBytes + 1));
+        QVERIFY(loadPicture(large).isNull());
     }
 
     // The reader of vector pictures opens what they refer to, and would wait at a pipe for ever.
@@ -466,10 +445,11 @@ private slots:
 private:
     QImage loadPicture(const QString &path) const { return decoder->load(path); }
 
-    static std::unique_ptr<PictureDecoder> impatient(qint64 ms)
+    static std::unique_ptr<PictureDecoder> impatient(qint64 processorMs)
     {
+        constexpr qint64 stillMs = 1500; // a busy machine lets it wait, too
         return std::make_unique<PictureDecoder>(PictureDecoder::installedProgram(),
-                                                DecodingLimits{ms, ms});
+                                                DecodingLimits{processorMs, stillMs});
     }
 
     std::unique_ptr<PictureDecoder> decoder;

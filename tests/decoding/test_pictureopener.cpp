@@ -2,6 +2,7 @@
 
 #include "decoding/pictureopener.h"
 #include "tests/decoding/faultyformat.h"
+#include "tests/support/files.h"
 #include "tests/support/patience.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
@@ -13,23 +14,12 @@
 using kivra::PictureOpener;
 using kivra::test::faultyPicture;
 using kivra::test::gradient;
+using kivra::test::pathOf;
 using kivra::test::patienceMs;
 using kivra::test::Sandbox;
+using kivra::test::written;
 
 namespace {
-
-QString pathOf(const QString &name)
-{
-    return Sandbox::instance().documents() + QLatin1Char('/') + name;
-}
-
-QString written(const QString &name, const QByteArray &content)
-{
-    QFile file(pathOf(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("cannot write %s", qPrintable(name));
-    return file.fileName();
-}
 
 QString saved(const QString &name, const QSize &size)
 {
@@ -114,6 +104,24 @@ private slots:
         opener->open(first);
         QCOMPARE(opened->size(), 3);
         QCOMPARE(opened->constLast().at(1).value<QImage>().size(), QSize(30, 20));
+    }
+
+    // At either end, a step leads nowhere else; and back to the one before.
+    void theSameAgainIsThereAtOnce()
+    {
+        const QString first = saved(QStringLiteral("a.png"), {30, 20});
+        const QString second = saved(QStringLiteral("b.png"), {40, 20});
+        open(first);
+        open(second);
+        for (const QString &again : {second, second, first}) {
+            opener->open(again);
+            QVERIFY(!opener->isOpening());
+        }
+        QCOMPARE(opened->size(), 5);
+        saved(QStringLiteral("a.png"), {50, 20});
+        QCOMPARE(open(first), QSize(50, 20));
+        opener->open(second);
+        QVERIFY(!opener->isOpening());
     }
 
     void lookedAheadButChanged()

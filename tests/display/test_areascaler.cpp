@@ -1,7 +1,7 @@
 #include "display/areascaler.h"
+#include "tests/reference/reference.h"
 #include "tests/render/spy.h"
 #include "tests/render/versions.h"
-#include "tests/reference/reference.h"
 #include "tests/support/pictures.h"
 
 #include <QPainter>

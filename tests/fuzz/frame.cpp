@@ -8,9 +8,7 @@
 
 #include "tests/fuzz/target.h"
 
-#include "processing/histogram.h"
-#include "processing/tables.h"
-#include "processing/threshold.h"
+#include "processing/operations.h"
 #include "render/renderer.h"
 #include "tests/reference/reference.h"
 

@@ -10,7 +10,6 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMenuBar>
-#include <QRegularExpression>
 #include <QSet>
 #include <QXmlStreamReader>
 
@@ -36,7 +35,6 @@ struct Manual
     QStringList pictures;
     QStringList anchors;
     QStringList links;
-    QStringList prose; // the text between the marks
     QString error;
 };
 
@@ -51,8 +49,7 @@ void addText(Manual *manual, const QXmlStreamReader &xml, const QStringList &mar
         manual->keys += text;
         if (onKeyPage)
             manual->keysOfThePage += text;
-    } else if (marks.last() != QLatin1String("pre"))
-        manual->prose += text;
+    }
 }
 
 Manual readManual()
@@ -207,14 +204,6 @@ private slots:
         }
         for (const QString &link : qAsConst(manual.links))
             QVERIFY2(manual.anchors.contains(link), qPrintable(link));
-    }
-
-    // Spaces before double signs and inside quotation marks do not break; apostrophes are curved.
-    void typography()
-    {
-        const QRegularExpression wrong(QStringLiteral("( [:;!?»%])|(« )|(')|(\")|(\\.\\.\\.)"));
-        for (const QString &text : qAsConst(manual.prose))
-            QVERIFY2(!wrong.match(text).hasMatch(), qPrintable(text));
     }
 
 private:

@@ -1,4 +1,4 @@
-#include "processing/tables.h"
+#include "processing/operations.h"
 #include "tests/reference/reference.h"
 #include "tests/render/pictures.h"
 #include "tests/render/versions.h"

@@ -1,9 +1,7 @@
 // Without the memory for a step nothing is thrown, and pictures stay pictures.
 
 #include "processing/buffers.h"
-#include "processing/histogram.h"
-#include "processing/tables.h"
-#include "processing/threshold.h"
+#include "processing/operations.h"
 #include "tests/render/pictures.h"
 #include "tests/support/memory.h"
 #include "tests/support/testmain.h"

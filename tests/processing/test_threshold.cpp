@@ -1,5 +1,5 @@
 #include "processing/buffers.h"
-#include "processing/threshold.h"
+#include "processing/operations.h"
 #include "tests/reference/reference.h"
 #include "tests/render/pictures.h"
 #include "tests/render/versions.h"

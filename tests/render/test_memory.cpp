@@ -14,7 +14,7 @@ using kivra::Renderer;
 namespace {
 
 constexpr qint64 mebibyte = 1 << 20;
-constexpr QSize size(5000, 4000); // 76 MiB, its plane 19 MiB
+constexpr QSize largeSize(5000, 4000); // 76 MiB, its plane 19 MiB
 
 } // namespace
 
@@ -27,7 +27,7 @@ private slots:
     {
         if (freedMemoryIsKept)
             QSKIP("the sanitizer has all of the address space");
-        picture = gradient(size);
+        picture = gradient(largeSize);
         // Threads and tables that stay.
         for (int mode = 0; mode <= 6; ++mode)
             Renderer().render({gradient(QSize(400, 400))}, {mode, 1, 20, 150});
@@ -45,7 +45,7 @@ private slots:
         QFETCH(int, mode);
         const FrameSettings settings{mode, 2, 20, 150};
         const QImage expected = Renderer().render({picture}, settings).image;
-        QCOMPARE(expected.size(), size);
+        QCOMPARE(expected.size(), largeSize);
         for (const int threads : {1, 2}) {
             Renderer renderer(threads);
             for (const int room : {1, 16, 60, 77, 80, 90, 94}) {
@@ -88,7 +88,7 @@ private slots:
         Renderer renderer;
         renderer.render({picture}, {1, 0, 0, 100});
         renderer.render({picture}, {1, 0, 0, 100});
-        const QImage wider = gradient(QSize(size.width() + 8, size.height()));
+        const QImage wider = gradient(QSize(largeSize.width() + 8, largeSize.height()));
         const AddressSpaceLimit limit(16 * mebibyte);
         QVERIFY(!renderer.render({wider}, {1, 0, 0, 100}).image.isNull());
     }

@@ -1,6 +1,7 @@
 // Writing a file whole, without waiting for the disk.
 
 #include "storage/wholefile.h"
+#include "tests/support/files.h"
 #include "tests/support/patience.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
@@ -16,6 +17,9 @@
 #include <thread>
 #include <unistd.h>
 
+using kivra::test::contentOf;
+using kivra::test::pathOf;
+
 namespace {
 
 std::atomic<int> syncs{0};
@@ -28,17 +32,6 @@ int countedSync(long call, int descriptor)
     if (std::this_thread::get_id() == caller)
         ++syncsOfTheCaller;
     return int(syscall(call, descriptor));
-}
-
-QString pathOf(const char *name)
-{
-    return kivra::test::Sandbox::instance().documents() + QLatin1Char('/') + QLatin1String(name);
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -69,7 +62,7 @@ private slots:
 
     void writesAndReplaces()
     {
-        const QString path = pathOf("été.jpg");
+        const QString path = pathOf(QStringLiteral("été.jpg"));
         for (const QByteArray &content :
              {QByteArray("one"), QByteArray(300000, 'x'), QByteArray()}) {
             QVERIFY(writeWholeFile(path, content));
@@ -81,14 +74,14 @@ private slots:
     // The live picture would stand still for as long.
     void anotherThreadWaitsForTheDisk()
     {
-        QVERIFY(writeWholeFile(pathOf("a"), "content"));
+        QVERIFY(writeWholeFile(pathOf(QStringLiteral("a")), "content"));
         QTRY_VERIFY_WITH_TIMEOUT(syncs.load() >= 2, kivra::test::patienceMs); // file and folder
         QCOMPARE(syncsOfTheCaller.load(), 0);
     }
 
     void whatCannotBeWrittenReplacesNone()
     {
-        const QString path = pathOf("a");
+        const QString path = pathOf(QStringLiteral("a"));
         QVERIFY(writeWholeFile(path, "kept"));
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit before = {};
@@ -107,9 +100,9 @@ private slots:
     void nowhere()
     {
         QVERIFY(!writeWholeFile(QStringLiteral("/nowhere/at/all"), "x"));
-        QVERIFY(QDir().mkdir(pathOf("folder")));
-        QVERIFY(!writeWholeFile(pathOf("folder"), "x"));
-        QVERIFY(QFileInfo(pathOf("folder")).isDir());
+        QVERIFY(QDir().mkdir(pathOf(QStringLiteral("folder"))));
+        QVERIFY(!writeWholeFile(pathOf(QStringLiteral("folder")), "x"));
+        QVERIFY(QFileInfo(pathOf(QStringLiteral("folder"))).isDir());
         QVERIFY(kivra::test::Sandbox::instance().storedFiles().isEmpty());
     }
 
@@ -143,10 +136,10 @@ private slots:
     void rightsFollowTheMask()
     {
         const mode_t mask = umask(027);
-        QVERIFY(writeWholeFile(pathOf("a"), "x"));
+        QVERIFY(writeWholeFile(pathOf(QStringLiteral("a")), "x"));
         umask(mask);
         struct stat is = {};
-        QCOMPARE(stat(QFile::encodeName(pathOf("a")).constData(), &is), 0);
+        QCOMPARE(stat(QFile::encodeName(pathOf(QStringLiteral("a"))).constData(), &is), 0);
         QCOMPARE(int(is.st_mode & 0777), 0640);
     }
 };

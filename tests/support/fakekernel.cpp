@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <numeric>
 
 namespace kivra::test {
 
 using cameras::Offer;
 
 namespace {
+
+// From one plane of a buffer to the next, in the offsets by which they are mapped.
+constexpr std::uint32_t planeStep = 1024;
 
 template<std::size_t Length>
 void setText(__u8 (&field)[Length], const std::string &text)
@@ -24,7 +28,9 @@ std::uint32_t bytesPerRow(std::uint32_t fourcc, std::uint32_t width)
         return 0;
     case V4L2_PIX_FMT_GREY:
     case V4L2_PIX_FMT_NV12:
+    case V4L2_PIX_FMT_NV12M:
     case V4L2_PIX_FMT_YUV420:
+    case V4L2_PIX_FMT_YUV420M:
         return width;
     case V4L2_PIX_FMT_RGB24:
     case V4L2_PIX_FMT_BGR24:
@@ -36,14 +42,37 @@ std::uint32_t bytesPerRow(std::uint32_t fourcc, std::uint32_t width)
     }
 }
 
-std::uint32_t bytesPerFrame(std::uint32_t fourcc, std::uint32_t stride, std::uint32_t width,
-                            std::uint32_t height)
+/// The bytes of each memory plane.
+std::vector<std::uint32_t> bytesPerPlane(std::uint32_t fourcc, std::uint32_t stride,
+                                         std::uint32_t width, std::uint32_t height)
 {
-    if (fourcc == V4L2_PIX_FMT_MJPEG)
-        return width * height + 4096;
-    if (fourcc == V4L2_PIX_FMT_NV12 || fourcc == V4L2_PIX_FMT_YUV420)
-        return stride * height + (stride + 1) / 2 * 2 * ((height + 1) / 2);
-    return stride * height;
+    const std::uint32_t luma = stride * height;
+    const std::uint32_t chroma = (stride + 1) / 2 * ((height + 1) / 2);
+    switch (fourcc) {
+    case V4L2_PIX_FMT_MJPEG:
+        return {width * height + 4096};
+    case V4L2_PIX_FMT_NV12:
+    case V4L2_PIX_FMT_YUV420:
+        return {luma + 2 * chroma};
+    case V4L2_PIX_FMT_NV12M:
+        return {luma, 2 * chroma};
+    case V4L2_PIX_FMT_YUV420M:
+        return {luma, chroma, chroma};
+    default:
+        return {luma};
+    }
+}
+
+std::uint32_t typeOf(const FakeCamera &camera)
+{
+    return (camera.capabilities & V4L2_CAP_VIDEO_CAPTURE_MPLANE) != 0
+               ? V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE
+               : V4L2_BUF_TYPE_VIDEO_CAPTURE;
+}
+
+bool isMultiPlanar(std::uint32_t type)
+{
+    return type == V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE;
 }
 
 bool isOf(const Offer &offer, std::uint32_t fourcc, std::uint32_t width, std::uint32_t height)
@@ -85,9 +114,12 @@ public:
     void *map(std::size_t length, std::uint32_t offset) override
     {
         const std::lock_guard<std::mutex> lock(kernel.mutex);
-        if (offset >= kernel.buffers.size() || length > kernel.buffers[offset].memory.size())
+        const std::uint32_t buffer = offset % planeStep;
+        const std::uint32_t plane = offset / planeStep;
+        if (buffer >= kernel.buffers.size() || plane >= kernel.buffers[buffer].planes.size() ||
+            length > kernel.buffers[buffer].planes[plane].size())
             return nullptr;
-        return kernel.buffers[offset].memory.data();
+        return kernel.buffers[buffer].planes[plane].data();
     }
 
     void unmap(void *, std::size_t) override {}
@@ -195,9 +227,13 @@ bool FakeKernel::deliver(const std::vector<std::uint8_t> &bytes, std::uint32_t f
         Buffer &buffer = buffers[queued.front()];
         filled.push_back(queued.front());
         queued.pop_front();
-        const std::size_t count = std::min(bytes.size(), buffer.memory.size());
-        std::copy_n(bytes.begin(), count, buffer.memory.begin());
-        buffer.used = std::uint32_t(count);
+        auto next = bytes.begin();
+        for (std::size_t i = 0; i < buffer.planes.size(); ++i) {
+            const auto count = std::min<std::ptrdiff_t>(bytes.end() - next, planeSizes[i]);
+            std::copy_n(next, count, buffer.planes[i].begin() + dataOffset);
+            next += count;
+            buffer.used[i] = dataOffset + std::uint32_t(count);
+        }
         buffer.flags = flags;
     }
     changed.notify_all();
@@ -375,7 +411,7 @@ int FakeKernel::enumerateFormat(const FakeCamera &camera, v4l2_fmtdesc &answer) 
         if (std::find(different.begin(), different.end(), one.fourcc) == different.end())
             different.push_back(one.fourcc);
     }
-    if (answer.type != V4L2_BUF_TYPE_VIDEO_CAPTURE || answer.index >= different.size())
+    if (answer.type != typeOf(camera) || answer.index >= different.size())
         return EINVAL;
     answer.pixelformat = different[answer.index];
     return 0;
@@ -413,9 +449,13 @@ int FakeKernel::enumerateRate(const FakeCamera &camera, v4l2_frmivalenum &answer
 
 int FakeKernel::setFormat(const FakeCamera &camera, v4l2_format &format)
 {
-    if (format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE || camera.offers.empty())
+    if (format.type != typeOf(camera) || camera.offers.empty())
         return EINVAL;
-    v4l2_pix_format &pix = format.fmt.pix;
+    v4l2_pix_format pix = {};
+    // The first fields of both structures are alike.
+    pix.width = format.fmt.pix.width;
+    pix.height = format.fmt.pix.height;
+    pix.pixelformat = format.fmt.pix.pixelformat;
     const bool isOffered =
         std::any_of(camera.offers.begin(), camera.offers.end(), [&](const Offer &one) {
             return isOf(one, pix.pixelformat, pix.width, pix.height);
@@ -429,29 +469,76 @@ int FakeKernel::setFormat(const FakeCamera &camera, v4l2_format &format)
     pix.bytesperline = bytesPerRow(pix.pixelformat, pix.width);
     if (pix.bytesperline > 0)
         pix.bytesperline += camera.padding;
-    pix.sizeimage = bytesPerFrame(pix.pixelformat, pix.bytesperline, pix.width, pix.height);
+    planeSizes = bytesPerPlane(pix.pixelformat, pix.bytesperline, pix.width, pix.height);
+    pix.sizeimage = std::accumulate(planeSizes.begin(), planeSizes.end(), std::uint32_t{0});
     pix.colorspace = V4L2_COLORSPACE_SRGB;
     pix.ycbcr_enc = camera.encoding;
     pix.quantization = camera.quantization;
     current = pix;
+    dataOffset = 0;
+    if (isMultiPlanar(format.type)) {
+        dataOffset = camera.dataOffset;
+        tellPlanes(format.fmt.pix_mp);
+    } else {
+        format.fmt.pix = pix;
+    }
     return 0;
+}
+
+void FakeKernel::tellPlanes(v4l2_pix_format_mplane &answer) const
+{
+    answer = {};
+    answer.width = current.width;
+    answer.height = current.height;
+    answer.pixelformat = current.pixelformat;
+    answer.field = current.field;
+    answer.colorspace = current.colorspace;
+    answer.ycbcr_enc = std::uint8_t(current.ycbcr_enc);
+    answer.quantization = std::uint8_t(current.quantization);
+    answer.num_planes = std::uint8_t(planeSizes.size());
+    for (std::size_t i = 0; i < planeSizes.size(); ++i) {
+        answer.plane_fmt[i].sizeimage = planeSizes[i];
+        const bool isHalf = current.pixelformat == V4L2_PIX_FMT_YUV420M && i > 0;
+        answer.plane_fmt[i].bytesperline =
+            isHalf ? (current.bytesperline + 1) / 2 : current.bytesperline;
+    }
 }
 
 int FakeKernel::allot(v4l2_requestbuffers &request, const FakeCamera &camera)
 {
+    if (request.type != typeOf(camera))
+        return EINVAL;
     request.count = std::min(request.count, camera.mostBuffers);
-    buffers.assign(request.count, Buffer{std::vector<std::uint8_t>(current.sizeimage), 0, 0});
+    Buffer buffer;
+    for (const std::uint32_t size : planeSizes)
+        buffer.planes.emplace_back(dataOffset + size);
+    buffer.used.resize(planeSizes.size());
+    buffers.assign(request.count, buffer);
     queued.clear();
     filled.clear();
     return 0;
 }
 
-int FakeKernel::describe(v4l2_buffer &buffer) const
+int FakeKernel::describe(v4l2_buffer &answer) const
 {
-    if (buffer.index >= buffers.size())
+    if (answer.index >= buffers.size())
         return EINVAL;
-    buffer.length = std::uint32_t(buffers[buffer.index].memory.size());
-    buffer.m.offset = buffer.index;
+    const Buffer &buffer = buffers[answer.index];
+    if (!isMultiPlanar(answer.type)) {
+        answer.length = std::uint32_t(buffer.planes[0].size());
+        answer.bytesused = buffer.used[0];
+        answer.m.offset = answer.index;
+        return 0;
+    }
+    if (answer.length < buffer.planes.size())
+        return EINVAL;
+    answer.length = std::uint32_t(buffer.planes.size());
+    for (std::uint32_t i = 0; i < answer.length; ++i) {
+        answer.m.planes[i].length = std::uint32_t(buffer.planes[i].size());
+        answer.m.planes[i].bytesused = buffer.used[i];
+        answer.m.planes[i].data_offset = dataOffset;
+        answer.m.planes[i].m.mem_offset = answer.index + i * planeStep;
+    }
     return 0;
 }
 
@@ -474,7 +561,6 @@ int FakeKernel::dequeue(v4l2_buffer &buffer)
         return EAGAIN;
     buffer.index = filled.front();
     filled.pop_front();
-    buffer.bytesused = buffers[buffer.index].used;
     buffer.flags = buffers[buffer.index].flags;
     return describe(buffer);
 }

@@ -32,7 +32,9 @@ struct FakeCamera
 {
     std::string card = "Visualiseur d'essai";
     std::string bus = "usb-essai-1";
+    /// With V4L2_CAP_VIDEO_CAPTURE_MPLANE: on the multi-planar interface.
     std::uint32_t capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    std::uint32_t dataOffset = 0; ///< bytes before the content of each plane, on that interface
     std::vector<cameras::Offer> offers; ///< in the order in which the driver lists them
     std::map<std::uint32_t, FakeControl> controls;
     std::uint32_t mostBuffers = 32;
@@ -103,8 +105,8 @@ private:
     class FakeWaiter;
     struct Buffer
     {
-        std::vector<std::uint8_t> memory;
-        std::uint32_t used = 0;
+        std::vector<std::vector<std::uint8_t>> planes;
+        std::vector<std::uint32_t> used;
         std::uint32_t flags = 0;
     };
 
@@ -113,8 +115,9 @@ private:
     int enumerateSize(const FakeCamera &camera, v4l2_frmsizeenum &answer) const;
     int enumerateRate(const FakeCamera &camera, v4l2_frmivalenum &answer) const;
     int setFormat(const FakeCamera &camera, v4l2_format &format);
+    void tellPlanes(v4l2_pix_format_mplane &answer) const;
     int allot(v4l2_requestbuffers &request, const FakeCamera &camera);
-    int describe(v4l2_buffer &buffer) const;
+    int describe(v4l2_buffer &answer) const;
     int enqueue(v4l2_buffer &buffer);
     int dequeue(v4l2_buffer &buffer);
     int streamOn(const FakeCamera &camera);
@@ -130,6 +133,8 @@ private:
     Answer answerer;
     cameras::Moment time{std::chrono::seconds(1000), std::chrono::nanoseconds(0)};
     v4l2_pix_format current = {};
+    std::vector<std::uint32_t> planeSizes; // of the content
+    std::uint32_t dataOffset = 0;
     std::vector<Buffer> buffers;
     std::deque<std::uint32_t> queued;
     std::deque<std::uint32_t> filled;
