@@ -134,7 +134,7 @@ private slots:
         QTest::addColumn<QString>("line");
         QTest::addColumn<QString>("offered");
         QTest::newRow("options") << "kivra-rendu --fo"
-                                 << "--force --format";
+                                 << "--format --force";
         QTest::newRow("modes") << "kivra-rendu --effet te"
                                << "texte texte-manuscrit";
         QTest::newRow("effects") << "kivra-rendu --rendu n"
