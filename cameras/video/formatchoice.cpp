@@ -34,11 +34,6 @@ int costOf(std::uint32_t fourcc)
     return int(std::find(cheapest.begin(), cheapest.end(), fourcc) - cheapest.begin());
 }
 
-long long area(Size size)
-{
-    return static_cast<long long>(size.width) * size.height;
-}
-
 bool fits(Size size, Size into)
 {
     return size.width <= into.width && size.height <= into.height;
@@ -81,7 +76,7 @@ double bytesPerPixel(std::uint32_t fourcc)
 
 double bytesPerSecond(const Offer &offer)
 {
-    return double(area(offer.size)) * bytesPerPixel(offer.fourcc) * rateOf(offer);
+    return double(offer.size.area()) * bytesPerPixel(offer.fourcc) * rateOf(offer);
 }
 
 /// Smaller is better: first what is not above the usual rate, by nearness to it.
@@ -103,7 +98,7 @@ auto rankByRule(const Offer &offer, double fastest)
 {
     const double enough = std::min(fluentRate, fastest) * rateTolerance;
     const bool larger = !fits(offer.size, fullHd);
-    const long long pixels = area(offer.size);
+    const long long pixels = offer.size.area();
     return std::make_tuple(rateOf(offer) < enough, larger, larger ? pixels : -pixels,
                            -offer.size.width, distanceFromUsual(offer), rankBelowSize(offer));
 }

@@ -32,6 +32,8 @@ struct Size
 
     bool operator==(Size other) const { return width == other.width && height == other.height; }
     bool operator!=(Size other) const { return !(*this == other); }
+
+    long long area() const { return static_cast<long long>(width) * height; }
 };
 
 /// One memory plane of a frame, in bytes.

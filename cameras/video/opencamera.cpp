@@ -11,11 +11,6 @@ namespace {
 // A driver that refuses so many of its formats will not take the next one either.
 constexpr int mostTries = 12;
 
-long long area(Size size)
-{
-    return static_cast<long long>(size.width) * size.height;
-}
-
 } // namespace
 
 OpenCamera::OpenCamera(Kernel &system, const VideoSettings &wanted,
@@ -101,12 +96,12 @@ std::vector<Size> OpenCamera::largerSizes() const
     std::vector<Size> sizes;
     for (const Choice &choice : ranked) {
         const Size size = choice.offer.size;
-        if (area(size) > area(capture->format().size) &&
+        if (size.area() > capture->format().size.area() &&
             std::find(sizes.begin(), sizes.end(), size) == sizes.end())
             sizes.push_back(size);
     }
     std::sort(sizes.begin(), sizes.end(), [](Size a, Size b) {
-        return std::make_pair(area(a), a.width) < std::make_pair(area(b), b.width);
+        return std::make_pair(a.area(), a.width) < std::make_pair(b.area(), b.width);
     });
     return sizes;
 }
