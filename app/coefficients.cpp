@@ -62,3 +62,13 @@ int resetCoefficient(int number)
 {
     return isCoefficient(number) ? coefficients[number].reset : 0;
 }
+
+int lowestCoefficient(int number)
+{
+    return isCoefficient(number) ? coefficients[number].lowest : 0;
+}
+
+int highestCoefficient(int number)
+{
+    return isCoefficient(number) ? coefficients[number].highest : 0;
+}

@@ -10,3 +10,7 @@ int steppedCoefficient(int number, int value, bool up);
 
 /// The value at the start and after a reset; 0 for a number of no coefficient.
 int resetCoefficient(int number);
+
+/// The least and the greatest value that steps lead to; 0 for a number of no coefficient.
+int lowestCoefficient(int number);
+int highestCoefficient(int number);

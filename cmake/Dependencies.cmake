@@ -67,3 +67,9 @@ if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     kivra_find_library(jpeg jpeglib.h libjpeg62-turbo-dev)
     kivra_find_library(turbojpeg turbojpeg.h libturbojpeg0-dev)
 endif()
+
+# What kivra-rendu makes documents and marks its pictures with, where there is such a command.
+if(UNIX AND NOT APPLE)
+    kivra_find_library(hpdf hpdf.h libhpdf-dev)
+    kivra_find_library(z zlib.h zlib1g-dev)
+endif()

@@ -1,8 +1,12 @@
 #include "storage/wholefile.h"
 
-#include <QFile>
 #include <QRandomGenerator>
+#include <cerrno>
 #include <cstdio>
+#ifdef Q_OS_LINUX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -21,19 +25,57 @@ bool replace(const QString &path, const QString &by)
     return QFile::remove(path) && QFile::rename(by, path);
 }
 
+// In one step where the system and the file system can. Network file systems cannot rename so, but
+// link; those of memory sticks cannot link.
+bool give(const QString &path, const QString &from)
+{
+#ifdef Q_OS_LINUX
+    const QByteArray to = QFile::encodeName(path);
+    const QByteArray name = QFile::encodeName(from);
+    if (renameat2(AT_FDCWD, name.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    if (link(name.constData(), to.constData()) == 0)
+        return unlink(name.constData()) == 0;
+    if (errno == EEXIST)
+        return false;
+#endif
+    if (QFile::exists(path)) {
+        errno = EEXIST;
+        return false;
+    }
+    return QFile::rename(from, path);
+}
+
+bool move(const QString &path, const QString &from, Existing existing)
+{
+    return existing == Existing::Replaced ? replace(path, from) : give(path, from);
+}
+
 } // namespace
 
-bool writeWholeFile(const QString &path, const QByteArray &content)
+int makeWholeFile(const QString &path, Existing existing, const std::function<bool(QFile &)> &fill)
 {
     QFile file(temporaryName(path));
+    errno = 0;
     const bool isOpen =
-        file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered);
-    const bool isWritten = isOpen && file.write(content) == content.size();
+        file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered);
+    const bool isFilled = isOpen && fill(file);
+    int error = isFilled ? 0 : errno;
     file.close();
-    const bool isReplaced = isWritten && replace(path, file.fileName());
-    if (isReplaced)
+    const bool isThere = isFilled && move(path, file.fileName(), existing);
+    if (isFilled && !isThere)
+        error = errno;
+    if (isThere)
         syncToDisk(path);
     else if (isOpen)
         file.remove();
-    return isReplaced;
+    return isThere ? 0 : (error != 0 ? error : EIO);
+}
+
+bool writeWholeFile(const QString &path, const QByteArray &content)
+{
+    return makeWholeFile(path, Existing::Replaced,
+                         [&](QFile &file) { return file.write(content) == content.size(); }) == 0;
 }

@@ -69,17 +69,22 @@ private slots:
             QStringLiteral(KIVRA_LIBDIR "/kivra/kivra"),
             decoder(),
             QStringLiteral(KIVRA_BINDIR "/kivra-cameras"),
+            QStringLiteral(KIVRA_BINDIR "/kivra-rendu"),
+            QStringLiteral(KIVRA_LIBDIR "/kivra/kivra-rendu"),
             QStringLiteral(KIVRA_LIBDIR "/kivra/mediaservice/libkivra_v4l2camera.so"),
             plugin(),
             data + QStringLiteral("/applications/kivra.desktop"),
+            data + QStringLiteral("/bash-completion/completions/kivra-rendu"),
             data + QStringLiteral("/doc/kivra-democamera/README.md"),
             data + QStringLiteral("/doc/kivra/administration.md"),
             data + QStringLiteral("/doc/kivra/cameras.md"),
             data + QStringLiteral("/doc/kivra/environment.md"),
             icons + QStringLiteral("scalable/apps/kivra.svg"),
             data + QStringLiteral("/man/fr/man1/kivra-cameras.1.gz"),
+            data + QStringLiteral("/man/fr/man1/kivra-rendu.1.gz"),
             data + QStringLiteral("/man/fr/man1/kivra.1.gz"),
             data + QStringLiteral("/man/man1/kivra-cameras.1.gz"),
+            data + QStringLiteral("/man/man1/kivra-rendu.1.gz"),
             data + QStringLiteral("/man/man1/kivra.1.gz"),
             metainfo()};
         for (const int size : {16, 24, 32, 48, 64, 128, 256}) {
@@ -99,15 +104,60 @@ private slots:
         QCOMPARE(filesIn(programOnly), wanted);
     }
 
-    // So that it holds wherever the folders are moved to.
-    void commandIsARelativeLink()
+    // So that they hold wherever the folders are moved to.
+    void commandsAreRelativeLinks()
     {
-        const QString link = installed(QStringLiteral(KIVRA_BINDIR "/kivra"));
-        QVERIFY(QFileInfo(link).isSymLink());
-        const QByteArray target = QFile::encodeName(QFile::symLinkTarget(link));
-        QCOMPARE(
-            QFileInfo(QFile::decodeName(target)).canonicalFilePath(),
-            QFileInfo(installed(QStringLiteral(KIVRA_LIBDIR "/kivra/kivra"))).canonicalFilePath());
+        for (const char *name : {"/kivra", "/kivra-rendu"}) {
+            const QString link = installed(QStringLiteral(KIVRA_BINDIR) + QLatin1String(name));
+            QVERIFY(QFileInfo(link).isSymLink());
+            const QString program =
+                installed(QStringLiteral(KIVRA_LIBDIR "/kivra") + QLatin1String(name));
+            QCOMPARE(QFileInfo(link).canonicalFilePath(), QFileInfo(program).canonicalFilePath());
+        }
+    }
+
+    // By its link it finds the decoder beside itself.
+    void renduStarts()
+    {
+        QTemporaryDir folder;
+        QProcess command;
+        command.start(installed(QStringLiteral(KIVRA_BINDIR "/kivra-rendu")),
+                      {QStringLiteral("-o"), folder.path(), source("docs/pictures/page.png")});
+        QVERIFY(command.waitForFinished());
+        QCOMPARE(command.exitCode(), 0);
+        QVERIFY(QFileInfo::exists(folder.filePath(QStringLiteral("page.png"))));
+    }
+
+    // What the completion offers, after the option before it.
+    void completion_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("offered");
+        QTest::newRow("options") << "kivra-rendu --fo"
+                                 << "--format --force";
+        QTest::newRow("modes") << "kivra-rendu --effet te"
+                               << "texte texte-manuscrit";
+        QTest::newRow("effects") << "kivra-rendu --rendu n"
+                                 << "normal noir-et-blanc negatif";
+        QTest::newRow("formats") << "kivra-rendu --format p"
+                                 << "png";
+    }
+
+    void completion()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, offered);
+        const QString script = QStringLiteral(
+            "PATH=$2:$PATH; . \"$1\"; read -ra COMP_WORDS <<<\"$3\"; "
+            "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _kivra_rendu; echo ${COMPREPLY[@]}");
+        QProcess bash;
+        bash.start(
+            QStringLiteral("bash"),
+            {QStringLiteral("-c"), script, QStringLiteral("bash"),
+             installed(QStringLiteral(KIVRA_DATADIR "/bash-completion/completions/kivra-rendu")),
+             installed(QStringLiteral(KIVRA_BINDIR)), line});
+        QVERIFY(bash.waitForFinished());
+        QCOMPARE(QString::fromUtf8(bash.readAllStandardOutput()).trimmed(), offered);
     }
 
     void nobodyElseMayWrite()
@@ -116,6 +166,7 @@ private slots:
                            QDirIterator::Subdirectories);
         const QStringList programs = {installed(QStringLiteral(KIVRA_LIBDIR "/kivra/kivra")),
                                       installed(decoder()),
+                                      installed(QStringLiteral(KIVRA_LIBDIR "/kivra/kivra-rendu")),
                                       installed(QStringLiteral(KIVRA_BINDIR "/kivra-cameras"))};
         while (files.hasNext()) {
             const QString path = files.next();
@@ -219,7 +270,9 @@ private slots:
         const QStringList pages = {QStringLiteral("/man1/kivra.1.gz"),
                                    QStringLiteral("/fr/man1/kivra.1.gz"),
                                    QStringLiteral("/man1/kivra-cameras.1.gz"),
-                                   QStringLiteral("/fr/man1/kivra-cameras.1.gz")};
+                                   QStringLiteral("/fr/man1/kivra-cameras.1.gz"),
+                                   QStringLiteral("/man1/kivra-rendu.1.gz"),
+                                   QStringLiteral("/fr/man1/kivra-rendu.1.gz")};
         for (const QString &page : pages) {
             QProcess gzip;
             gzip.start(

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -102,6 +103,32 @@ private slots:
         QVERIFY(QDir().mkdir(pathOf(QStringLiteral("folder"))));
         QVERIFY(!writeWholeFile(pathOf(QStringLiteral("folder")), "x"));
         QVERIFY(QFileInfo(pathOf(QStringLiteral("folder"))).isDir());
+        QVERIFY(kivra::test::Sandbox::instance().storedFiles().isEmpty());
+    }
+
+    void whatIsThereIsKeptOnRequest()
+    {
+        const auto write = [](QFile &file) { return file.write("new") == 3; };
+        const QString path = pathOf("a");
+        QCOMPARE(makeWholeFile(path, Existing::Kept, write), 0);
+        QCOMPARE(contentOf(path), QByteArray("new"));
+        QVERIFY(writeWholeFile(path, "kept"));
+        QCOMPARE(makeWholeFile(path, Existing::Kept, write), EEXIST);
+        QCOMPARE(contentOf(path), QByteArray("kept"));
+        QCOMPARE(makeWholeFile(path, Existing::Replaced, write), 0);
+        QCOMPARE(contentOf(path), QByteArray("new"));
+        QCOMPARE(kivra::test::Sandbox::instance().storedFiles(), QStringList(path));
+    }
+
+    void reasonsOfFailure()
+    {
+        const auto write = [](QFile &file) { return file.write("new") == 3; };
+        QCOMPARE(makeWholeFile(QStringLiteral("/nowhere/at/all"), Existing::Kept, write), ENOENT);
+        const auto full = [](QFile &) {
+            errno = ENOSPC;
+            return false;
+        };
+        QCOMPARE(makeWholeFile(pathOf("a"), Existing::Kept, full), ENOSPC);
         QVERIFY(kivra::test::Sandbox::instance().storedFiles().isEmpty());
     }
 

@@ -1,0 +1,235 @@
+#include "rendu/options.h"
+
+#include "app/coefficients.h"
+#include "rendu/choices.h"
+
+#include <QFile>
+#include <QThread>
+#include <array>
+#include <getopt.h>
+
+namespace kivra::rendu {
+
+namespace {
+
+constexpr int mostJobs = 256;
+
+// The letters of short options stand for themselves.
+enum Option : int {
+    Effet = 256,
+    Rendu,
+    Contraste,
+    Lumiere,
+    Reglage,
+    Pdf,
+    Format,
+    FilesFrom,
+    List,
+};
+
+constexpr std::array<option, 16> longOptions{{
+    {"effet", required_argument, nullptr, Effet},
+    {"rendu", required_argument, nullptr, Rendu},
+    {"contraste", required_argument, nullptr, Contraste},
+    {"lumiere", required_argument, nullptr, Lumiere},
+    {"reglage", required_argument, nullptr, Reglage},
+    {"output", required_argument, nullptr, 'o'},
+    {"pdf", required_argument, nullptr, Pdf},
+    {"format", required_argument, nullptr, Format},
+    {"files-from", required_argument, nullptr, FilesFrom},
+    {"jobs", required_argument, nullptr, 'j'},
+    {"force", no_argument, nullptr, 'f'},
+    {"quiet", no_argument, nullptr, 'q'},
+    {"list", no_argument, nullptr, List},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, 'V'},
+    {nullptr, 0, nullptr, 0},
+}};
+
+class Reading
+{
+public:
+    void take(int code, const QString &value);
+    void takeList();
+    void check();
+
+    CommandLine line;
+
+private:
+    void choose(int *chosen, const QStringList &names, const QString &name, const char *option);
+    void number(int *chosen, int lowest, int highest, const QString &value, const char *option);
+    void coefficient(int *chosen, int which, const QString &value, const char *option);
+    void chooseFormat(const QString &name);
+    void ask(CommandLine::Request request);
+    void fail(const QString &fault);
+
+    QString list;
+    bool isAsked = false;
+};
+
+// The first fault is told.
+void Reading::fail(const QString &fault)
+{
+    if (line.fault.isEmpty())
+        line.fault = fault;
+}
+
+void Reading::ask(CommandLine::Request request)
+{
+    if (!isAsked)
+        line.request = request;
+    isAsked = true;
+}
+
+void Reading::choose(int *chosen, const QStringList &names, const QString &name, const char *option)
+{
+    const int number = names.indexOf(name);
+    if (number < 0)
+        fail(QStringLiteral("%1 : « %2 » n'existe pas ; voir --list")
+                 .arg(QLatin1String(option), name));
+    else
+        *chosen = number;
+}
+
+void Reading::number(int *chosen, int lowest, int highest, const QString &value, const char *option)
+{
+    bool isNumber = false;
+    const int number = value.toInt(&isNumber);
+    if (!isNumber || number < lowest || number > highest)
+        fail(QStringLiteral("%1 : un nombre entier de %2 à %3, pas « %4 »")
+                 .arg(QLatin1String(option))
+                 .arg(lowest)
+                 .arg(highest)
+                 .arg(value));
+    else
+        *chosen = number;
+}
+
+void Reading::coefficient(int *chosen, int which, const QString &value, const char *option)
+{
+    number(chosen, lowestCoefficient(which), highestCoefficient(which), value, option);
+}
+
+void Reading::chooseFormat(const QString &name)
+{
+    if (name == QLatin1String("png"))
+        line.options.format = Options::Format::Png;
+    else if (name == QLatin1String("jpg"))
+        line.options.format = Options::Format::Jpeg;
+    else
+        fail(QStringLiteral("--format : png ou jpg, pas « %1 »").arg(name));
+}
+
+void Reading::take(int code, const QString &value)
+{
+    Options &options = line.options;
+    switch (code) {
+    case Effet:
+        return choose(&options.settings.mode, modeNames(), value, "--effet");
+    case Rendu:
+        return choose(&options.settings.effect, effectNames(), value, "--rendu");
+    case Contraste:
+        return coefficient(&options.settings.contraste, 0, value, "--contraste");
+    case Lumiere:
+        return coefficient(&options.settings.lumiere, 1, value, "--lumiere");
+    case Reglage:
+        return coefficient(&options.reglage, 2, value, "--reglage");
+    case 'o':
+        options.folder = value;
+        return value.isEmpty() ? fail(QStringLiteral("-o : le nom du dossier est vide")) : void();
+    case Pdf:
+        options.pdf = value;
+        return value.isEmpty() ? fail(QStringLiteral("--pdf : le nom du fichier est vide"))
+                               : void();
+    case Format:
+        return chooseFormat(value);
+    case FilesFrom:
+        list = value;
+        return;
+    case 'j':
+        return number(&options.jobs, 1, mostJobs, value, "-j");
+    case 'f':
+        options.force = true;
+        return;
+    case 'q':
+        options.quiet = true;
+        return;
+    case List:
+        return ask(CommandLine::Request::List);
+    case 'h':
+        return ask(CommandLine::Request::Help);
+    default:
+        return ask(CommandLine::Request::Version);
+    }
+}
+
+// A name a line.
+void Reading::takeList()
+{
+    if (list.isEmpty())
+        return;
+    QFile file(list);
+    const bool isOpen = list == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
+                                                   : file.open(QIODevice::ReadOnly);
+    if (!isOpen) {
+        fail(QStringLiteral("--files-from : « %1 » ne peut pas être lu").arg(list));
+        return;
+    }
+    for (const QByteArray &name : file.readAll().split('\n')) {
+        if (!name.isEmpty())
+            line.options.sources += QFile::decodeName(name);
+    }
+}
+
+void Reading::check()
+{
+    const Options &options = line.options;
+    if (options.folder.isEmpty() && options.pdf.isEmpty())
+        fail(QStringLiteral("où mettre les résultats ? -o DOSSIER ou --pdf FICHIER"));
+    if (!options.folder.isEmpty() && !options.pdf.isEmpty())
+        fail(QStringLiteral("-o et --pdf ne vont pas ensemble"));
+    if (!options.pdf.isEmpty() && options.format != Options::Format::Kept)
+        fail(QStringLiteral("--format et --pdf ne vont pas ensemble"));
+    if (options.sources.isEmpty())
+        fail(QStringLiteral("aucune image n'est donnée"));
+}
+
+// What getopt_long() stopped at.
+QString misused(char **argv)
+{
+    const QString word = QFile::decodeName(argv[optind - 1]);
+    const bool isLong = word.startsWith(QLatin1String("--")) || optopt == 0;
+    return QStringLiteral(
+               "l'option « %1 » est inconnue, ambiguë, ou sa valeur manque ou est de trop")
+        .arg(isLong ? word : QLatin1Char('-') + QString(QLatin1Char(char(optopt))));
+}
+
+} // namespace
+
+CommandLine readCommandLine(int argc, char **argv)
+{
+    Reading reading;
+    reading.line.options.reglage = resetCoefficient(2);
+    reading.line.options.jobs = qBound(1, QThread::idealThreadCount(), mostJobs);
+    opterr = 0; // in English
+    optind = 0;
+    for (;;) {
+        const int code = getopt_long(argc, argv, "o:j:fqhV", longOptions.data(), nullptr);
+        if (code == -1)
+            break;
+        if (code == '?') {
+            reading.line.fault = misused(argv);
+            return reading.line;
+        }
+        reading.take(code, QFile::decodeName(optarg));
+    }
+    if (reading.line.request != CommandLine::Request::Render)
+        return reading.line;
+    for (int i = optind; i < argc; ++i)
+        reading.line.options.sources += QFile::decodeName(argv[i]);
+    reading.takeList();
+    reading.check();
+    return reading.line;
+}
+
+} // namespace kivra::rendu

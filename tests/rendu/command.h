@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QImage>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <vector>
+
+namespace kivra::test {
+
+/// The command kivra-rendu, in a folder of the sandbox that is empty at first.
+class Command
+{
+public:
+    Command();
+
+    /// Path of a file of this name in the folder; the folder itself for an empty one.
+    QString path(const QString &name = {}) const;
+    /// Writes a picture there, in the format of its suffix, and gives its path.
+    QString picture(const QString &name, const QImage &content) const;
+    /// Writes this content there, and gives its path.
+    QString file(const QString &name, const QByteArray &content) const;
+    /// Names of the files in a folder there, sorted, hidden ones too.
+    QStringList filesIn(const QString &folder) const;
+    QByteArray contentOf(const QString &name) const;
+    /// A result as opaque words of 32 bits; null when it is no picture.
+    QImage result(const QString &name) const;
+    /// Makes a file so many seconds older than now.
+    void age(const QString &name, int seconds) const;
+
+    /// Runs the command, waits for it and gives its exit status; -1 when it does not exit.
+    int run(const QStringList &arguments, const QByteArray &input = {});
+    /// The same by another program, which is given the command's path and these arguments.
+    int runBy(const QString &program, const QStringList &before, const QStringList &arguments);
+    /// Begins to run it.
+    void start(QProcess *process, const QStringList &arguments) const;
+
+    QString out;        ///< what it printed last
+    QString complaints; ///< on the error stream
+    int complaintLines() const { return int(complaints.count(QLatin1Char('\n'))); }
+
+    static QString program();
+};
+
+/// A picture that no compression makes small, the same for the same number.
+QImage noise(const QSize &size, unsigned int number);
+
+/// The words between the spaces of a line.
+QStringList words(const char *line);
+
+} // namespace kivra::test
