@@ -18,7 +18,7 @@ constexpr QSize largeSize(5000, 4000); // 76 MiB, its plane 19 MiB
 
 } // namespace
 
-class TestMemory : public QObject
+class TestRendererMemory : public QObject
 {
     Q_OBJECT
 
@@ -103,5 +103,5 @@ private:
     QImage picture;
 };
 
-KIVRA_TEST(TestMemory)
+KIVRA_TEST(TestRendererMemory)
 #include "test_memory.moc"
