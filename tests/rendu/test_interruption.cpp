@@ -73,11 +73,14 @@ private slots:
         for (int goal = 0; goal < pictures; goal += 1 + int(random() % 40)) {
             QProcess process;
             command.start(&process, arguments);
-            // At some moment of the work on the next one.
-            QTRY_VERIFY_WITH_TIMEOUT(
-                (command.filesIn(QStringLiteral("propre")).size() >= goal && decodersLeft() > 0) ||
-                    process.state() == QProcess::NotRunning,
-                patienceMs);
+            // At some moment of the work on the next one, which may be over when one looks again.
+            QVERIFY(QTest::qWaitFor(
+                [&] {
+                    const int done = command.filesIn(QStringLiteral("propre")).size();
+                    return (done >= goal && decodersLeft() > 0) ||
+                           process.state() == QProcess::NotRunning;
+                },
+                patienceMs));
             if (process.state() == QProcess::Running)
                 ::kill(pid_t(process.processId()), number);
             QVERIFY(hasEnded(&process));
