@@ -72,7 +72,7 @@ int Command::run(const QStringList &arguments, const QByteArray &input)
     process.closeWriteChannel();
     const bool ends = process.waitForFinished(4 * patienceMs);
     out = QString::fromUtf8(process.readAllStandardOutput());
-    complaints = QString::fromUtf8(process.readAllStandardError());
+    complaints = complaintsOf(&process);
     return ends && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
@@ -83,7 +83,7 @@ int Command::runBy(const QString &by, const QStringList &before, const QStringLi
     process.start(by, before + QStringList{program()} + arguments);
     const bool ends = process.waitForFinished(4 * patienceMs);
     out = QString::fromUtf8(process.readAllStandardOutput());
-    complaints = QString::fromUtf8(process.readAllStandardError());
+    complaints = complaintsOf(&process);
     return ends && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
@@ -93,6 +93,21 @@ void Command::start(QProcess *process, const QStringList &arguments) const
     process->start(program(), arguments);
     if (!process->waitForStarted(patienceMs))
         qFatal("the command does not start");
+}
+
+QString Command::complaintsOf(QProcess *process)
+{
+    const QString all = QString::fromUtf8(process->readAllStandardError());
+#ifdef KIVRA_SANITIZED
+    QString own;
+    for (const QString &line : all.split(QLatin1Char('\n'))) {
+        if (line.startsWith(QLatin1String("kivra-rendu")))
+            own += line + QLatin1Char('\n');
+    }
+    return own;
+#else
+    return all;
+#endif
 }
 
 QString Command::program()

@@ -39,6 +39,9 @@ public:
     QString complaints; ///< on the error stream
     int complaintLines() const { return int(complaints.count(QLatin1Char('\n'))); }
 
+    /// What a command of this kind has written to its error stream since the last call. Under the
+    /// sanitizers only its own lines: there the decoder's words are not dropped.
+    static QString complaintsOf(QProcess *process);
     static QString program();
 };
 

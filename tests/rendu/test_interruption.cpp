@@ -87,7 +87,7 @@ private slots:
             QCOMPARE(process.exitStatus(), QProcess::NormalExit);
             QVERIFY2(process.exitCode() == status || process.exitCode() == 0,
                      qPrintable(QString::number(process.exitCode())));
-            QVERIFY(process.readAllStandardError().isEmpty());
+            QVERIFY(Command::complaintsOf(&process).isEmpty());
             QTRY_COMPARE_WITH_TIMEOUT(decodersLeft(), 0, patienceMs);
             compareWithUninterrupted(command);
         }
