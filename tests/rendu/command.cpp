@@ -97,7 +97,7 @@ void Command::start(QProcess *process, const QStringList &arguments) const
 
 QString Command::complaintsOf(QProcess *process)
 {
-    const QString all = QString::fromUtf8(process->readAllStandardError());
+    QString all = QString::fromUtf8(process->readAllStandardError());
 #ifdef KIVRA_SANITIZED
     QString own;
     for (const QString &line : all.split(QLatin1Char('\n'))) {
