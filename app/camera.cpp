@@ -85,6 +85,9 @@ void Camera::setUpForm()
     setUpToolBar();
     if (settings::wholeWindow.stored())
         centralWidget()->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    // The window is painted at every frame, and with it all that it shines through.
+    ui->menubar->setAutoFillBackground(true);
+    ui->statusbar->setAutoFillBackground(true);
     layOut();
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
     ui->msgDisplay->hide(); // even without a text it would be painted over every frame

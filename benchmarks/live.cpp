@@ -15,6 +15,7 @@
 #include "cameras/demo/democatalogue.h"
 #include "cameras/service/cameraplugin.h"
 #include "display/pixmapwidget.h"
+#include "storage/settings.h"
 #include "tests/support/probe.h"
 #include "tests/support/sandbox.h"
 
@@ -203,11 +204,17 @@ void measureViewfinder(const QByteArray &device, QSize size)
 
 void measureMode(int mode, QSize size)
 {
+    {
+        QSettings store = settingsStore();
+        settings::wholeWindow.write(store, true); // the view is as large as the viewfinder
+    }
     Camera window;
     auto *const view = window.findChild<PixmapWidget *>(QStringLiteral("displayWidget"));
     expose(&window);
     const QSize viewSize = size.boundedTo(largestView);
     window.resize(window.size() - view->size() + viewSize);
+    if (!QTest::qWaitFor([&] { return view->size() == viewSize; }))
+        qFatal("the view has another size than the viewfinder");
     view->setScaleFactor(float(viewSize.width()) / float(size.width()));
     auto *const action = window.findChild<QAction *>(QLatin1String(modeNames[mode]));
     action->setEnabled(true);

@@ -2,10 +2,12 @@
 
 #include "render/kernels/kernels.h"
 #include "render/parallel.h"
+#include "render/pixels.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <vector>
 
 namespace kivra {
 
@@ -140,6 +142,27 @@ private:
     std::vector<float> more;
 };
 
+// To these lines, of which the first begins with the first pixel wanted.
+void writeMeans(const QImage &picture, const ScaledPlace &place, const QRect &wanted, uchar *lines,
+                int bytesPerLine)
+{
+    const ConstPixels source{reinterpret_cast<const Pixel *>(picture.constBits()), picture.width(),
+                             picture.height(), picture.bytesPerLine()};
+    const Columns columns(wanted, place, picture.width());
+    const ColumnWeights weights{columns.firsts.data(), columns.weights.data(), columns.taps};
+    forBands(allThreads(), std::max(columns.end - columns.begin, wanted.width()), wanted.height(),
+             [&](Span band) {
+                 RowSums sums(source, columns);
+                 for (int y = band.begin; y < band.end; ++y) {
+                     const Cover rows =
+                         coverOf(wanted.top() + y, place.origin.y(), place.scale, picture.height());
+                     auto *const line =
+                         reinterpret_cast<Pixel *>(lines + qsizetype(y) * bytesPerLine);
+                     kernels().weighColumns(sums.of(rows), weights, line, wanted.width());
+                 }
+             });
+}
+
 } // namespace
 
 QRect pixelsFilled(const QSize &picture, const ScaledPlace &place)
@@ -150,29 +173,25 @@ QRect pixelsFilled(const QSize &picture, const ScaledPlace &place)
     return {begin, end - QPoint(1, 1)};
 }
 
-QImage AreaScaler::scaled(const QImage &picture, const ScaledPlace &place, const QRect &wanted)
+QImage scaledByArea(const QImage &picture, const ScaledPlace &place, const QRect &wanted)
 {
     if (picture.isNull() || wanted.isEmpty())
         return {};
-    const ConstPixels source{reinterpret_cast<const Pixel *>(picture.constBits()), picture.width(),
-                             picture.height(), picture.bytesPerLine()};
-    const Columns columns(wanted, place, picture.width());
-    const ColumnWeights weights{columns.firsts.data(), columns.weights.data(), columns.taps};
-    const auto width = static_cast<std::size_t>(wanted.width());
-    pixels.resize(std::max(pixels.size(), width * static_cast<std::size_t>(wanted.height())));
-    forBands(allThreads(), std::max(columns.end - columns.begin, wanted.width()), wanted.height(),
-             [&](Span band) {
-                 RowSums sums(source, columns);
-                 for (int y = band.begin; y < band.end; ++y) {
-                     const Cover rows =
-                         coverOf(wanted.top() + y, place.origin.y(), place.scale, picture.height());
-                     kernels().weighColumns(sums.of(rows), weights,
-                                            pixels.data() + width * static_cast<std::size_t>(y),
-                                            wanted.width());
-                 }
-             });
-    return {reinterpret_cast<const uchar *>(pixels.data()), wanted.width(), wanted.height(),
-            wanted.width() * static_cast<int>(sizeof(Pixel)), picture.format()};
+    QImage scaled(wanted.size(), picture.format());
+    if (!scaled.isNull())
+        writeMeans(picture, place, wanted, scaled.bits(), scaled.bytesPerLine());
+    return scaled;
+}
+
+void drawByArea(const QImage &picture, const ScaledPlace &place, const QRect &wanted, QImage &grid)
+{
+    if (picture.isNull() || wanted.isEmpty())
+        return;
+    const int bytesPerLine = grid.bytesPerLine();
+    writeMeans(picture, place, wanted,
+               grid.bits() + qsizetype(wanted.top()) * bytesPerLine +
+                   qsizetype(wanted.left()) * qsizetype(sizeof(Pixel)),
+               bytesPerLine);
 }
 
 } // namespace kivra

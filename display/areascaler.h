@@ -1,11 +1,8 @@
 #pragma once
 
-#include "render/pixels.h"
-
 #include <QImage>
 #include <QPointF>
 #include <QRect>
-#include <vector>
 
 namespace kivra {
 
@@ -21,24 +18,21 @@ struct ScaledPlace
 /// does; empty for a picture that has no area or rounds to none.
 QRect pixelsFilled(const QSize &picture, const ScaledPlace &place);
 
-/// Draws scaled pictures: each pixel of the result is the mean of all that it covers, by area.
+/// A scaled picture: each pixel of the result is the mean of all that it covers, by area.
 /// Qt's painter leaves pixels out below scale 1, and above it repeats some and not others, so that
 /// strokes are lost or come out uneven; its smooth drawing looks at four pixels only, loses strokes
 /// below one half, and blurs above 1.
-class AreaScaler
-{
-public:
-    /// The pixels \a wanted of the grid, which must lie in those that the picture fills. A pixel
-    /// that the picture covers in part is the mean of that part. Alpha is averaged like the
-    /// colours.
-    ///
-    /// \a picture is in a format of 32-bit words, with alpha premultiplied; the result has the same
-    /// format. It is in memory of this object and valid until the next call. Each pixel is the same
-    /// whatever else is wanted, and at most one level from the exact mean.
-    QImage scaled(const QImage &picture, const ScaledPlace &place, const QRect &wanted);
+///
+/// Makes the pixels \a wanted of the grid, which must lie in those that the picture fills. A pixel
+/// that the picture covers in part is the mean of that part. Alpha is averaged like the colours.
+/// Each pixel is the same whatever else is wanted, and at most one level from the exact mean.
+///
+/// \a picture is in a format of 32-bit words, with alpha premultiplied; the result has the same
+/// format. Null where nothing is wanted of it or there is no memory.
+QImage scaledByArea(const QImage &picture, const ScaledPlace &place, const QRect &wanted);
 
-private:
-    std::vector<Pixel> pixels;
-};
+/// Writes the same pixels into their places in \a grid, an image of 32-bit words that must contain
+/// \a wanted. What has been there shows nowhere through.
+void drawByArea(const QImage &picture, const ScaledPlace &place, const QRect &wanted, QImage &grid);
 
 } // namespace kivra

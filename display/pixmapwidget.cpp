@@ -1,11 +1,13 @@
 #include "display/pixmapwidget.h"
 
+#include "display/areascaler.h"
 #include "storage/wholefile.h"
 
 #include <QBuffer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMouseEvent>
+#include <QPaintEngine>
 #include <QPainter>
 #include <QTimer>
 #include <algorithm>
@@ -49,6 +51,21 @@ QImage pixelWords(const QPixmap &pixmap)
     if (pixmap.hasAlpha())
         return picture.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     return picture.convertToFormat(QImage::Format_RGB32);
+}
+
+// The image that the painter paints on, if its words may be written as they are: at the size of a
+// large screen, a copy of them takes as long as they took to compute. Otherwise null.
+QImage *canvasOf(const QPainter &painter)
+{
+    QPaintDevice *const device = painter.paintEngine()->paintDevice();
+    const bool isClipped = !painter.paintEngine()->systemClip().isEmpty(); // to this widget
+    if (device->devType() != QInternal::Image || !isClipped)
+        return nullptr;
+    auto *const canvas = static_cast<QImage *>(device);
+    const QImage::Format format = canvas->format();
+    const bool takesWords =
+        format == QImage::Format_RGB32 || format == QImage::Format_ARGB32_Premultiplied;
+    return takesWords ? canvas : nullptr;
 }
 
 } // namespace
@@ -233,8 +250,16 @@ void PixmapWidget::paintScaled(QPainter &painter, const kivra::ScaledPlace &plac
                                const QRect &exposed)
 {
     const QRect visible = kivra::pixelsFilled(pixmap->size(), place) & exposed;
-    if (!visible.isEmpty())
-        painter.drawImage(visible.topLeft(), scaler.scaled(pixelWords(*pixmap), place, visible));
+    if (visible.isEmpty())
+        return;
+    const QImage picture = pixelWords(*pixmap);
+    QImage *const canvas = pixmap->hasAlpha() ? nullptr : canvasOf(painter);
+    if (!canvas) {
+        painter.drawImage(visible.topLeft(), scaledByArea(picture, place, visible));
+        return;
+    }
+    for (const QRect &part : painter.paintEngine()->systemClip() & visible & canvas->rect())
+        drawByArea(picture, place, part, *canvas);
 }
 
 void PixmapWidget::paintEvent(QPaintEvent *event)

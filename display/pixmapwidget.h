@@ -1,13 +1,15 @@
 #pragma once
 
-#include "display/areascaler.h"
-
 #include <QPixmap>
 #include <QPoint>
 #include <QWidget>
 #include <memory>
 
 class QTimer;
+
+namespace kivra {
+struct ScaledPlace;
+}
 
 /// The view in the middle of the window: paints one picture, centred and scaled, which the wheel
 /// zooms and the mouse moves. Scaled, each pixel of the screen is the mean of all that it covers.
@@ -72,7 +74,6 @@ private:
     void paintScaled(QPainter &painter, const kivra::ScaledPlace &place, const QRect &exposed);
 
     std::unique_ptr<QPixmap> pixmap;
-    kivra::AreaScaler scaler;
     float zoomFactor = 1.0F;
     float scaleFactor = 1.0F;
     QSize fitted;        ///< what is fitted at each resize; empty for nothing

@@ -180,8 +180,7 @@ void Studio::photographReduced(const char *reduced, const char *leftOut, const Q
     const auto scale =
         double(float(startingView) / float(scene.width())); // in the view's precision
     const ScaledPlace origin{{0, 0}, scale};
-    AreaScaler scaler;
-    const QImage wanted = scaler.scaled(scene, origin, pixelsFilled(scene.size(), origin));
+    const QImage wanted = scaledByArea(scene, origin, pixelsFilled(scene.size(), origin));
     QPoint place = nowhere;
     const auto shows = [&] {
         place = placeOf(wanted, desktop->windowContent());

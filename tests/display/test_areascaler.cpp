@@ -8,7 +8,6 @@
 #include <QRandomGenerator>
 #include <cmath>
 
-using kivra::AreaScaler;
 using kivra::pixelsFilled;
 using kivra::ScaledPlace;
 
@@ -84,8 +83,7 @@ QString faultOfAll(const QImage &picture, const ScaledPlace &place)
     const QRect all = pixelsFilled(picture.size(), place);
     if (all.isEmpty())
         return {};
-    AreaScaler scaler;
-    return fault(scaler.scaled(picture, place, all),
+    return fault(scaledByArea(picture, place, all),
                  kivra::reference::areaMean(picture, place.origin, place.scale, all));
 }
 
@@ -129,7 +127,7 @@ private slots:
     {
         const kivra::test::Spy<&kivra::Kernels::weighRows> rows;
         const kivra::test::Spy<&kivra::Kernels::weighColumns> columns;
-        AreaScaler().scaled(filledWith({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
+        scaledByArea(filledWith({8, 8}, paper), {{0, 0}, 0.5}, {0, 0, 4, 4});
         QVERIFY(rows.ran());
         QVERIFY(columns.ran());
     }
@@ -145,19 +143,17 @@ private slots:
 
     void nothingOfNothing()
     {
-        AreaScaler scaler;
-        QVERIFY(scaler.scaled(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}).isNull());
-        QVERIFY(scaler.scaled(filledWith({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
+        QVERIFY(scaledByArea(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}).isNull());
+        QVERIFY(scaledByArea(filledWith({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
     }
 
     void wholeScalesRepeatEachPixel()
     {
         const QImage picture = noise({9, 7}, 2);
-        AreaScaler scaler;
         for (const int scale : {1, 2, 3, 8}) {
             const QSize size = picture.size() * scale;
             KIVRA_COMPARE_PICTURES(
-                scaler.scaled(picture, {{0, 0}, double(scale)}, {QPoint(0, 0), size}),
+                scaledByArea(picture, {{0, 0}, double(scale)}, {QPoint(0, 0), size}),
                 picture.scaled(size));
         }
     }
@@ -169,8 +165,7 @@ private slots:
         picture.setPixel(1, 0, 0xff204060);
         picture.setPixel(0, 1, 0xff408020);
         picture.setPixel(1, 1, 0xff60c0e0);
-        AreaScaler scaler;
-        const QImage mean = scaler.scaled(picture, {{0, 0}, 0.5}, {0, 0, 1, 1});
+        const QImage mean = scaledByArea(picture, {{0, 0}, 0.5}, {0, 0, 1, 1});
         QCOMPARE(mean.pixel(0, 0), QRgb(0xff306058));
     }
 
@@ -255,11 +250,10 @@ private slots:
         for (const double scale : {1.7, 0.77, 0.31}) {
             const ScaledPlace place{{-20.5, 4.25}, scale};
             const QRect all = pixelsFilled(picture.size(), place);
-            AreaScaler scaler;
-            const QImage whole = scaler.scaled(picture, place, all).copy();
+            const QImage whole = scaledByArea(picture, place, all);
             for (const QRect &part : {QRect(3, 5, 1, 1), QRect(0, 7, 17, 9), QRect(10, 0, 5, 30)}) {
                 const QRect wanted = part.translated(all.topLeft()) & all;
-                KIVRA_COMPARE_PICTURES(scaler.scaled(picture, place, wanted),
+                KIVRA_COMPARE_PICTURES(scaledByArea(picture, place, wanted),
                                        whole.copy(wanted.translated(-all.topLeft())));
             }
         }
@@ -267,12 +261,11 @@ private slots:
 
     void plainAreasKeepTheirLevel()
     {
-        AreaScaler scaler;
         for (int level = 0; level <= 255; ++level) {
             const QRgb word = qRgb(level, 255 - level, level / 2);
             const ScaledPlace place{{0.5, 0}, 0.3 + level * 0.01};
             const QRect all = pixelsFilled({50, 40}, place);
-            KIVRA_COMPARE_PICTURES(scaler.scaled(filledWith({50, 40}, word), place, all),
+            KIVRA_COMPARE_PICTURES(scaledByArea(filledWith({50, 40}, word), place, all),
                                    filledWith(all.size(), word));
         }
     }
@@ -284,8 +277,7 @@ private slots:
                                    .convertToFormat(QImage::Format_ARGB32_Premultiplied);
         const ScaledPlace place{{0, 0}, 0.37};
         const QRect all = pixelsFilled(picture.size(), place);
-        AreaScaler scaler;
-        const QImage reduced = scaler.scaled(picture, place, all);
+        const QImage reduced = scaledByArea(picture, place, all);
         QCOMPARE(reduced.format(), picture.format());
         for (int y = 0; y < reduced.height(); ++y) {
             for (int x = 0; x < reduced.width(); ++x) {
@@ -308,14 +300,13 @@ private slots:
     // The scales are 64ths, so that after 64 places each phase has been seen.
     void everyStrokeOfThreePixelsKeepsItsInk()
     {
-        AreaScaler scaler;
         for (int phase = 0; phase < 64; ++phase) {
             const QPoint centre(60 + phase, 60 + phase * 5 % 64);
             const QImage page = plusSign(centre);
             for (int sixtyFourths = 8; sixtyFourths <= 64; ++sixtyFourths) {
                 const double scale = sixtyFourths / 64.0;
                 const ScaledPlace place{{0, 0}, scale};
-                const QImage shown = scaler.scaled(page, place, pixelsFilled(page.size(), place));
+                const QImage shown = scaledByArea(page, place, pixelsFilled(page.size(), place));
                 for (const bool post : {false, true}) {
                     const double kept = inkOfStroke(shown, scale, centre, post) / 3.0;
                     QVERIFY2(kept >= 0.75 && kept <= 1.25,

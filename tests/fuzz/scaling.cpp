@@ -107,8 +107,7 @@ void run(const std::uint8_t *data, std::size_t size)
         if (isa > best)
             break;
         useKernels(kernelsFor(isa));
-        AreaScaler scaler;
-        requireNear(scaler.scaled(picture, place, wanted), exact);
+        requireNear(scaledByArea(picture, place, wanted), exact);
     }
 }
 
