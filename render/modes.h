@@ -40,8 +40,7 @@ private:
     std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
 };
 
-/// True for the number of a mode that changes pixels: 1 stretch, 2 equalisation, 3 Otsu, 4 adaptive
-/// threshold, 5 the same in the board's colours, 6 posterisation.
+/// True for the number of a mode that changes pixels (FrameSettings::mode).
 bool isMode(int number);
 
 /// Writes \a job.to: the mode of this number, or none for a number that is no mode, then \a finish.

@@ -8,6 +8,8 @@
 
 #include <QDialog>
 #include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
 
 using kivra::test::DriverBuffer;
 using kivra::test::gradient;

@@ -9,6 +9,7 @@
 #include <cmath>
 
 using kivra::pixelsFilled;
+using kivra::scaledByArea;
 using kivra::ScaledPlace;
 
 namespace {
