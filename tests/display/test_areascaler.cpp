@@ -214,11 +214,11 @@ private slots:
     {
         for (const int rows : {255, 256, 257, 258, 259, 514, 515, 516, 1000, 5000}) {
             for (const double more : {0.0, 0.4}) {
-                const QImage white = filledWith({7, rows + 1}, paper);
+                const QImage white = filledWith({rows, rows + 1}, paper);
                 const QString wrong = faultOfAll(white, {{0, 0}, 1.0 / (rows + more)});
                 QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
                 const QString wrongOfNoise =
-                    faultOfAll(noise({3 * rows, 3 * rows / 2}, 3), {{0, 0}, 1.0 / (rows + more)});
+                    faultOfAll(noise({rows, 3 * rows / 2}, 3), {{0, 0}, 1.0 / (rows + more)});
                 QVERIFY2(wrongOfNoise.isEmpty(), qPrintable(wrongOfNoise));
                 if (rows > 1000)
                     break;

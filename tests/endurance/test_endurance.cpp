@@ -47,7 +47,7 @@ constexpr qint64 allowedHeapGrowth = qint64(1) << 19;
 constexpr qint64 allowedResidentGrowth = qint64(4) << 20;
 
 // Now and then a use leaves a large picture in a cache until the next one: of too few, most might.
-constexpr int fewestSamples = freedMemoryIsKept ? 1 : 60;
+constexpr int fewestSamples = freedMemoryIsKept ? 1 : 24;
 
 struct Sample
 {
