@@ -40,8 +40,8 @@ if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     add_link_options(LINKER:-z,relro,-z,now)
 endif()
 
-# Text takes its meaning from where it stands: no silent conversion from bytes in another encoding,
-# no implicit QString from a number, and iteration that cannot detach by accident.
+# Text becomes bytes or an address only where a source says so, and iterating over a container neither
+# copies nor detaches it by accident.
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
                         QT_STRICT_ITERATORS)
 

@@ -11,6 +11,7 @@
 
 #include <QElapsedTimer>
 #include <QPixmap>
+#include <QRandomGenerator>
 #include <array>
 #include <atomic>
 #include <climits>
@@ -79,6 +80,19 @@ QString differenceOfMode(const QImage &picture, int mode, int turn)
         }
     }
     return {};
+}
+
+// Greys so close to each other that each is close to the mean of its neighbours.
+QImage faintNoise(const QSize &size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    QRandomGenerator random(1);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x)
+            reinterpret_cast<QRgb *>(picture.scanLine(y))[x] =
+                qRgb(0, 0, 0) | (124 + random.bounded(8U)) * 0x010101U;
+    }
+    return picture;
 }
 
 // What the demonstration camera sees of this scene after a second.
@@ -200,6 +214,19 @@ private slots:
                     KIVRA_COMPARE_PICTURES(rendered(picture, {mode, 2, 0, 100}),
                                            reference::frame(picture, mode, 2, 0, 100));
             }
+        }
+    }
+
+    // A mean over repeated rows, which is that of one row but for its rounding, would turn one pixel
+    // in a million around.
+    void rowOrColumnAloneMatchesTheReference()
+    {
+        constexpr int length = 4000000;
+        for (const QSize size : {QSize(length, 1), QSize(1, length)}) {
+            const QImage picture = faintNoise(size);
+            for (const int mode : {4, 5})
+                KIVRA_COMPARE_PICTURES(rendered(picture, {mode, 0, 0, 100}),
+                                       reference::frame(picture, mode, 0, 0, 100));
         }
     }
 
