@@ -40,7 +40,7 @@ QImage Bench::render(const QString &source, const FrameSettings &settings, QStri
     if (picture.isNull())
         return {};
     picture = upright(picture, orientation);
-    const QImage rendered = renderer.render({picture, true}, settings).image;
+    QImage rendered = renderer.render({picture, true}, settings).image;
     if (rendered.isNull())
         *fault = QStringLiteral("la mémoire manque pour cette image");
     return rendered;
