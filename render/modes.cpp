@@ -89,12 +89,6 @@ void paintByNeighbours(const Job &job, const Look &look, Span rows)
     decideByNeighbours(job.plane, job.to, rows, look.colours);
 }
 
-// On the caller's thread, which may fail.
-void lookUpPosterColours(const Job &, Look &)
-{
-    posterColours();
-}
-
 void paintPoster(const Job &job, const Look &, Span rows)
 {
     posterize(job.from, job.to, rows);
@@ -112,7 +106,8 @@ constexpr std::array<Mode, 7> modes{{
     {lookForOtsu, paintChosen, {black, white}},
     {lookAtGrey, paintByNeighbours, {black, white}},
     {lookAtGrey, paintByNeighbours, {white, boardGreen}},
-    {lookUpPosterColours, paintPoster, {}},
+    // Made on the caller's thread, which may fail.
+    {[](const Job &, Look &) { posterColours(); }, paintPoster, {}},
 }};
 
 void finishRows(ConstPixels from, Pixels to, Span rows, const Finish &finish)

@@ -66,7 +66,6 @@ const std::vector<Pixel> &posterColours()
 void posterize(ConstPixels from, Pixels to, Span rows)
 {
     constexpr int piece = 256;
-    const Kernels &kernel = kernels();
     const std::vector<Pixel> &colours = posterColours();
     const int inVectors = from.width / vector * vector;
     if (inVectors < from.width)
@@ -75,8 +74,10 @@ void posterize(ConstPixels from, Pixels to, Span rows)
     for (int y = rows.begin; y < rows.end; ++y) {
         for (int done = 0; done < inVectors; done += piece) {
             const int count = std::min(piece, inVectors - done);
-            kernel.hsvPlace(from.row(y) + done, places.data(), count);
             Pixel *const words = to.row(y) + done;
+            for (int i = 0; i < count; i += 16)
+                __builtin_prefetch(words + i, 1); // while the places are found
+            kernels().hsvPlace(from.row(y) + done, places.data(), count);
             for (int i = 0; i < count; ++i)
                 words[i] = colours[places[static_cast<std::size_t>(i)]];
         }

@@ -217,8 +217,8 @@ private slots:
         }
     }
 
-    // A mean over repeated rows, which is that of one row but for its rounding, would turn one pixel
-    // in a million around.
+    // A mean over repeated rows, which is that of one row but for its rounding, would turn one
+    // pixel in a million around.
     void rowOrColumnAloneMatchesTheReference()
     {
         constexpr int length = 4000000;
