@@ -180,6 +180,8 @@ private slots:
             QCOMPARE(status.contains("\nSeccomp:\t2\n"), hasCallFilter);
         }
         QCOMPARE(contentOf(folder + QStringLiteral("oom_score_adj")), QByteArray("1000\n"));
+        // What nobody may look into belongs to root there. (What root runs always does.)
+        QCOMPARE(QFileInfo(folder + QStringLiteral("environ")).ownerId(), 0U);
     }
 
     void limitsOfTheRunningDecoder()
