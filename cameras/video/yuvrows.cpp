@@ -6,6 +6,7 @@
 #include <iterator>
 #include <libyuv/cpu_id.h>
 #include <libyuv/row.h>
+#include <optional>
 
 // libyuv's functions for whole pictures know neither a matrix for packed frames nor a BT.709 whose
 // blue is right (its factor is limited to 2, which is 15 levels off). Its functions for rows take
@@ -148,6 +149,57 @@ libyuv::YuvConstants constantsOf(const Factors &factors)
     return constants;
 }
 
+struct Sample
+{
+    Byte y;
+    Byte u;
+    Byte v;
+};
+
+// The same in 65536ths, pixel by pixel: for the green of full-range BT.2020, of which 64ths round
+// both factors up by almost half a 64th, two levels in the end. Hardly a camera has it.
+class FineRows
+{
+public:
+    explicit FineRows(const Factors &factors)
+        : luma(fine(factors.luma))
+        , blueOfU(fine(factors.blueOfU))
+        , greenOfU(fine(factors.greenOfU))
+        , greenOfV(fine(factors.greenOfV))
+        , redOfV(fine(factors.redOfV))
+        , bias(one / 2 - fine(factors.black * factors.luma))
+    {
+    }
+
+    template<typename SampleAt>
+    void row(std::uint32_t *to, int n, const SampleAt &sampleAt) const
+    {
+        for (int i = 0; i < n; ++i) {
+            const Sample sample = sampleAt(i);
+            const int light = luma * sample.y + bias;
+            const int u = sample.u - 128;
+            const int v = sample.v - 128;
+            to[i] = 0xFF000000U | level(light + redOfV * v) << 16 |
+                    level(light - greenOfU * u - greenOfV * v) << 8 | level(light + blueOfU * u);
+        }
+    }
+
+private:
+    static constexpr int one = 1 << 16;
+    static int fine(double factor) { return rounded<int>(factor * one); }
+    static std::uint32_t level(int sum)
+    {
+        return static_cast<std::uint32_t>(std::clamp(sum / one, 0, 255));
+    }
+
+    int luma;
+    int blueOfU;
+    int greenOfU;
+    int greenOfV;
+    int redOfV;
+    int bias;
+};
+
 Byte *bytes(std::uint32_t *words)
 {
     return reinterpret_cast<Byte *>(words);
@@ -160,10 +212,18 @@ struct alignas(32) YuvRows::Conversion
 {
     libyuv::YuvConstants constants;
     Rows rows;
+    std::optional<FineRows> fine; // where libyuv is too coarse
 };
 
 YuvRows::YuvRows(Matrix matrix, Range range)
-    : conversion(new Conversion{constantsOf(factorsOf(matrix, range)), chooseRows()})
+    : conversion([=] {
+        const Factors factors = factorsOf(matrix, range);
+        auto made = std::make_unique<Conversion>(
+            Conversion{constantsOf(factors), chooseRows(), std::nullopt});
+        if (matrix == Matrix::Bt2020 && range == Range::Full)
+            made->fine = FineRows(factors);
+        return made;
+    }())
 {
 }
 
@@ -173,31 +233,57 @@ YuvRows::~YuvRows() = default;
 
 void YuvRows::yuyv(const Byte *pairs, std::uint32_t *to, int n) const
 {
+    if (conversion->fine)
+        return conversion->fine->row(to, n, [=](int i) {
+            const Byte *const pair = pairs + 4 * (i / 2);
+            return Sample{pairs[2 * i], pair[1], pair[3]};
+        });
     conversion->rows.forPixels(n).yuyv(pairs, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::uyvy(const Byte *pairs, std::uint32_t *to, int n) const
 {
+    if (conversion->fine)
+        return conversion->fine->row(to, n, [=](int i) {
+            const Byte *const pair = pairs + 4 * (i / 2);
+            return Sample{pairs[2 * i + 1], pair[0], pair[2]};
+        });
     conversion->rows.forPixels(n).uyvy(pairs, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::nv12(const Byte *y, const Byte *uv, std::uint32_t *to, int n) const
 {
+    if (conversion->fine)
+        return conversion->fine->row(to, n, [=](int i) {
+            const Byte *const pair = uv + 2 * (i / 2);
+            return Sample{y[i], pair[0], pair[1]};
+        });
     conversion->rows.forPixels(n).nv12(y, uv, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::nv21(const Byte *y, const Byte *vu, std::uint32_t *to, int n) const
 {
+    if (conversion->fine)
+        return conversion->fine->row(to, n, [=](int i) {
+            const Byte *const pair = vu + 2 * (i / 2);
+            return Sample{y[i], pair[1], pair[0]};
+        });
     conversion->rows.forPixels(n).nv21(y, vu, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::i444(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
 {
+    if (conversion->fine)
+        return conversion->fine->row(to, n, [=](int i) { return Sample{y[i], u[i], v[i]}; });
     conversion->rows.forPixels(n).i444(y, u, v, bytes(to), &conversion->constants, n);
 }
 
 void YuvRows::i422(const Byte *y, const Byte *u, const Byte *v, std::uint32_t *to, int n) const
 {
+    if (conversion->fine)
+        return conversion->fine->row(to, n, [=](int i) {
+            return Sample{y[i], u[i / 2], v[i / 2]};
+        });
     conversion->rows.forPixels(n).i422(y, u, v, bytes(to), &conversion->constants, n);
 }
 

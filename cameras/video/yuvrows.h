@@ -8,8 +8,8 @@
 namespace kivra::cameras {
 
 /// Rows of YUV become words 0xFFRRGGBB. Chroma stands for the pixels that share it, without a
-/// transition. Every channel is within 1 of the exact one (within 2 for green of full-range
-/// BT.2020); colours without chroma are exact to the rounding.
+/// transition. Every channel is within 1 of the exact one; colours without chroma are exact to the
+/// rounding.
 ///
 /// The functions take \c n pixels, from the first one of a pair where a pair shares chroma, and
 /// read no byte beyond those pixels, of an odd n beyond the last pair.
