@@ -131,6 +131,9 @@ private slots:
     void fullDisk()
     {
         QFETCH(QString, where);
+        const QStringList ownMounts{QStringLiteral("-r"), QStringLiteral("-m")};
+        if (QProcess::execute(QStringLiteral("unshare"), ownMounts + QStringList("true")) != 0)
+            QSKIP("no file system can be made here");
         Command command;
         QDir(command.path()).mkdir(QStringLiteral("disque"));
         QStringList arguments = {QStringLiteral("-q"), QStringLiteral("-j2")};
@@ -142,10 +145,10 @@ private slots:
                                               "\"$@\"; status=$?; ls -A disque; exit $status");
         const int status =
             command.runBy(QStringLiteral("unshare"),
-                          {QStringLiteral("-r"), QStringLiteral("-m"), QStringLiteral("sh"),
-                           QStringLiteral("-c"), script, QStringLiteral("sh")},
+                          ownMounts + QStringList{QStringLiteral("sh"), QStringLiteral("-c"),
+                                                  script, QStringLiteral("sh")},
                           arguments);
-        if (status == 77 || command.complaints.contains(QLatin1String("unshare")))
+        if (status == 77)
             QSKIP("no file system can be made here");
         QCOMPARE(status, 2);
         QVERIFY2(command.complaints.contains(QStringLiteral("plein")),
