@@ -16,9 +16,14 @@ int main(int, char **argv)
     for (const char *call : {KIVRA_MISSING_CALLS})
         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), seccomp_syscall_resolve_name(call), 0);
     // Who may leave it to the decoder to give up new privileges does.
-    seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, geteuid() == 0 ? 0 : 1);
-    // The filter's own call may be among them; the older way is left out by the library then.
-    if (seccomp_load(filter) != 0)
+    seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 0);
+    bool isLoaded = seccomp_load(filter) == 0;
+    if (!isLoaded) {
+        seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 1);
+        // The filter's own call may be among them; the older way is left out by the library then.
+        isLoaded = seccomp_load(filter) == 0;
+    }
+    if (!isLoaded)
         return 2;
     char own[PATH_MAX] = {};
     if (readlink("/proc/self/exe", own, sizeof own - 1) <= 0)
