@@ -4,6 +4,7 @@
 #include "tests/render/pictures.h"
 #include "tests/support/memory.h"
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 
 #include <algorithm>
 
@@ -25,7 +26,7 @@ class TestRendererMemory : public QObject
 private slots:
     void initTestCase()
     {
-        if (freedMemoryIsKept)
+        if (isSanitized())
             QSKIP("the sanitizer has all of the address space");
         picture = gradient(largeSize);
         // Threads and tables that stay.

@@ -16,7 +16,7 @@ using kivra::test::patienceMs;
 
 namespace {
 
-constexpr int pictures = 150;
+constexpr int pictures = 80;
 
 // Of decoders that were started in this test's home.
 int decodersLeft()
@@ -70,7 +70,7 @@ private slots:
             sources;
         std::mt19937 random(static_cast<unsigned int>(number));
         QDir(command.path()).mkdir(QStringLiteral("propre"));
-        for (int goal = 0; goal < pictures; goal += 1 + int(random() % 40)) {
+        for (int goal = 0; goal < pictures; goal += 1 + int(random() % 20)) {
             QProcess process;
             command.start(&process, arguments);
             // At some moment of the work on the next one, which may be over when one looks again.
