@@ -33,11 +33,12 @@ add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
 if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     include(CheckPIESupported)
     check_pie_supported(LANGUAGES CXX)
-    set(released $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
-    add_compile_options($<${released}:-fstack-protector-strong>
-                        $<${released}:-fstack-clash-protection>)
-    add_compile_definitions($<${released}:_FORTIFY_SOURCE=2>)
     add_link_options(LINKER:-z,relro,-z,now)
+    if(NOT KIVRA_SANITIZE)
+        set(released $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+        list(APPEND KIVRA_PROGRAM_OPTIONS $<${released}:-fstack-protector-strong>
+             $<${released}:-fstack-clash-protection> $<${released}:-D_FORTIFY_SOURCE=2>)
+    endif()
 endif()
 
 # Text becomes bytes or an address only where a source says so, and iterating over a container neither
@@ -45,16 +46,22 @@ endif()
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
                         QT_STRICT_ITERATORS)
 
+if(KIVRA_SANITIZE OR KIVRA_SANITIZE_THREADS)
+    add_compile_options(-fno-omit-frame-pointer)
+endif()
 if(KIVRA_SANITIZE)
-    add_compile_options(-fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
-                        -fno-omit-frame-pointer)
+    list(APPEND KIVRA_PROGRAM_OPTIONS -fsanitize=address,undefined,float-cast-overflow
+         -fno-sanitize-recover=all)
     add_link_options(-fsanitize=address,undefined,float-cast-overflow)
 endif()
 if(KIVRA_SANITIZE_THREADS)
-    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_compile_options(-fsanitize=thread)
     add_link_options(-fsanitize=thread)
 endif()
 if(KIVRA_COVERAGE)
-    add_compile_options(--coverage -fprofile-update=atomic)
+    list(APPEND KIVRA_PROGRAM_OPTIONS --coverage -fprofile-update=atomic)
     add_link_options(--coverage)
 endif()
+
+# Not for the tests (tests/CMakeLists.txt).
+add_compile_options(${KIVRA_PROGRAM_OPTIONS})

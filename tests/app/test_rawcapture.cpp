@@ -5,6 +5,7 @@
 #include "tests/support/patience.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 
 #include <QComboBox>
 #include <QDialog>
@@ -33,7 +34,7 @@ class TestRawCapture : public WindowTest
 private slots:
     void initTestCase()
     {
-        QCoreApplication::addLibraryPath(QStringLiteral(KIVRA_MEDIA_SERVICES "/.."));
+        QCoreApplication::addLibraryPath(kivra::test::besideTheProgram());
         qputenv("KIVRA_DEMO_SIZE", "320x180");
     }
 

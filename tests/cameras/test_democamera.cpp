@@ -2,6 +2,7 @@
 #include "tests/support/patience.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 
 #include <QCamera>
 #include <QCameraExposure>
@@ -89,7 +90,7 @@ private slots:
     void initTestCase()
     {
         qRegisterMetaType<QCamera::LockType>();
-        QCoreApplication::addLibraryPath(QStringLiteral(KIVRA_MEDIA_SERVICES "/.."));
+        QCoreApplication::addLibraryPath(kivra::test::besideTheProgram());
     }
 
     void init()

@@ -1,5 +1,7 @@
 #include "tests/desktop/desktop.h"
 
+#include "tests/support/thisbuild.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -63,7 +65,7 @@ void Desktop::setVariable(const QString &name, const QString &value)
 // name would be looked for beside the program too.
 void Desktop::placeProgram(Cameras cameras)
 {
-    const QDir built(QStringLiteral(KIVRA_PROGRAM_FOLDER));
+    const QDir built(besideTheProgram());
     const QDir placed(folder.path());
     const QString services = QStringLiteral("mediaservice/");
     const auto copy = [&](const QString &name) {
@@ -203,7 +205,7 @@ QPoint Desktop::contentPosition() const
 
 void Desktop::keepScreenshot(const QString &name) const
 {
-    const QDir pictures(QStringLiteral(KIVRA_SCREENSHOT_FOLDER));
+    const QDir pictures(screenshotFolder());
     pictures.mkpath(QStringLiteral("."));
     screen().save(pictures.filePath(name + QStringLiteral(".png")));
 }

@@ -3,6 +3,7 @@
 #include "tests/support/patience.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 #include "tests/videonode/videonodes.h"
 
 #include <QDir>
@@ -148,7 +149,7 @@ private:
         for (auto variable = variables.begin(); variable != variables.end(); ++variable)
             environment.insert(variable.key(), variable.value());
         command.setProcessEnvironment(environment);
-        command.start(QStringLiteral(KIVRA_PROGRAM_FOLDER "/kivra-cameras"), arguments);
+        command.start(kivra::test::besideTheProgram(QStringLiteral("kivra-cameras")), arguments);
         if (!command.waitForFinished(patienceMs))
             qWarning("the command does not end");
         status = command.exitCode();

@@ -15,6 +15,7 @@
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 #include "video/videosurface.h"
 
 #include <QClipboard>
@@ -35,7 +36,7 @@ namespace {
 // The user's view of a hang: the window does not answer. What counts is the work that the window's
 // thread does, since on a busy machine any program is kept waiting; code for the sanitizers takes
 // several times as long.
-constexpr int longestTurnMs = freedMemoryIsKept ? 2500 : 500;
+const int longestTurnMs = isSanitized() ? 2500 : 500;
 // No turn at all for this long is a dead window on any machine.
 constexpr int hangMs = 60000;
 
@@ -47,7 +48,7 @@ constexpr qint64 allowedHeapGrowth = qint64(1) << 19;
 constexpr qint64 allowedResidentGrowth = qint64(4) << 20;
 
 // Now and then a use leaves a large picture in a cache until the next one: of too few, most might.
-constexpr int fewestSamples = freedMemoryIsKept ? 1 : 24;
+const int fewestSamples = isSanitized() ? 1 : 24;
 
 struct Sample
 {
@@ -185,7 +186,7 @@ private slots:
         QVERIFY(iFrame > 0 && addresses > 0 && answers.answered() > 0);
         QVERIFY2(heartbeat.busiest().processorMs <= longestTurnMs,
                  heartbeat.busiest().during.constData());
-        if (!freedMemoryIsKept)
+        if (!isSanitized())
             verifyFlatMemory();
     }
 
@@ -267,7 +268,7 @@ private:
         QVERIFY(resident <= allowedResidentGrowth);
     }
 
-    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", freedMemoryIsKept ? 15 : 10);
+    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", isSanitized() ? 15 : 10);
     const quint32 seed = quint32(numberFrom("KIVRA_SEED", 1));
     const bool trace = numberFrom("KIVRA_TRACE", 0) != 0;
     const QStringList files = pathsToOpen();

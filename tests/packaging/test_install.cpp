@@ -2,6 +2,7 @@
 // starts from there.
 
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -181,7 +182,7 @@ private slots:
 
     void noFileNamesTheFoldersOfTheBuild()
     {
-        if (KIVRA_INSTRUMENTED)
+        if (kivra::test::isInstrumented())
             QSKIP("what instruments the code names the sources");
         for (const QString &file : filesIn(everything)) {
             const QByteArray content = contentOf(installed(file));

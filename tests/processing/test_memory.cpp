@@ -5,6 +5,7 @@
 #include "tests/render/pictures.h"
 #include "tests/support/memory.h"
 #include "tests/support/testmain.h"
+#include "tests/support/thisbuild.h"
 
 #include <array>
 #include <functional>
@@ -37,7 +38,7 @@ class TestMemory : public QObject
 private slots:
     void initTestCase()
     {
-        if (freedMemoryIsKept)
+        if (isSanitized())
             QSKIP("the sanitizer has all of the address space");
         picture = gradient(size);
         QImage small = gradient(QSize(400, 400));

@@ -2,6 +2,7 @@
 
 #include "tests/support/patience.h"
 #include "tests/support/sandbox.h"
+#include "tests/support/thisbuild.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -99,21 +100,19 @@ void Command::start(QProcess *process, const QStringList &arguments) const
 QString Command::complaintsOf(QProcess *process)
 {
     QString all = QString::fromUtf8(process->readAllStandardError());
-#ifdef KIVRA_SANITIZED
+    if (!isSanitized())
+        return all;
     // Wherever they begin: a decoder that is ended amid its words leaves its line open.
     static const QRegularExpression ownLine(QStringLiteral("kivra-rendu : [^\n]*\n"));
     QString own;
     for (QRegularExpressionMatchIterator lines = ownLine.globalMatch(all); lines.hasNext();)
         own += lines.next().captured();
     return own;
-#else
-    return all;
-#endif
 }
 
 QString Command::program()
 {
-    return QStringLiteral(KIVRA_PROGRAM_FOLDER "/kivra-rendu");
+    return besideTheProgram(QStringLiteral("kivra-rendu"));
 }
 
 QImage noise(const QSize &size, unsigned int number)

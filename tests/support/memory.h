@@ -25,11 +25,4 @@ private:
     rlimit before;
 };
 
-/// The address sanitizer keeps what is freed for a while, so that memory says nothing.
-#if defined(KIVRA_SANITIZED)
-constexpr bool freedMemoryIsKept = true;
-#else
-constexpr bool freedMemoryIsKept = false;
-#endif
-
 } // namespace kivra::test
