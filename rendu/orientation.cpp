@@ -10,6 +10,7 @@ namespace kivra::rendu {
 namespace {
 
 constexpr int uprightMark = 1;
+constexpr int lastMark = 8;
 
 // The numbers of the TIFF file that a JPEG file holds for its notes. Beyond its end there are none.
 class TiffNumbers
@@ -68,8 +69,10 @@ int orientationIn(TiffNumbers tiff)
         const auto tag = tiff.word(entry);
         if (!tag)
             break;
-        if (tag == orientationTag && tiff.word(entry + 2) == shortType)
-            return tiff.word(entry + 8).value_or(uprightMark);
+        if (tag == orientationTag && tiff.word(entry + 2) == shortType) {
+            const int mark = tiff.word(entry + 8).value_or(uprightMark);
+            return mark >= uprightMark && mark <= lastMark ? mark : uprightMark;
+        }
     }
     return uprightMark;
 }

@@ -6,7 +6,8 @@
 namespace kivra::rendu {
 
 /// How the camera was held, as it is noted in the file at \a path: 1 to 8, as Exif counts (tag
-/// 0x0112). 1, upright, for a file without such a note, and for one that cannot be read. Only JPEG
+/// 0x0112). 1, upright, for a file without such a note or with
+/// another number, and for one that cannot be read. Only JPEG
 /// files are looked into (the reader of TIFF files turns their pictures itself); nothing is
 /// decoded.
 int orientationOf(const QString &path);

@@ -54,6 +54,9 @@ private slots:
             << noted(QByteArray(little).replace(8, 2, "\xFF\xFF").replace(10, 1, "\x13")) << 1;
         QTest::newRow("value of another type")
             << noted(QByteArray(little).replace(12, 1, "\x04")) << 1;
+        QTest::newRow("0, which is none")
+            << noted(QByteArray(little).replace(18, 1, QByteArray(1, 0))) << 1;
+        QTest::newRow("9, which is none") << noted(QByteArray(little).replace(18, 1, "\x09")) << 1;
         // What lies behind its segment is no longer the note's.
         QByteArray cut = noted(little);
         cut[5] = char(2 + 6 + 10);
