@@ -68,14 +68,14 @@ Camera::Camera(QWidget *parent)
     ui->displayWidget->busy = false;
 }
 
-// The camera draws on the surface until it is destroyed, so it goes first.
+// The camera draws on the surface to its last moment, so it is destroyed first.
 Camera::~Camera()
 {
     imageCapture.reset();
     camera.reset();
 }
 
-// The view counts as busy until the window is complete: until then it takes no frame.
+// The view counts as busy until the window is complete, so that no frame is shown earlier.
 void Camera::setUpForm()
 {
     ui->setupUi(this);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// In the same folder, so that it can be renamed; the browser does not list the suffix.
+// In the same folder, so that it can be renamed; the browser does not list files with this suffix.
 QString temporaryName(const QString &path)
 {
     return path + QStringLiteral(".%1.part")
