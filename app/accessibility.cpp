@@ -7,8 +7,8 @@
 
 namespace {
 
-// Some styles draw a menu's title as selected only once the menu is open, so that after Alt the
-// keyboard is nowhere to be seen.
+// Some styles highlight a menu's title only once the menu is open: after Alt, nothing shows where
+// the keyboard is.
 class VisibleSelection : public QProxyStyle
 {
 public:

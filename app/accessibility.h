@@ -3,6 +3,6 @@
 class QMainWindow;
 class Ui_Camera;
 
-/// Gives the widgets of the window's form that have no telling text a name that a screen reader
-/// speaks, and shows in the menu bar which menu the keyboard is at.
+/// Names the form's widgets that have no telling text, for screen readers, and makes the menu bar
+/// highlight the menu that has the keyboard.
 void makeAccessible(QMainWindow *window, const Ui_Camera &form);

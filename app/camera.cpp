@@ -68,14 +68,14 @@ Camera::Camera(QWidget *parent)
     ui->displayWidget->busy = false;
 }
 
-// The camera draws on the surface to its last moment.
+// The camera draws on the surface to its last moment, so it is destroyed first.
 Camera::~Camera()
 {
     imageCapture.reset();
     camera.reset();
 }
 
-// The view counts as busy until the window is complete, so that no frame reaches it before.
+// The view counts as busy until the window is complete, so that no frame is shown earlier.
 void Camera::setUpForm()
 {
     ui->setupUi(this);
@@ -85,12 +85,12 @@ void Camera::setUpForm()
     setUpToolBar();
     if (settings::wholeWindow.stored())
         centralWidget()->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
-    // The window is painted at every frame, and with it all that it shines through.
+    // Every frame repaints the window, and with it each widget that lets its background through.
     ui->menubar->setAutoFillBackground(true);
     ui->statusbar->setAutoFillBackground(true);
     layOut();
     ui->msgDisplay->setAttribute(Qt::WA_TransparentForMouseEvents);
-    ui->msgDisplay->hide(); // even without a text it would be painted over every frame
+    ui->msgDisplay->hide(); // even without text, every frame would repaint it
     setFocusPolicy(Qt::FocusPolicy(Qt::StrongFocus | Qt::WheelFocus));
     setFocus(Qt::OtherFocusReason);
 }
@@ -102,8 +102,9 @@ void Camera::setUpToolBar()
     connect(ui->toolBar, &QToolBar::actionTriggered, this, &Camera::takeKeyboardFromToolBar);
 }
 
-// A window is laid out when it is shown. A picture that it starts with is fitted to the view before
-// that, and the message's label, hidden from the start, would never be given its place.
+// Qt lays a window out when it is shown. That is too late for a picture given at the start, which
+// is fitted to the view before, and a label that is hidden then, as the message is, never gets its
+// place.
 void Camera::layOut()
 {
     layout()->activate();
@@ -124,8 +125,8 @@ void Camera::readSettings()
     smallField = settings::smallField.from(store);
 }
 
-// Returns the identifier of the first camera, empty when there is none. A camera that comes later
-// is in the menu when it is opened next.
+// Returns the identifier of the first camera, empty when there is none. A camera that is plugged in
+// later appears the next time the menu opens.
 QByteArray Camera::fillDeviceMenu()
 {
     auto *const devices = new DeviceMenu(ui->menuDevices, this);
@@ -150,7 +151,7 @@ void Camera::groupActions()
 
 void Camera::setShortcuts()
 {
-    constexpr int ctrl = Qt::CTRL; // as numbers: the modifiers and the keys are unlike enumerations
+    constexpr int ctrl = Qt::CTRL; // int, because the keys are another enumeration
     constexpr int alt = Qt::ALT;
     const std::pair<QAction *, QKeySequence> shortcuts[] = {
         {ui->actionImageSettings, Qt::Key_F8},
@@ -171,10 +172,10 @@ void Camera::setShortcuts()
     };
     for (const auto &[action, keys] : shortcuts)
         action->setShortcut(keys);
-    // A key held a little longer asks once for what takes time: the camera would refuse the next
-    // pictures, and be opened and closed long after the key; the browser would show one manual
-    // beside the other. And for what comes back to where it was: a negative that goes on and off
-    // thirty times a second is a flashing light.
+    // These actions ignore auto-repeat. Some take time: the camera would refuse the next stills,
+    // and go on opening and closing long after the key is released; the browser would open one
+    // manual after the other. Others toggle or cycle: a negative that goes on and off thirty times
+    // a second is a flashing light.
     for (QAction *action :
          {ui->actionEnregistrer_image, ui->actionStartCamera, ui->actionStopCamera, ui->actionAide,
           ui->actionReinit, ui->actionTailleFenetre, ui->actionMenu_graphique, ui->actionNegatif,
@@ -192,7 +193,7 @@ void Camera::startTimers()
     connect(bTimer.get(), SIGNAL(timeout()), this, SLOT(bTimerSlot()));
 }
 
-// No entry of the menus has a text for the status bar; the window would clear it at each.
+// The menu entries have no status tips; without this, each would clear the status bar.
 bool Camera::event(QEvent *event)
 {
     return event->type() == QEvent::StatusTip || QMainWindow::event(event);

@@ -46,7 +46,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
 
-    // The order of the slots is the order of the slot table, which others may rely on.
+    // The order of the slots is that of the slot table, on which other code may rely.
 private slots:
     /// Traces a change of the screen's geometry.
     void orientationEcran(QRect geometry);
@@ -65,18 +65,19 @@ private slots:
     /// as the user prefers. The camera may answer later; a file of the shown picture that cannot be
     /// written is not reported.
     void takeImage();
-    /// Tells of a still that the camera could not take or write.
+    /// Reports a still that the camera could not take or write.
     void displayCaptureError(int id, QCameraImageCapture::Error error, const QString &errorString);
     /// Lets the user choose format, resolution and quality of stills.
     void configureImageSettings();
-    /// Tells of the camera's fault, unless a box does already.
+    /// Reports the camera's fault in a box. While that box is open, the last further fault is kept
+    /// for the next one.
     void displayCameraError();
     void updateCameraDevice(QAction *action);
     /// Enables Start or Stop, whichever the camera's state allows.
     void updateCameraState(QCamera::State state);
-    /// In steps of half a stop.
+    /// Sets the compensation to \a index half stops.
     void setExposureCompensation(int index);
-    /// The preview of a still, which nothing shows.
+    /// Takes the preview of a still; nothing shows it.
     void processCapturedImage(int requestId, const QImage &img);
     void updateLockStatus(QCamera::LockStatus status, QCamera::LockChangeReason reason);
     void readyForCapture(bool ready);
@@ -111,8 +112,8 @@ private slots:
 
     /// Renders the last frame with the current selections and shows it.
     void updateDisplay();
-    /// Applies mode, table and effect, in this order, to lastFrame's picture in place; without the
-    /// memory for it, that becomes null.
+    /// Replaces the picture, which is lastFrame's, by the result of mode, table and effect, in this
+    /// order; by null when memory is short.
     void fProcessing(QImage *pImg, int imageProcessing, int displayMode);
 
     void on_actionNoir_et_blanc_triggered();
@@ -143,11 +144,11 @@ private slots:
     void show_Menu_graphique(bool show);
 
 private:
-    friend class CameraProbe; // the tests' eye on state that no widget shows
+    friend class CameraProbe; // lets the tests read state that no widget shows
 
-    /// Opens a picture file and shows it in place of the live picture; a box tells of a failure.
-    /// The window goes on meanwhile: showFile() or tellFailure() is called when the outcome is
-    /// known, which may be at once. What was being opened before is given up without a word.
+    /// Opens a picture file and shows it in place of the live picture; a box reports a failure. The
+    /// window goes on meanwhile: showFile() or tellFailure() is called when the outcome is known,
+    /// which may be at once. A file that was being opened before is given up without a message.
     void displayFile(const QString &path);
 
     // Steps of the construction
@@ -175,14 +176,14 @@ private:
     void endLivePicture();
     void showFile(const QString &path, const QImage &picture);
     void tellFailure(const QString &path);
-    /// For the user who will not wait: the file counts as one that cannot be opened.
+    /// Escape: gives up the file being opened and reports it as one that cannot be opened.
     void giveUpFile();
-    /// For a command that takes the picture's place: what is being opened is no longer wanted.
+    /// For a command that replaces the picture: gives up the file being opened, without a message.
     void forgetFile();
     void showThatFileIsOpening(bool opening);
     void lookAhead();
     void takeKeyboardFromToolBar();
-    /// Takes a step among the stored pictures and shows where it leads, for a key.
+    /// For a key: steps to another stored picture and shows it.
     void browse(const QKeyEvent &key, void (Images::*step)());
 
     std::unique_ptr<Ui_Camera> ui;
@@ -208,10 +209,10 @@ private:
     int coefZoom = 100;                 ///< per cent, 12..800
     int coefCourant = 3;                ///< 0 contraste, 1 lumiere, 2 reglage, 3 zoom
     std::unique_ptr<VideoSurface> videoSurface;
-    bool isFirstFrame = false;      ///< the next one, since the camera was started
+    bool isFirstFrame = false;      ///< the next frame is the first since the camera started
     QString cameraFault;            ///< the last one, in words
     bool tellsCameraFault = false;  ///< a box is open
-    bool surfaceStarted = false;    ///< by the present camera
+    bool surfaceStarted = false;    ///< since the present camera was opened
     QImage lastFrame;               ///< unprocessed, 32-bit; null before the first frame
     bool lastFrameIsOpaque = false; ///< the alpha of each of its pixels is known to be 255
     std::unique_ptr<kivra::Renderer> renderer;
@@ -219,9 +220,9 @@ private:
     std::unique_ptr<QTimer> bTimer;
     std::unique_ptr<Images> images;
     std::unique_ptr<kivra::PictureOpener> opener;
-    std::unique_ptr<QTimer> longOpening;  ///< until the pointer shows that a file is being opened
-    bool failureStands = false;           ///< the box that tells of a failure is open
-    void (Images::*lastStep)() = nullptr; ///< of the browser, by a key
+    std::unique_ptr<QTimer> longOpening;  ///< a file opens; then the pointer turns busy
+    bool failureStands = false;           ///< a box reports a file that cannot be opened
+    void (Images::*lastStep)() = nullptr; ///< of the browser; null before the first
     QElapsedTimer sinceBrowsed;           ///< since a file was shown; invalid before the first
     QClipboard *clipboard = nullptr;
 };

@@ -37,8 +37,8 @@ void Camera::setCamera(const QByteArray &cameraDevice)
     setFocusPolicy(Qt::ClickFocus);
 }
 
-// The surface and the view outlive the camera: their connections are made once, or a second camera
-// would show each frame and take each picture twice.
+// The surface and the view outlive the camera, so their connections are made only once. Otherwise,
+// with a second camera, each frame would be shown and each picture taken twice.
 void Camera::connectCamera()
 {
     connect(imageCapture.get(), SIGNAL(readyForCaptureChanged(bool)), this,
@@ -70,8 +70,8 @@ void Camera::noteSurfaceStart(bool active)
     surfaceStarted |= active;
 }
 
-// Some camera services hand on a frame or two after they were stopped, or after the next camera was
-// opened; these must not take the place of a picture that was opened meanwhile.
+// Some camera services deliver a frame or two after they were stopped, or after the next camera was
+// opened. Such a frame must not replace a picture that was opened meanwhile.
 bool Camera::wantsLivePicture() const
 {
     return surfaceStarted && camera && camera->state() == QCamera::ActiveState;
@@ -147,8 +147,8 @@ void Camera::setExposureCompensation(int index)
     camera->exposure()->setExposureCompensation(index * stopsPerStep);
 }
 
-// A device may also fail while it is let go, which nobody need know. A plug that sits loosely fails
-// again and again behind the box; of that the user is told once, and of the last other fault next.
+// A device may also fail while it is being closed; nobody needs to know that. A loose plug fails
+// again and again while the box is open: the box comes again only if the last fault is another one.
 void Camera::displayCameraError()
 {
     if (!camera)

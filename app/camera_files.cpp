@@ -15,13 +15,13 @@
 
 namespace {
 
-constexpr int prepareMs = 1000;    // after the start, which has other things to do first
-constexpr int longOpeningMs = 200; // a pointer that changes for less flickers
+constexpr int prepareMs = 1000;    // the start of the program has other things to do first
+constexpr int longOpeningMs = 200; // for less, a changing pointer only flickers
 
 } // namespace
 
-// A camera that is not running, such as one that was unplugged, would be loaded by a call to stop,
-// and a box would tell that this fails. Start and Stop may still say that it runs.
+// stop() would load a camera that is not running, such as an unplugged one; that fails, and a box
+// would say so. The actions Start and Stop may still show it as running.
 void Camera::endLivePicture()
 {
     if (camera->state() == QCamera::ActiveState)
@@ -83,7 +83,7 @@ void Camera::showFile(const QString &path, const QImage &picture)
     lookAhead();
 }
 
-// Until the box is answered there is no picture, and no live one takes its place behind the box.
+// Until the user closes the box there is no picture; no live frame is shown behind the box.
 void Camera::tellFailure(const QString &path)
 {
     lastFrame = QImage();
@@ -110,8 +110,8 @@ void Camera::forgetFile()
     showThatFileIsOpening(false);
 }
 
-// Who steps through stored pictures goes on in the same direction; a running camera needs the
-// processor and the memory itself.
+// The next step is likely to go in the same direction. A running camera needs the processor and the
+// memory itself.
 void Camera::lookAhead()
 {
     if (!lastStep || camera->state() == QCamera::ActiveState)
@@ -121,7 +121,7 @@ void Camera::lookAhead()
     opener->lookAhead(next.currentImage);
 }
 
-// A cancelled dialog is not told apart: the failed loading of no file tells the user.
+// Cancelling is no special case: loading "" fails and shows the error box.
 void Camera::on_actionOuvrir_Image_triggered()
 {
     endLivePicture();

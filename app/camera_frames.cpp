@@ -1,4 +1,4 @@
-// Every picture's way: frame in, mode, table, effect, picture out; selection of mode and effect.
+// The path of every picture: frame in, mode, table, effect, picture out; choosing mode and effect.
 
 #include "app/camera.h"
 
@@ -17,8 +17,8 @@ QRect reducedField(const QSize &frame)
     return {left, top, 2 * left, 2 * top};
 }
 
-// Shares the pixels, which stay as long as the part does. The whole picture for a part without any
-// extent, nothing for one that has an extent along one side only.
+// Shares the pixels and keeps them alive. A part of no width and no height gives the whole picture,
+// one of no width or no height a null picture.
 QImage partOf(const QImage &picture, const QRect &part)
 {
     if (part.isNull())
@@ -33,8 +33,8 @@ QImage partOf(const QImage &picture, const QRect &part)
 
 } // namespace
 
-// A frame that comes while another is in work, while the user holds the picture, while a box tells
-// that a file cannot be opened, or when none is wanted any more, is dropped.
+// Drops a frame that arrives while another is processed, while the user holds the picture, while a
+// box reports a file that cannot be opened, or when no live picture is wanted.
 void Camera::displayImage()
 {
     bool &busy = ui->displayWidget->busy;
@@ -50,8 +50,8 @@ void Camera::displayImage()
     busy = false;
 }
 
-// At the first frame after a start, and then the view itself at each resize. Unless the settings
-// ask for it, a live picture keeps its scale.
+// Fits the first frame after a start, if the settings ask for it; from then on the view fits it
+// again at each resize. Otherwise a live picture keeps its scale.
 void Camera::fitLivePicture()
 {
     if (!isFirstFrame)
@@ -61,7 +61,7 @@ void Camera::fitLivePicture()
         ui->displayWidget->fitPicture(lastFrame.size());
 }
 
-// What cannot be rendered leaves the last picture where it is.
+// A frame that cannot be rendered leaves the last picture on the screen.
 void Camera::updateDisplay()
 {
     QImage picture = lastFrame;
@@ -81,7 +81,7 @@ void Camera::fProcessing(QImage *pImg, int mode, int effect)
     if (pImg->isNull() && pixelCount > 0)
         return;
 
-    // Of an empty picture the times are no numbers; they are only ever shown.
+    // An empty picture divides by zero; the results are floating-point and only displayed.
     lastPixelCount = pixelCount;
     constexpr double msPerMpInSecondsPerPixel = 1e9;
     processingTimeMsPerMp = rendering.times.mode * msPerMpInSecondsPerPixel / lastPixelCount;

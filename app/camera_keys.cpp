@@ -8,8 +8,8 @@
 #include <QKeyEvent>
 
 // Presses queued while a picture is painted would page on after the release; a repeat that arrives
-// within 10 ms is dropped. So is one while a picture is being opened, or a held key would give up
-// each before it can be seen.
+// within 10 ms is dropped. A repeat while a picture is being opened is dropped too: it would give
+// up each picture before it is shown.
 void Camera::browse(const QKeyEvent &key, void (Images::*step)())
 {
     constexpr int soonMs = 10;
@@ -70,8 +70,8 @@ void Camera::keyPressEvent(QKeyEvent *event)
         event->accept();
         break;
     case Qt::Key_CameraFocus:
-        // Unlocked while it is held: a release that was none, of a press that was known as
-        // repeated.
+        // The key is still held but unlocked: an auto-repeat release was taken for a real one. Lock
+        // again.
         if (!event->isAutoRepeat() || camera->lockStatus() == QCamera::Unlocked)
             camera->searchAndLock();
         event->accept();
@@ -81,7 +81,7 @@ void Camera::keyPressEvent(QKeyEvent *event)
     }
 }
 
-// A held key is repeated by releases and presses, which end no lock and begin no search.
+// Auto-repeat sends release/press pairs; they neither unlock nor start a search.
 void Camera::keyReleaseEvent(QKeyEvent *event)
 {
     if (event->key() != Qt::Key_CameraFocus)

@@ -11,10 +11,9 @@ namespace {
 
 constexpr int messagePointSize = 32;
 constexpr int statusMs = 2000;
-constexpr QColor veil(255, 255, 255, 190); // black letters are read on a dark picture too
+constexpr QColor veil(255, 255, 255, 190); // keeps black letters readable on a dark picture
 
-// The label keeps the size that some earlier text gave it; a line too long for the window is
-// broken.
+// A label keeps the size of its previous text. A line too long for the window is wrapped.
 void fitToText(QLabel *label, int widest)
 {
     label->setWordWrap(false);

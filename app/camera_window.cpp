@@ -29,7 +29,7 @@ void Camera::on_actionTailleFenetre_triggered()
     modeTailleFenetre = modeTailleFenetre < lastPreset ? modeTailleFenetre + 1 : 0;
     qDebug() << modeTailleFenetre;
 
-    // A window system keeps a maximised window as large as its screen.
+    // The window system would not resize a maximised window.
     setWindowState(windowState() & ~(Qt::WindowMaximized | Qt::WindowFullScreen));
     switch (modeTailleFenetre) {
     case 0:
@@ -60,7 +60,7 @@ void Camera::show_Menu_graphique(bool show)
     ui->toolBar->setVisible(show);
 }
 
-// Pulled off, the tool bar is a window of its own, to which a click on a button gives the keyboard.
+// A detached tool bar is a window of its own; a click on one of its buttons gives it the keyboard.
 void Camera::takeKeyboardFromToolBar()
 {
     if (ui->toolBar->isFloating())

@@ -9,7 +9,7 @@ namespace {
 QT_WARNING_PUSH
 QT_WARNING_DISABLE_DEPRECATED
 
-// Two services may know the same camera; Qt opens it with the first.
+// Two services may list the same camera; Qt opens it with the first.
 QList<QByteArray> presentIdentifiers()
 {
     QList<QByteArray> different;
@@ -93,7 +93,7 @@ QAction *DeviceMenu::findGone(const QString &title, const QList<QByteArray> &pre
     return nullptr;
 }
 
-// The open camera may have come back where another one was.
+// The open camera may have come back under an identifier that another one had before.
 void DeviceMenu::follow(const QByteArray &open)
 {
     QAction *const checked = actions->checkedAction();

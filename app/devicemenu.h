@@ -9,7 +9,7 @@ class QMenu;
 class QString;
 
 /// The cameras in a menu: one checkable action for each identifier that Qt knows, with the
-/// identifier as its data, behind what the menu has already.
+/// identifier as its data, after the menu's other entries.
 class DeviceMenu : public QObject
 {
     Q_OBJECT
@@ -19,15 +19,15 @@ public:
     /// belongs to \a window, and so does this.
     DeviceMenu(QMenu *list, QObject *window);
 
-    /// Exclusive; its triggered() tells of the user's choice.
+    /// Exclusive; triggered() reports the user's choice.
     QActionGroup *group() const { return actions; }
 
     /// Checks the first camera. Returns its identifier, empty when there is none.
     QByteArray chooseFirst();
 
-    /// Brings the list up to date. What arrived comes last; what went is disabled; each keeps its
-    /// place, also when it comes back with another identifier. The check mark is at the camera
-    /// \a open; when that is not among those present, it stays where it was.
+    /// Brings the list up to date. A new camera comes last; one that is gone is disabled. Each
+    /// keeps its place, even if it comes back with another identifier. Checks the camera \a open if
+    /// it is present; otherwise the check mark stays.
     void update(const QByteArray &open);
 
 private:

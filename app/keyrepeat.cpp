@@ -18,7 +18,7 @@ void passOnAsRepeated(const QKeyEvent &press, QObject *receiver)
 
 bool KeyRepeat::eventFilter(QObject *watched, QEvent *event)
 {
-    if (!watched->isWindowType()) // where each key arrives first
+    if (!watched->isWindowType()) // windows get each key first
         return false;
     switch (event->type()) {
     case QEvent::KeyRelease:
@@ -27,7 +27,7 @@ bool KeyRepeat::eventFilter(QObject *watched, QEvent *event)
     case QEvent::ShortcutOverride:
         if (!isMissedRepeat(*static_cast<QKeyEvent *>(event)))
             return false;
-        event->accept(); // not looked up as a new press; the press below is, as a repeated one
+        event->accept(); // no shortcut lookup now; the press below gets its own, as auto-repeat
         return true;
     case QEvent::KeyPress:
         if (!isMissedRepeat(*static_cast<QKeyEvent *>(event)))

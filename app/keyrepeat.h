@@ -4,13 +4,11 @@
 
 class QKeyEvent;
 
-/// An event filter of the application: finds the repeated presses of a held key that Qt takes for
-/// new ones.
+/// An event filter of the application: finds auto-repeat presses that Qt takes for new ones.
 ///
 /// Qt on X11 detects auto-repeat only if the next press is already queued; about one in six is
-/// missed. Release and press then share a timestamp, in milliseconds, which no finger is quick
-/// enough for. Such a press is sent again as auto-repeat: it starts the shortcuts that repeat, and
-/// no other.
+/// missed. Release and press then share a timestamp, in milliseconds; no finger is that quick. Such
+/// a press is sent again as auto-repeat: it triggers only shortcuts that repeat.
 class KeyRepeat : public QObject
 {
     Q_OBJECT

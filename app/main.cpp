@@ -20,8 +20,8 @@ QIcon applicationIcon()
     return icon;
 }
 
-// Where the same camera is known to several camera services, Qt opens it with the preferred one.
-// Read once, before the first camera is looked for.
+// If several camera services list the same camera, Qt opens it with the preferred one. Qt reads the
+// variable once, before it looks for the first camera.
 void preferOwnCameraService()
 {
     constexpr const char *variable = "QT_MULTIMEDIA_PREFERRED_PLUGINS";

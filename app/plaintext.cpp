@@ -10,7 +10,7 @@ PlainText::PlainText(QObject *parent)
     QCoreApplication::instance()->installEventFilter(this);
 }
 
-// A label is polished before its text is laid out, which is when markup is followed.
+// A label is polished before its text is laid out, and only the layout follows markup.
 bool PlainText::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Polish) {

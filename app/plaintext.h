@@ -2,12 +2,12 @@
 
 #include <QObject>
 
-/// An event filter of the application, as long as it lives: makes every label show its text as it
-/// is, those of message boxes, of tool tips and of Qt's own dialogs included.
+/// While it lives, an event filter of the application: makes every label show its text as it is, in
+/// message boxes, tool tips and Qt's own dialogs too.
 ///
-/// A label guesses whether its text is markup, and markup names files that it opens and pictures
-/// that it decodes. The names of files and cameras and the texts of drivers come from anywhere; and
-/// no text of this program is markup.
+/// A label guesses whether its text is markup, and markup can make it open files and decode
+/// pictures. Names of files and cameras and texts of drivers are untrusted, and no text of this
+/// program is markup.
 class PlainText : public QObject
 {
     Q_OBJECT

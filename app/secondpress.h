@@ -7,19 +7,19 @@ class PixmapWidget;
 class QMouseEvent;
 class QToolBar;
 
-/// Keeps a double click on the picture off the tool bar. The first press brings the tool bar, near
-/// the window's top right under the mouse, where the second would press one of its buttons. Nobody
-/// aims at a button within the time of a double click: until it is over, what the mouse does on the
-/// tool bar is passed on to the picture.
+/// Keeps a double click on the picture off the tool bar. The first press shows the tool bar; near
+/// the window's top right it appears under the mouse, and the second press would hit one of its
+/// buttons. Nobody aims at a button that quickly: until the time of a double click is over, mouse
+/// events on the tool bar are passed on to the picture.
 class SecondPress : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Both live as long as this object. The tool bar has its buttons.
+    /// Both must outlive this object. The tool bar must already have its buttons.
     SecondPress(PixmapWidget *picture, QToolBar *bar);
 
-    /// A press on the picture brings the tool bar, which has been hidden.
+    /// To be called when a press on the picture shows the hidden tool bar.
     void toolBarComes();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -28,6 +28,6 @@ private:
     void passOn(const QMouseEvent &event) const;
 
     PixmapWidget *view;
-    QTimer doubleClick; ///< since the press that has brought the tool bar
+    QTimer doubleClick; ///< since the press that showed the tool bar
     bool held = false;  ///< a press was passed on and its release has not come yet
 };

@@ -1,13 +1,13 @@
 # Warnings and instrumentation, for every target of the tree.
 
-# The picture operations tell the compiler in its own words which loops become vectors.
+# The picture operations use GCC's and Clang's pragmas and attributes for vector code.
 if(NOT CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     message(FATAL_ERROR "Kivra is compiled by GCC or Clang, on Windows too; this is another compiler.")
 endif()
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wdouble-promotion
                     -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align
                     -Wformat=2)
-# Sources are compiled several at a time, and GCC takes all but the outermost for headers.
+# In a unity build, GCC takes the included sources for headers.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     add_compile_options(-Wno-subobject-linkage)
 endif()
@@ -15,7 +15,7 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     find_program(KIVRA_CCACHE ccache)
     mark_as_advanced(KIVRA_CCACHE)
     if(KIVRA_CCACHE)
-        # What it must be told to keep sources that start from precompiled headers.
+        # Without these options, ccache does not cache sources that use precompiled headers.
         set(CMAKE_CXX_COMPILER_LAUNCHER
             ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${KIVRA_CCACHE})
         if(KIVRA_TESTS AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
@@ -24,12 +24,12 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     endif()
 endif()
 
-# Paths inside the binaries would differ from one build folder to the next.
+# Without these, the binaries would contain the paths of the build folder.
 add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
                     -ffile-prefix-map=${CMAKE_BINARY_DIR}/=build/)
 
-# What users run is hardened: a write past a buffer on the stack ends the program, no table of addresses
-# can be written to, and nothing lies where an attacker would expect it.
+# What users run is hardened: a write past a buffer on the stack ends the program, tables of addresses are
+# read-only, and the program is loaded at random addresses.
 if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     include(CheckPIESupported)
     check_pie_supported(LANGUAGES CXX)
@@ -41,8 +41,8 @@ if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     endif()
 endif()
 
-# Text becomes bytes or an address only where a source says so, and iterating over a container neither
-# copies nor detaches it by accident.
+# Text becomes bytes or a URL only where a source says so, and iterating over a container neither copies nor
+# detaches it by accident.
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
                         QT_STRICT_ITERATORS)
 

@@ -4,8 +4,8 @@ if(NOT KIVRA_GZIP)
     kivra_missing(gzip gzip)
 endif()
 
-# kivra_compress(SOURCE TARGET): the one file as the other, compressed while CMake configures, with
-# neither its name nor the time of day in it: the same content gives the same bytes.
+# kivra_compress(SOURCE TARGET): compresses SOURCE into TARGET while CMake configures. Stores neither name nor
+# time, so the same content gives the same bytes.
 function(kivra_compress source target)
     execute_process(COMMAND ${KIVRA_GZIP} -9 -n -c ${source} OUTPUT_FILE ${target}
         RESULT_VARIABLE failed)

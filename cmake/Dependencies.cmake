@@ -1,11 +1,11 @@
-# Finds what the program is built on. Each thing that is missing stops here with one sentence that
-# names the Debian package to install.
+# Finds the libraries that the program needs. If one is missing, stops with one sentence that names the Debian
+# package to install.
 
 function(kivra_missing what package)
     message(FATAL_ERROR "${what} is missing: install the Debian package ${package}.")
 endfunction()
 
-# Qt's own message for a missing module is a page long, hence QUIET and our sentence.
+# QUIET, because Qt's own message for a missing module is a page long.
 macro(kivra_find_qt module package)
     find_package(Qt5${module} 5.15 QUIET)
     if(NOT Qt5${module}_FOUND)
@@ -23,8 +23,8 @@ endif()
 
 find_package(Threads REQUIRED)
 
-# Debian brings OpenCV's configuration file only with the full development package, which pulls in
-# hundreds of packages that this program never uses; so the two modules are also found by hand.
+# Debian has OpenCV's configuration file only in the full development package, which pulls in hundreds of
+# packages that this program never uses; without that file, this finds the two modules.
 function(kivra_find_opencv_module module package)
     if(TARGET opencv_${module})
         return()
@@ -45,8 +45,8 @@ find_package(OpenCV 4 QUIET COMPONENTS core imgproc)
 kivra_find_opencv_module(core libopencv-core-dev)
 kivra_find_opencv_module(imgproc libopencv-imgproc-dev)
 
-# Libraries without a configuration file of CMake's: kivra_find_library(NAME HEADER PACKAGE) makes the
-# target NAME.
+# For libraries without a CMake configuration file: kivra_find_library(NAME HEADER PACKAGE) makes the target
+# NAME.
 function(kivra_find_library name header package)
     find_path(KIVRA_${name}_INCLUDE_DIR ${header})
     find_library(KIVRA_${name}_LIBRARY ${name})
@@ -60,7 +60,7 @@ function(kivra_find_library name header package)
         INTERFACE_INCLUDE_DIRECTORIES ${KIVRA_${name}_INCLUDE_DIR})
 endfunction()
 
-# What the cameras of Linux are read with, and what confines the decoder of pictures.
+# For reading cameras on Linux, and for confining the decoder program.
 if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     kivra_find_library(seccomp seccomp.h libseccomp-dev)
     kivra_find_library(yuv libyuv/row.h libyuv-dev)
@@ -68,7 +68,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL Linux)
     kivra_find_library(turbojpeg turbojpeg.h libturbojpeg0-dev)
 endif()
 
-# What kivra-rendu makes documents and marks its pictures with, where there is such a command.
+# For kivra-rendu, where it is built: documents, and the notes in its pictures.
 if(UNIX AND NOT APPLE)
     kivra_find_library(hpdf hpdf.h libhpdf-dev)
     kivra_find_library(z zlib.h zlib1g-dev)

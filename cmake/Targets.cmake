@@ -1,9 +1,8 @@
 # How a room's library is declared.
 
-# Folders of headers are those of the targets: every header is included by its room, such as
-# "video/videosurface.h". A header with a source of its name is proven to need nothing else by that
-# source, which includes it first (scripts/lint checks the order); the others are compiled alone by the
-# target all_verify_interface_header_sets.
+# Every header is included with its room, such as "video/videosurface.h". Each must compile alone: a header
+# with a source of the same name is included first there (scripts/lint checks that); the target
+# all_verify_interface_header_sets compiles the others.
 set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
 
 # kivra_add_library(NAME KIND FILE...): a library of this kind (STATIC, OBJECT) from sources and headers.
@@ -23,11 +22,11 @@ function(kivra_add_library name kind)
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
 endfunction()
 
-# kivra_precompile_qt(NAME LIBRARIES... FOLDERS... HEADERS...): these headers, precompiled for all that is
-# compiled with the flags of this folder and links at least these libraries; FOLDERS are libraries of which
-# only the headers are found, for targets that link them and targets that do not. Parsing Qt's headers is a
-# third of the program's compilation and half of a test's. In builds with tests only: sources include what
-# they need all the same, as the other builds and clang-tidy show.
+# kivra_precompile_qt(NAME LIBRARIES... FOLDERS... HEADERS...): precompiles these headers for all targets that
+# have this folder's flags and link at least these libraries. Of FOLDERS, also libraries, only the include
+# folders are used, so a target need not link them. Parsing Qt's headers is a third of the program's
+# compilation and half of a test's. Only in builds with tests: sources must still include what they need,
+# which the other builds and clang-tidy check.
 function(kivra_precompile_qt name)
     if(NOT KIVRA_TESTS OR KIVRA_FUZZERS)
         return()
@@ -43,14 +42,14 @@ function(kivra_precompile_qt name)
     target_precompile_headers(${name} PRIVATE ${ARG_HEADERS})
 endfunction()
 
-# kivra_precompile(TARGET NAME): lets a target start from those headers, where this build has them.
+# kivra_precompile(TARGET NAME): lets a target use those precompiled headers, if this build has them.
 function(kivra_precompile target name)
     if(TARGET ${name})
         target_precompile_headers(${target} REUSE_FROM ${name})
     endif()
 endfunction()
 
-# kivra_add_test_library(NAME FILE...): a library of the tests, which the benchmarks use too.
+# kivra_add_test_library(NAME FILE...): a library for tests and benchmarks.
 function(kivra_add_test_library name)
     add_library(${name} STATIC ${ARGN})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})

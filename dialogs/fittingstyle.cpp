@@ -10,8 +10,8 @@
 
 namespace {
 
-// The largest height of letters, in pixels, up to the one of the widget's font, at which its text
-// fits. The part of its width that is not text is what its size hint adds to the text.
+// The largest font size in pixels, up to that of the widget's font, at which its text fits. What
+// the size hint adds to the text's width is not available for text.
 int fittingPixelSize(const QWidget &widget)
 {
     const QString text = widget.property("text").toString();

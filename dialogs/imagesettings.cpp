@@ -45,8 +45,8 @@ void ImageSettings::offerResolutions()
     }
 }
 
-// The name that a combo box tells is its current entry; what it is about has to come from its
-// label, which the form leaves beside it, and from a description.
+// A combo box tells a screen reader only its current entry. The form does not connect the labels
+// with the boxes, so label and description are set here.
 void ImageSettings::nameForScreenReaders()
 {
     setAccessibleName(QStringLiteral("Photographie de la caméra"));

@@ -11,13 +11,13 @@ class Ui_ImageSettingsUi;
 
 /// Lets the user choose how the camera writes its own stills: resolution, format and quality, out
 /// of what the capture object offers. Made for one use, run with exec(). It applies nothing by
-/// itself: who opened it takes imageSettings() when it was accepted.
+/// itself: when it is accepted, the caller reads imageSettings().
 class ImageSettings : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// Offers what \a capture supports, each list under a first item that leaves the choice to the
+    /// Offers what \a capture supports. The first item of each list leaves the choice to the
     /// camera. \a capture is not owned, not null, and outlives the dialog. \a parent may be null.
     explicit ImageSettings(QCameraImageCapture *capture, QWidget *parent = nullptr);
     ~ImageSettings() override;
@@ -31,7 +31,7 @@ public:
 
     /// Data of the item shown by \a box; invalid when the box shows none.
     QVariant boxValue(const QComboBox *box) const;
-    /// Makes the first item whose data equals \a value the one shown; without one, the box stays.
+    /// Selects the first item whose data equals \a value; if there is none, the selection stays.
     void selectComboBoxItem(QComboBox *box, const QVariant &value);
 
 protected:

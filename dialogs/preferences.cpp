@@ -23,7 +23,7 @@ constexpr std::array<Preference, 5> table{{
     {settings::smallField, &Ui_preferences::checkSmallField},
 }};
 
-// A screen reader tells with each box which heading it stands under.
+// Lets a screen reader say the heading of each box with it.
 void describe(const Ui_preferences &form)
 {
     form.checkRestore->setAccessibleDescription(form.label->text());

@@ -9,7 +9,7 @@ class Ui_preferences;
 /// with exec(): the boxes show the store as it was at construction, or defaults for absent keys.
 ///
 /// OK writes all five keys, whether their boxes changed or not; Cancel and closing write nothing.
-/// Who reads a key reads it when it acts, so nothing is handed back.
+/// Code that uses a key reads it from the store each time, so the dialog returns nothing.
 class preferences : public QDialog
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
     ~preferences() override;
 
 private slots:
-    /// Writes the five keys; comes after accept() within the same press of OK.
+    /// Writes the five keys; called after accept(), within the same press of OK.
     void on_buttonBox_accepted();
 
 private:

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int channelCount = 4;
 
-// Truncates to a range in which sums still are integers.
+// Truncates, and clamps to a range in which sums still fit into an int.
 int toInteger(double value)
 {
     constexpr double limit = 1 << 29;
@@ -27,15 +27,15 @@ int rounded(double value)
     return toInteger(std::floor(value + 0.5));
 }
 
-// Along one axis: what a pixel covers, from the first pixel of the picture to the last one, and the
-// weight of each; together they weigh 1.
+// Along one axis: the picture's pixels that a pixel of the result covers, the first, those between
+// and the last, and the weight of each. The weights add up to 1.
 struct Cover
 {
     int first;
     int whole; // how many lie between them
     float firstWeight;
     float wholeWeight;
-    float lastWeight; // 0 where the last one may not exist
+    float lastWeight; // 0 if the last one may be outside the picture
 
     int count() const { return 1 + whole + (lastWeight > 0.0F ? 1 : 0); }
 };
@@ -59,10 +59,10 @@ Cover coverOf(int pixel, double origin, double scale, int size)
 // The weights of the columns, for all rows.
 struct Columns
 {
-    int begin; // of what is covered at all, in the picture
+    int begin; // of the covered columns of the picture
     int end;
     int taps;
-    std::vector<int> firsts; // from begin
+    std::vector<int> firsts; // counted from begin
     std::vector<float> weights;
 
     Columns(const QRect &wanted, const ScaledPlace &place, int width)
@@ -93,7 +93,7 @@ private:
     }
 };
 
-// The sums of what a row covers of these columns.
+// Weighted sums, down these columns, of the rows that a row of the result covers.
 class RowSums
 {
 public:
@@ -103,7 +103,7 @@ public:
         , width(columns.end - columns.begin)
         , count(static_cast<std::size_t>(width) * channelCount)
         , scratch(count)
-        // Beyond the last column, where weights are 0, there is a number too.
+        // The kernel reads past the last column with weight 0, so there must be numbers.
         , sums(count + static_cast<std::size_t>(columns.taps) * channelCount)
     {
     }
@@ -114,7 +114,7 @@ public:
         bool isLast = whole == rows.whole;
         weigh(rows.first, {whole, rows.firstWeight, rows.wholeWeight, isLast ? rows.lastWeight : 0},
               sums);
-        // As many rows at a time as there is room for.
+        // At most mostWholeRows at a time: their 16-bit sums overflow beyond.
         for (int done = 1 + whole; !isLast; done += 1 + whole) {
             whole = std::min(rows.whole - done, mostWholeRows);
             isLast = done + whole == rows.whole;
@@ -142,7 +142,7 @@ private:
     std::vector<float> more;
 };
 
-// To these lines, of which the first begins with the first pixel wanted.
+// Writes to \a lines, which points to the place of the first pixel wanted.
 void writeMeans(const QImage &picture, const ScaledPlace &place, const QRect &wanted, uchar *lines,
                 int bytesPerLine)
 {

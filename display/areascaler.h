@@ -23,16 +23,16 @@ QRect pixelsFilled(const QSize &picture, const ScaledPlace &place);
 /// strokes are lost or come out uneven; its smooth drawing looks at four pixels only, loses strokes
 /// below one half, and blurs above 1.
 ///
-/// Makes the pixels \a wanted of the grid, which must lie in those that the picture fills. A pixel
-/// that the picture covers in part is the mean of that part. Alpha is averaged like the colours.
-/// Each pixel is the same whatever else is wanted, and at most one level from the exact mean.
+/// Makes the pixels \a wanted of the grid; the picture must fill all of them. A pixel that the
+/// picture covers in part is the mean of that part. Alpha is averaged like the colours. The value
+/// of a pixel does not depend on \a wanted, and is at most one level off the exact mean.
 ///
 /// \a picture is in a format of 32-bit words, with alpha premultiplied; the result has the same
-/// format. Null where nothing is wanted of it or there is no memory.
+/// format. Null if \a picture is null, \a wanted is empty or there is no memory.
 QImage scaledByArea(const QImage &picture, const ScaledPlace &place, const QRect &wanted);
 
 /// Writes the same pixels into their places in \a grid, an image of 32-bit words that must contain
-/// \a wanted. What has been there shows nowhere through.
+/// \a wanted. The old content is overwritten, not blended.
 void drawByArea(const QImage &picture, const ScaledPlace &place, const QRect &wanted, QImage &grid);
 
 } // namespace kivra

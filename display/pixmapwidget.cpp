@@ -26,15 +26,15 @@ float limitedZoom(float factor)
     return std::max(std::min(largestZoom, factor), smallestZoom);
 }
 
-// Truncates. Very long strips, scaled up, leave the range of int; there nothing is visible anyway,
-// and the painter's own arithmetic still has room.
+// Truncates, and clamps: a very long strip, scaled up, leaves the range of int. Nothing so far out
+// is visible, and the limit leaves room for the painter's own arithmetic.
 int toPixel(double length)
 {
     constexpr double limit = 1 << 29;
     return int(std::clamp(length, -limit, limit));
 }
 
-// Along one axis: where a picture of this extent begins in a view of that extent.
+// Along one axis: where the picture begins in the view.
 int origin(int view, float picture, float panned)
 {
     double start = double(float(view) - picture) * 0.5;
@@ -44,7 +44,8 @@ int origin(int view, float picture, float panned)
     return toPixel(start);
 }
 
-// The picture as premultiplied 32-bit words. A screen of fewer or more colours has others.
+// The picture as premultiplied 32-bit words. On a screen of another depth, the pixmap has another
+// format.
 QImage pixelWords(const QPixmap &pixmap)
 {
     const QImage picture = pixmap.toImage(); // shared
@@ -53,8 +54,8 @@ QImage pixelWords(const QPixmap &pixmap)
     return picture.convertToFormat(QImage::Format_RGB32);
 }
 
-// The image that the painter paints on, if its words may be written as they are: at the size of a
-// large screen, a copy of them takes as long as they took to compute. Otherwise null.
+// The image that the painter paints on, if its pixels can be written directly; otherwise null. On a
+// large screen, copying them would take as long as computing them.
 QImage *canvasOf(const QPainter &painter)
 {
     QPaintDevice *const device = painter.paintEngine()->paintDevice();
@@ -97,8 +98,8 @@ PixmapWidget::PixmapWidget(QWidget *parent)
 
 PixmapWidget::~PixmapWidget() = default;
 
-// No widget is told of a release that a menu or a blocked window takes for itself, so that the
-// application's own knowledge of the buttons has to be asked.
+// When a menu or a blocked window takes the release, no widget receives it; so ask the application
+// for the state of the buttons.
 void PixmapWidget::forgetLostPress()
 {
     if (QGuiApplication::mouseButtons() == Qt::NoButton)
@@ -147,7 +148,7 @@ void PixmapWidget::setPixmap(QPixmap picture)
     repaint();
 }
 
-// The live picture stands still meanwhile: the disk is not waited for.
+// The live picture stands still meanwhile, so this does not wait for the disk.
 void PixmapWidget::saveToFile(QString fName)
 {
     const QImage shown = grab(visibleRegion().boundingRect()).toImage();
@@ -196,7 +197,7 @@ void PixmapWidget::wheelEvent(QWheelEvent *event)
 {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    const int delta = event->delta(); // of the axis that turned, which angleDelta() leaves open
+    const int delta = event->delta(); // of the axis that turned; angleDelta() gives both
     QT_WARNING_POP
     const float turned = limitedZoom(float((delta * zoomPerDelta + 1.0) * double(zoomFactor)));
     if (turned == zoomFactor)
@@ -217,8 +218,9 @@ PixmapWidget::Placement PixmapWidget::placement() const
              origin(height(), pictureHeight, zoomFactor * float(pos.y()))}};
 }
 
-// The parent's background would be painted under the whole picture, which costs as much as the
-// picture itself. At its edges, where a pixel may be left out, both meet.
+// Qt would paint the parent's background under the whole picture, which costs as much as the
+// picture itself. This paints it beside the picture and one pixel under its edges, where rounding
+// may leave a gap.
 void PixmapWidget::paintSurroundings(QPainter &painter, const Placement &at) const
 {
     constexpr int edge = 1;
@@ -237,7 +239,7 @@ void PixmapWidget::paintPicture(QPainter &painter, const Placement &at, const QR
     const kivra::ScaledPlace place{toScreen.map(QPointF(at.origin)),
                                    toScreen.m11() * double(at.scale)};
     painter.save();
-    painter.setTransform(toScreen.inverted()); // the painter's pixels are those of the screen
+    painter.setTransform(toScreen.inverted()); // from here on in pixels of the screen
     if (place.scale == 1)
         painter.drawPixmap(place.origin, *pixmap);
     else
@@ -245,7 +247,7 @@ void PixmapWidget::paintPicture(QPainter &painter, const Placement &at, const QR
     painter.restore();
 }
 
-// Only what is exposed is computed.
+// Computes only the exposed pixels.
 void PixmapWidget::paintScaled(QPainter &painter, const kivra::ScaledPlace &place,
                                const QRect &exposed)
 {

@@ -1,6 +1,6 @@
 #include "resources/resources.h"
 
-// Outside every namespace: the macro declares a function of the global one.
+// Outside every namespace: the macro declares a function in the global one.
 void initialiseResources()
 {
     Q_INIT_RESOURCE(icones);

@@ -8,6 +8,6 @@
 void initialiseResources();
 
 /// The resource paths of the program's own icon, one PNG per size, smallest first (16 to 256
-/// pixels). Add them all to one QIcon: the sizes below 32 are a simpler drawing, which scaling
-/// down a large one does not give.
+/// pixels). Add them all to one QIcon: the sizes below 32 are a simpler drawing, not a large one
+/// scaled down.
 QStringList applicationIconFiles();

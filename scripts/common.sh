@@ -1,6 +1,6 @@
-# Shared by the scripts beside it: the packages and the build. To be sourced, from the top folder.
+# Functions for the scripts beside it: packages and builds. Source it from the top folder.
 
-# Where the words of a failure go: one sentence, on the error stream.
+# Ends the script with a message on the error stream.
 die() {
     printf '%s\n' "$*" >&2
     exit 1
@@ -22,7 +22,7 @@ missing_packages() {
         <(printf '%s\n' "$@" | sort -u)
 }
 
-# install_packages GROUP...: makes the groups' packages be there; does nothing when all are.
+# install_packages GROUP...: installs the groups' missing packages; does nothing if there are none.
 install_packages() {
     local wanted missing as_root=()
     mapfile -t wanted < <(packages_of "$@")
@@ -56,7 +56,7 @@ source_time() {
         date --utc --date="$(sed -n 's/^## .* (\(.*\))$/\1/p;T;q' CHANGELOG.md)" +%s
 }
 
-# wait_for WHAT COMMAND...: waits until the command succeeds, as long as PATIENCE says, a minute unless set.
+# wait_for WHAT COMMAND...: waits until the command succeeds, at most PATIENCE seconds (60).
 wait_for() {
     local what=$1 end=$((SECONDS + ${PATIENCE:-60}))
     shift
@@ -66,11 +66,11 @@ wait_for() {
     done
 }
 
-# colours_on FRAMEBUFFER: how many colours a screen of Xvfb's shows. A window has a few hundred, a camera's
+# colours_on FRAMEBUFFER: how many colours an Xvfb screen shows. A window has a few hundred, a camera's
 # picture thousands.
 colours_on() { od -An -v -t x4 -w4 "$1" | sort -u | wc -l; }
 
-# make_system SUITE FOLDER: a fresh Debian of this suite, from where this machine's packages come from.
+# make_system SUITE FOLDER: makes a fresh Debian of this suite, from this machine's package sources.
 make_system() {
     local suite=$1 root=$2 own file sources=/etc/apt/sources.list
     [ "$(id -u)" -eq 0 ] || die "Only root can make a fresh system; run it with sudo."
@@ -79,18 +79,18 @@ make_system() {
     mkdir -p "$root.sources"
     sed "s/\b$own\b/$suite/g" "$sources" >"$root.sources/${sources##*/}"
     mmdebstrap --variant=apt "$suite" "$root" "$root.sources/${sources##*/}"
-    # The ways to the network; what packages bring along would be in their way there.
+    # apt's network settings of this machine, but not the files that packages have installed.
     for file in /etc/apt/apt.conf /etc/apt/apt.conf.d/*; do
         [ ! -f "$file" ] || dpkg --search "$file" >/dev/null 2>&1 || cp "$file" "$root$file"
     done
     cp --dereference /etc/resolv.conf /etc/hosts "$root/etc/"
-    # No services.
+    # Packages must not start services there.
     printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
     chmod +x "$root/usr/sbin/policy-rc.d"
 }
 
-# in_system FOLDER COMMAND...: runs it as root in that system, with nothing of this one's environment but
-# DISPLAY. Its mounts and processes end with it, however it ends.
+# in_system FOLDER COMMAND...: runs the command as root in that system, with an environment of its own except
+# DISPLAY. However it ends, its mounts and processes end with it.
 in_system() {
     unshare --mount --propagation private --pid --fork --kill-child sh -euc '
         root=$1

@@ -19,7 +19,7 @@ void sync(const QByteArray &path)
 
 } // namespace
 
-// Not in Qt's pool: whoever converts a picture there would wait behind a slow disk.
+// Not in Qt's global pool: a slow disk would block the pictures that are converted there.
 void syncToDisk(const QString &path)
 {
     static QThreadPool disk;

@@ -88,8 +88,9 @@ void Images::openStorage()
     updateCurrentImage();
 }
 
-// With sub-folders, the last one's name is glued to the root and the pictures are the root's own.
-// Users of the root reach it through the folder of an opened file, which normally has none.
+// If the root has sub-folders, currentDir becomes the root's path with the last one's name appended
+// without a "/", while the pictures are those of the root itself. The root is the folder of an
+// opened file here, which normally has no sub-folders.
 void Images::openFolder()
 {
     if (!QDir(rootDir).exists())
@@ -107,7 +108,7 @@ void Images::enterDir(int index)
     refreshDir();
 }
 
-// Goes to the last sub-folder; without any, the folder being browsed stays.
+// Goes to the last sub-folder; if there is none, currentDir stays.
 void Images::readDirs()
 {
     dirList = subfolders(rootDir);

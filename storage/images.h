@@ -4,7 +4,8 @@
 #include <QStringList>
 
 /// Steps through stored pictures one by one, newest last, from one folder to the next at its ends.
-/// It only computes paths: whether a picture still exists and can be read shows when it is opened.
+/// It only computes paths; whether a picture still exists and can be read is known when it is
+/// opened.
 ///
 /// In storage mode, where it starts, the root is the folder of all months and the sub-folders are
 /// the months. In opened-folder mode the root is the folder of a file that the user opened.
@@ -22,15 +23,15 @@ public:
     void reinit();
     /// Makes \a dir the root; the lists follow at the next reinit().
     void setDir(QString dir);
-    /// Reads the pictures of the folder again; the position stays, or moves back to the last
-    /// picture when there are fewer.
+    /// Reads the folder's pictures again; the position stays, or moves back to the last picture if
+    /// there are fewer now.
     void refreshDir();
 
     /// One picture forward; after the last one, the first picture of the next folder.
     void getNextImage();
     /// One picture back; before the first one, the last picture of the previous folder.
     void getPrevImage();
-    /// One folder forward, at the same position in its pictures as far as it has that many.
+    /// One folder forward, at the same position, or at its last picture if it has fewer.
     void getNextDir();
     /// One folder back, likewise.
     void getPrevDir();

@@ -6,8 +6,8 @@
 //
 //     <Documents>/TablinoQt/<category>/<year>-<month>/im<YYMMDDhhmmss>.jpg
 //
-// Nothing here reports an error. A folder that cannot be made shows when a picture is written to
-// it. Times are local, and each field of a name comes from a reading of the clock of its own.
+// Nothing here reports an error: if a folder cannot be made, writing a picture to it fails. Times
+// are local, and the clock is read anew for each field of a name.
 
 /// The first existing Documents folder, ending in "/". Empty, with a warning in the log, when there
 /// is none; every path below is then relative to the process's current folder.

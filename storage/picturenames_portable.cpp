@@ -4,13 +4,13 @@
 
 QStringList pictureNames(const QString &path)
 {
-    if (path.isEmpty()) // for QDir, the current folder
+    if (path.isEmpty()) // QDir would take the current folder
         return {};
     QDir folder(path, QString(), QDir::NoSort, QDir::Files | QDir::CaseSensitive);
     folder.setNameFilters({QStringLiteral("*.jpg"), QStringLiteral("*.png")});
     QStringList names;
     for (const QFileInfo &entry : folder.entryInfoList()) {
-        if (entry.isFile()) // links to what is no file are listed too
+        if (entry.isFile()) // also listed: links to folders and the like
             names += entry.fileName();
     }
     return names;

@@ -27,8 +27,8 @@ bool isFile(DIR *folder, const dirent &entry)
 
 } // namespace
 
-// In a quarter of the time that QDir takes: a month may hold 100,000 pictures, and the program
-// starts with the newest month.
+// Takes a quarter of QDir's time: a month may hold 100,000 pictures, and the program lists the
+// newest month when it starts.
 QStringList pictureNames(const QString &path)
 {
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(QFile::encodeName(path).constData()));
@@ -40,7 +40,7 @@ QStringList pictureNames(const QString &path)
         if (!isPictureName(bytes) || !isFile(folder.get(), *entry))
             continue;
         const QString name = QFile::decodeName(bytes);
-        // A name that does not survive the way back could never be opened.
+        // A name that changes when it is encoded again could never be opened.
         if (QFile::encodeName(name) == bytes)
             names.append(name);
     }

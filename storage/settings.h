@@ -3,8 +3,8 @@
 #include <QSettings>
 #include <type_traits>
 
-/// The settings store, opened afresh: whoever reads or writes a setting opens it there and then, so
-/// that every reader sees what was written last, by this program or another.
+/// The settings store, opened afresh. Open it for each reading or writing: then every reader sees
+/// what this or another program wrote last.
 inline QSettings settingsStore()
 {
     return QSettings(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
@@ -17,8 +17,8 @@ struct Setting
     const char *key;
     Value absent;
 
-    /// A stored text that is no number, or one beyond int, counts as absent; of a flag, every text
-    /// but "false", "0" and the empty one means yes.
+    /// A text that is no number, or a number beyond int, counts as absent. A flag is off for
+    /// "false", "0" and the empty text, and on for any other.
     Value from(const QSettings &store) const
     {
         const QVariant stored = store.value(QLatin1String(key), absent);
@@ -46,19 +46,19 @@ inline constexpr Setting<int> lumiere{"params/lumiere", 0};
 inline constexpr Setting<int> contraste{"params/contraste", 100};
 inline constexpr Setting<int> reglage{"params/reglage", 50};
 inline constexpr Setting<int> zoom{"params/zoom", 100};
-/// Absent, it is on; without restore, it is not read and the field is whole.
+/// On when absent. Read only with restore on; otherwise the whole field is shown.
 inline constexpr Setting<bool> smallField{"preferences/smallField", true};
 inline constexpr Setting<bool> rawStore{"preferences/rawStore", true};
 inline constexpr Setting<bool> displayStatus{"preferences/displayStatus", false};
 inline constexpr Setting<bool> displayMsg{"preferences/displayMsg", false};
-/// The dialog shows the absent key as on: messages start with the first OK there.
+/// The dialog shows an absent key as on, so messages start with the first OK there.
 inline constexpr Setting<bool> displayMsgInDialog{displayMsg.key, true};
 /// For large screens; no dialog offers them.
 inline constexpr Setting<bool> wholeWindow{"preferences/wholeWindow", false};
 inline constexpr Setting<bool> fitLive{"preferences/fitLive", false};
 
-// How real cameras are used. The program does not read these: their service does, with the
-// environment over the store (cameras/video/videosettings.h). Absent, each is left to the camera.
+// How real cameras are used. The camera service reads these, not the program; the environment
+// overrides the store (cameras/video/videosettings.h). What is absent is left to the camera.
 
 /// Size and rate, "1280x720@30".
 inline constexpr const char *cameraFormat = "camera/format";

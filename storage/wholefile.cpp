@@ -10,14 +10,14 @@
 
 namespace {
 
-// In the same folder, from where it can be renamed; the browser does not list it.
+// In the same folder, so that it can be renamed; the browser does not list files with this suffix.
 QString temporaryName(const QString &path)
 {
     return path + QStringLiteral(".%1.part")
                       .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'));
 }
 
-// In one step where the system can: then a file is at this path at every moment.
+// In one step where the system can: then there is a file at this path at every moment.
 bool replace(const QString &path, const QString &by)
 {
     if (std::rename(QFile::encodeName(by).constData(), QFile::encodeName(path).constData()) == 0)
@@ -25,8 +25,8 @@ bool replace(const QString &path, const QString &by)
     return QFile::remove(path) && QFile::rename(by, path);
 }
 
-// In one step where the system and the file system can. Network file systems cannot rename so, but
-// link; those of memory sticks cannot link.
+// In one step where the system and the file system can. Network file systems cannot rename without
+// replacing, but can link; file systems of memory sticks cannot link.
 bool give(const QString &path, const QString &from)
 {
 #ifdef Q_OS_LINUX

@@ -12,11 +12,11 @@ namespace {
 constexpr uint red = 0xff0000;
 constexpr uint opaqueBlack = 0xff000000;
 
-// Drivers may count up to this many bytes of their own at the end of the mapped block.
+// Drivers may report up to this many bytes of their own at the end of the mapped block.
 constexpr int trailer = 32;
 
-// Qt looks for the further planes of a frame when it maps it, and divides by the rows they have: on
-// a frame of one row, by zero.
+// When Qt maps a frame of several planes, it divides by the number of rows of the further planes;
+// for a frame of one row, that is zero.
 bool hasSeveralPlanes(QVideoFrame::PixelFormat format)
 {
     switch (format) {
@@ -35,20 +35,20 @@ bool hasSeveralPlanes(QVideoFrame::PixelFormat format)
     }
 }
 
-// Fills the picture from the start of the block; rows are taken as they lie. True if every pixel is
-// opaque.
+// Copies the block into the picture as one run of words, without regard to rows. True if every
+// pixel is opaque.
 bool copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
 {
     constexpr qsizetype pixelBytes = sizeof(QRgb);
     const qsizetype room = picture.sizeInBytes() / pixelBytes;
-    // The word in which the block ends is not copied: half a pixel is no colour.
+    // Only whole words: half a pixel is no colour.
     const qsizetype offered = bits ? (qsizetype(mappedBytes) - trailer) / pixelBytes : 0;
     const auto copied = int(std::clamp<qsizetype>(offered, 0, room));
     auto *const pixels = reinterpret_cast<QRgb *>(picture.bits());
     const auto *const block = reinterpret_cast<const std::byte *>(bits);
     const bool isOpaque = kivra::kernels().copy(block, pixels, copied);
-    // Of a whole frame only the trailer is missing. Black there would be a dash that is no part of
-    // the page, and would shift the histogram of a plain one.
+    // Of a whole frame only the trailer is missing. Black there would show as a dash and shift the
+    // histogram of a plain page.
     const bool isWhole = mappedBytes >= picture.sizeInBytes() && copied > 0;
     std::fill(pixels + copied, pixels + room, isWhole ? pixels[copied - 1] : opaqueBlack);
     return isOpaque;

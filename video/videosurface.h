@@ -3,7 +3,7 @@
 #include <QAbstractVideoSurface>
 #include <QImage>
 
-/// Count of the frames that all surfaces have presented.
+/// How many frames all surfaces together have presented.
 extern int iFrame;
 
 /// The viewfinder of the camera: keeps a copy of the last frame and tells when there is a new one.
@@ -14,7 +14,7 @@ class VideoSurface : public QAbstractVideoSurface
 public:
     explicit VideoSurface(QObject *parent = nullptr);
 
-    /// ARGB32, then RGB32, whatever the type of handle.
+    /// ARGB32, then RGB32, for any type of handle.
     QList<QVideoFrame::PixelFormat>
     supportedPixelFormats(QAbstractVideoBuffer::HandleType handleType) const override;
 
@@ -25,10 +25,10 @@ public:
     void stop() override;
 
     /// Keeps a copy of \a frame and emits frameAvailable(). Returns false, without a signal, for a
-    /// frame that is invalid, has several planes, cannot be mapped or is too large to hold. A frame
-    /// whose rows are padded or whose memory is shorter than its size claims is copied as far as
-    /// both reach. The last 32 bytes of the memory are never copied: in a frame that is whole, its
-    /// last 8 pixels repeat the one before them. Whatever else is not covered is black.
+    /// frame that is invalid, has several planes, cannot be mapped or is too large to hold. If a
+    /// frame's rows are padded, or its memory is shorter than its size claims, the part that memory
+    /// and picture have in common is copied. The last 32 bytes of the memory are never copied: in a
+    /// frame that is whole, its last 8 pixels repeat the one before them. Any other gap is black.
     bool present(const QVideoFrame &frame) override;
 
     /// The last frame (RGB32; shared, copied on write); null before the first one.

@@ -67,7 +67,7 @@ void drawLesson(QPainter &painter)
     hand.write(painter, chalk, {160, 770}, QStringLiteral("9 + 16 = 25"));
 }
 
-/// Chalk only holds on the roughness of the board: takes away a part of each pixel of \a layer.
+/// Chalk only sticks to the rough spots of the board: takes away a part of each pixel of \a layer.
 void roughen(QImage &layer, const std::atomic<bool> &abandoned)
 {
     const double unit = 1 / sceneScale(layer.size());

@@ -4,8 +4,8 @@
 
 namespace kivra::cameras {
 
-/// A green board with white and yellow chalk, wiped many times: what the mode for the green board
-/// is for. The shadow of an arm passes over it.
+/// A green board with white and yellow chalk, wiped many times, for the mode of that name. The
+/// shadow of an arm passes over it.
 class Chalkboard : public Scene
 {
 public:

@@ -5,7 +5,7 @@
 
 namespace kivra::cameras {
 
-/// How the demonstration camera is to be, as the environment says (README.md lists the variables).
+/// The settings of the demonstration camera, from the environment (README.md lists the variables).
 struct DemoSettings
 {
     QSize frameSize{1280, 720};
@@ -13,8 +13,8 @@ struct DemoSettings
     QString folder;     ///< absolute path of a folder of pictures; empty for none
 };
 
-/// The settings of the environment as it is now. A value that cannot be used counts as not set and
-/// is told in one line of the log, once as long as it stays the same.
+/// Reads the environment as it is now. A value that cannot be used counts as not set and is logged
+/// in one line, once as long as it stays the same.
 DemoSettings demoSettings();
 
 } // namespace kivra::cameras

@@ -20,7 +20,7 @@ DemoSource::DemoSource(std::unique_ptr<PictureMaker> pictures, const DemoSetting
     lockTimer.setInterval(lockSearchMs);
     connect(&pace, &QTimer::timeout, this, &DemoSource::deliver);
     connect(&lockTimer, &QTimer::timeout, this, &DemoSource::onLockTimer);
-    // Not only at the pace, so that the first frame is seen as soon as it is there.
+    // The first frame is delivered as soon as it is ready, without waiting for the timer.
     connect(&frames, &FrameMaker::firstFrameReady, this, [this](int start) {
         if (start == currentStart && !announced)
             deliver();

@@ -8,7 +8,7 @@
 
 namespace kivra::cameras {
 
-/// A demonstration device in use: pictures of a maker, delivered at a steady rate.
+/// A demonstration device in use: delivers the pictures of a maker at a steady rate.
 ///
 /// The window's thread only takes finished pictures. Memory holds at most three frames, what the
 /// maker keeps, and a still picture while it is made and written.

@@ -29,8 +29,8 @@ double mix(double a, double b, double t)
     return a + (b - a) * t;
 }
 
-/// Replaces each of \a count values, \a stride bytes apart, by the mean of the five around it; what
-/// lies outside counts as nothing.
+/// Replaces each of \a count values, \a stride bytes apart, by the mean of the five around it;
+/// values outside count as 0.
 void blurLine(uchar *first, int count, qptrdiff stride, std::vector<uchar> &copy)
 {
     copy.assign(static_cast<size_t>(count) + 5, 0);
@@ -75,7 +75,8 @@ int toLevel(double value)
 
 void drawTable(QImage &picture, const QColor &colour, const std::atomic<bool> &abandoned)
 {
-    // Along the grain the wood changes slowly: looked at every few pixels, and even in between.
+    // Along the grain the wood changes slowly, so it is computed every few pixels and interpolated
+    // between them.
     constexpr int stride = 8;
     const double unit = 1 / sceneScale(picture.size());
     const QPointF corner = sceneTransform(picture.size()).inverted().map(QPointF(0, 0));
@@ -105,7 +106,7 @@ void drawTable(QImage &picture, const QColor &colour, const std::atomic<bool> &a
 
 void drawShadow(QPainter &painter, const QPainterPath &shape, double blur, double strength)
 {
-    // A soft thing needs few pixels: drawn small, blurred there, and enlarged smoothly.
+    // A soft shadow needs few pixels: draw it small, blur it there, and enlarge it smoothly.
     const double step = blur / 5;
     const QRectF area = shape.boundingRect().adjusted(-2 * blur, -2 * blur, 2 * blur, 2 * blur);
     const QSize size(static_cast<int>(area.width() / step) + 1,

@@ -140,7 +140,7 @@ void DifficultLight::drawStill(QImage &picture, const std::atomic<bool> &abandon
 
 void DifficultLight::drawMoving(QPainter &painter, double seconds) const
 {
-    // The shadow of a hand that points at one part and the other.
+    // The shadow of a hand that points at one part after another.
     const QPointF hand(1000 + 50 * std::sin(seconds * 0.8), 640 + 26 * std::sin(seconds * 1.1));
     QPainterPath pointing;
     pointing.setFillRule(Qt::WindingFill);

@@ -4,8 +4,8 @@
 
 namespace kivra::cameras {
 
-/// A coloured plate and pencils, most of it in deep shadow and a part in a glaring spot: what the
-/// mode for difficult lighting is for. The edge of the shadow and a pencil move.
+/// A coloured plate and pencils, mostly in deep shadow, partly in a glaring spot, for the mode for
+/// difficult lighting. The shadow of a pointing hand moves.
 class DifficultLight : public Scene
 {
 public:

@@ -9,10 +9,10 @@ namespace kivra::cameras {
 namespace {
 
 constexpr size_t bytesPerPixel = 4;
-// Longer than the widest row by enough places to begin at.
+// The widest row, and 16384 places at which a row's grain can begin.
 constexpr size_t grainPixels = 3840 + 16384;
 
-// What treats all bytes alike has changed the alphas too.
+// The loops treat all bytes alike and change alpha too; this restores it.
 void setOpaque(QRgb *row, int width)
 {
     std::transform(row, row + width, row, [](QRgb pixel) { return pixel | 0xFF000000U; });
@@ -52,7 +52,7 @@ void Grain::addTo(QImage &picture, unsigned seed) const
 
 void expose(QImage &picture, double ev, int margin)
 {
-    // Six fractional bits, since a product of a level and the factor of +4 stops fits 16 bits then.
+    // Six fractional bits: then a level times the factor of +4 stops still fits into 16 bits.
     const auto factor = static_cast<quint16>(std::lround(64 * std::exp2(ev / 2.2)));
     const auto low = static_cast<quint16>(margin);
     const auto high = static_cast<quint16>(255 - margin);

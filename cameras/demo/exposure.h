@@ -5,14 +5,16 @@
 
 namespace kivra::cameras {
 
-/// Grain of a sensor: random values made once and laid over each picture at another place.
+/// Sensor noise: random values, made once and added to each row from another place on.
 class Grain
 {
 public:
-    /// Values of \a sigma levels on average, none beyond reach().
+    /// Normally distributed values with a standard deviation of \a sigma levels, none beyond
+    /// reach().
     explicit Grain(double sigma);
 
-    /// What a level can change by; levels within it of black or white are pulled in first.
+    /// The most by which a level can change. Levels closer to black or white must be pulled in
+    /// first.
     int reach() const { return farthest; }
 
     /// Adds the grain to every colour of \a picture (Format_RGB32), whose levels must all lie from
@@ -21,7 +23,7 @@ public:
 
 private:
     int farthest;
-    std::vector<uchar> values; // to be added modulo 256; nothing at the place of alpha
+    std::vector<uchar> values; // to be added modulo 256; 0 at the place of alpha
 };
 
 /// Makes \a picture (Format_RGB32) lighter or darker by \a ev stops, as a camera of gamma 2.2 does:

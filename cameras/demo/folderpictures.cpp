@@ -17,7 +17,7 @@ bool FolderPictures::make(QImage &picture, double seconds, double ev,
                           const std::atomic<bool> &abandoned)
 {
     Q_UNUSED(seconds)
-    // One round at most: a folder may have lost all its pictures.
+    // One round at most: all the folder's pictures may be gone.
     for (int tried = 0; tried < files.size() && !abandoned; ++tried) {
         QImageReader reader(files.at(nextFile));
         nextFile = (nextFile + 1) % files.size();

@@ -6,8 +6,8 @@
 
 namespace kivra::cameras {
 
-/// Plays the picture files of a folder, one a frame, in the order of their names and over again.
-/// Each is scaled to fit the frame, on black. A file that cannot be read is passed over.
+/// Plays the picture files of a folder in a loop, one a frame, in the order of their names. Each is
+/// scaled to fit the frame, on black. A file that cannot be read is skipped.
 class FolderPictures : public PictureMaker
 {
 public:

@@ -106,7 +106,7 @@ void FrameMaker::run()
 
 void FrameMaker::makeFrame(std::unique_lock<std::mutex> &lock)
 {
-    // If the taker holds every picture, there is none to make until it wants one again.
+    // If the window's thread holds all pictures of the pool, none is made until it wants one again.
     frameWanted = false;
     const int start = currentStart;
     const double ev = exposure;

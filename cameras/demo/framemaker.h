@@ -12,17 +12,17 @@
 
 namespace kivra::cameras {
 
-/// The thread that a demonstration device's pictures are made on.
+/// The worker thread that makes a demonstration device's pictures.
 ///
-/// Hand-over: the window's thread wants a frame, this thread makes it in a picture of the pool and
-/// puts it into one slot under the lock, the window's thread takes it out under the same lock and
-/// thereby wants the next. So one frame is ready at most, a late taker makes the camera skip, and
-/// when nobody wants anything this thread sleeps without a timer. A picture in the slot is no
-/// longer written by anyone. The maker belongs to this thread alone.
+/// Hand-over: the window's thread asks for a frame; this thread makes it in a picture of the pool
+/// and puts it into the only slot, under the lock; the window's thread takes it out under the same
+/// lock and thereby asks for the next. So at most one frame is ready, frames are skipped when the
+/// window is late, and this thread sleeps without a timer when nothing is wanted. Nobody writes to
+/// a picture in the slot. Only this thread uses the maker.
 ///
-/// Signals are emitted on this thread: receivers on the window's get them queued. Everything else
-/// is called on the window's thread and never waits for a picture, but for the destructor, which
-/// waits for this thread to notice that the work is abandoned.
+/// Signals are emitted on this thread; receivers on the window's thread get them queued. Everything
+/// else is called on the window's thread and never waits for a picture. Only the destructor waits,
+/// until this thread notices that the work is abandoned.
 class FrameMaker : public QThread
 {
     Q_OBJECT
@@ -32,16 +32,16 @@ public:
     FrameMaker(std::unique_ptr<PictureMaker> maker, QSize frameSize);
     ~FrameMaker() override;
 
-    /// Begins with a first frame, told by firstFrameReady() with the number returned here.
+    /// Begins to make frames. firstFrameReady() announces the first, with the number returned here.
     int startFrames();
     /// Makes no more frames and forgets the one that is ready.
     void stopFrames();
-    /// The frame that is ready, or null, and wants the next one.
+    /// Returns the frame that is ready, or null, and asks for the next one.
     std::shared_ptr<const QImage> takeFrame();
 
     /// Makes a still picture, before the next frame.
     void takeStill(const StillRequest &request);
-    /// Forgets the still picture that is not begun; one that is begun is still answered.
+    /// Drops the still picture unless it is begun; one that is begun is still answered.
     void cancelStill();
 
     /// Pictures begun from now on are lighter or darker by \a ev stops.
@@ -49,7 +49,7 @@ public:
 
 signals:
     void firstFrameReady(int start);
-    /// There is nothing to make frames of.
+    /// No frame can be made: there is nothing to see.
     void nothingToSee(int start);
     void stillExposed(int id);
     /// \a picture is null if it could not be made.
@@ -62,7 +62,7 @@ private:
     void makeFrame(std::unique_lock<std::mutex> &lock);
     void makeStill(std::unique_lock<std::mutex> &lock);
 
-    // Of this thread alone.
+    // Used by this thread only.
     const std::unique_ptr<PictureMaker> maker;
     const std::shared_ptr<PicturePool> pool;
     const QElapsedTimer clock;

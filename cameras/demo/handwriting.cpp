@@ -65,7 +65,7 @@ const GlyphSource glyphSources[] = {
     {u'y', 98, Join::Drawn,
      "14 70 22 98 20 40 38 8 60 30 72 96 70 0 60 -74 42 -98 29 -74 56 -30 98 24"},
     {u'z', 80, Join::Drawn, "10 86 30 98 62 92 40 46 12 5 40 10 80 20"},
-    // Over or under the letter before.
+    // Over or under the preceding letter.
     {u'\u0301', 0, Join::None, "-50 132 -28 166"},
     {u'\u0300', 0, Join::None, "-62 166 -40 132"},
     {u'\u0302', 0, Join::None, "-68 132 -50 164 -32 132"},
@@ -136,8 +136,8 @@ const QHash<QChar, Glyph> &glyphs()
     return all;
 }
 
-/// Draws a smooth line through \a points (Catmull-Rom, as cubic pieces), each piece as wide as its
-/// direction makes a nib.
+/// Draws a smooth line through \a points (Catmull-Rom, as cubic pieces). Like a nib, each piece is
+/// as wide as its direction makes it.
 void drawStroke(QPainter &painter, const QPen &pen, double pressure, const QVector<QPointF> &points)
 {
     for (int i = 0; i + 1 < points.size(); ++i) {
@@ -173,7 +173,7 @@ QPointF Handwriting::write(QPainter &painter, const QPen &pen, QPointF start,
     };
     for (const QChar character : text.normalized(QString::NormalizationForm_D)) {
         const Glyph glyph = glyphs().value(character);
-        // No two letters of a hand are the same.
+        // No two letters of a handwriting are the same.
         const double seed = start.y() * 0.37 + ++count * 1.7;
         const double size = unit * (1 + 0.05 * smoothNoise(seed, 3));
         const double rise = 0.05 * xHeight * smoothNoise(x / 300, start.y());

@@ -6,7 +6,7 @@
 
 namespace kivra::cameras {
 
-/// Joined school handwriting, drawn as strokes, so that it needs no font.
+/// Joined school handwriting, drawn as strokes; needs no font.
 struct Handwriting
 {
     double xHeight = 21;   ///< height of a small letter without ascender, in the painter's units

@@ -92,7 +92,7 @@ void HandwrittenPage::drawStill(QImage &picture, const std::atomic<bool> &abando
     applyLight(
         picture,
         [](double x, double y) {
-            // A lamp on the right, and the shade of somebody who leans over the left.
+            // A lamp on the right; somebody leans over the left part and shades it.
             const double dx = (x - 1150) / 1500;
             const double dy = (y - 300) / 1100;
             const double shade = 1 / (1 + std::exp((x - 0.5 * y - 360) / 110));

@@ -5,7 +5,7 @@
 namespace kivra::cameras {
 
 /// A page of an exercise book with a pupil's handwriting in blue ink, on a grey table and in the
-/// shade of a hand: what the mode for handwriting is for.
+/// shade of somebody who leans over it, for the mode for handwriting.
 class HandwrittenPage : public Scene
 {
 public:

@@ -5,8 +5,8 @@
 
 namespace kivra::cameras {
 
-/// Makes the pictures that a demonstration device sees. Used by one thread at a time, which is not
-/// the window's.
+/// Makes the pictures that a demonstration device sees. Used by one thread at a time, never the
+/// window's.
 class PictureMaker
 {
 public:

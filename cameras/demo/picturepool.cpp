@@ -58,7 +58,8 @@ uchar *PictureBuffer::map(MapMode mode, int *numBytes, int *bytesPerLine)
         *numBytes = static_cast<int>(picture->sizeInBytes());
     if (bytesPerLine)
         *bytesPerLine = picture->bytesPerLine();
-    // The interface knows one pointer for reading and writing; the mode says which.
+    // The interface has one pointer for reading and writing, hence the cast; only ReadOnly is
+    // allowed.
     return const_cast<uchar *>(picture->constBits());
 }
 

@@ -10,9 +10,9 @@ namespace kivra::cameras {
 
 /// A fixed number of pictures of one size that are used over and over, on any thread.
 ///
-/// A picture is written by the one thread that took it and then only read; it comes back when the
-/// last reader lets go of it, and the pool's lock orders that reading before the next writing.
-/// Pictures may outlive those who made the pool: they keep it alive.
+/// The thread that took a picture writes it; from then on it is only read. It comes back when the
+/// last reader drops it, and the pool's lock orders that reading before the next writing. A picture
+/// keeps the pool alive, so it may outlive the pool's owner.
 class PicturePool : public std::enable_shared_from_this<PicturePool>
 {
 public:

@@ -159,7 +159,7 @@ void PrintedPage::drawStill(QImage &picture, const std::atomic<bool> &abandoned)
 
 void PrintedPage::drawMoving(QPainter &painter, double seconds) const
 {
-    // Along a line of text, and back a line lower, as one who reads aloud points.
+    // Along a line of text, then along the next, as somebody points who reads aloud.
     const double line = std::fmod(std::floor(seconds / 4), 2) * 98;
     const double along = std::fmod(seconds, 4) / 4;
     const double x = 330 + 880 * along + 6 * std::sin(seconds * 5);

@@ -4,8 +4,8 @@
 
 namespace kivra::cameras {
 
-/// A printed worksheet on a wooden table, in even light that falls off to one side: what the mode
-/// for text is for. A pencil follows the lines.
+/// A printed worksheet on a wooden table, in even light that falls off to one side, for the mode
+/// for text. A pencil follows the lines.
 class PrintedPage : public Scene
 {
 public:

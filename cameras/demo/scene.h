@@ -35,8 +35,8 @@ public:
     Scene(const Scene &) = delete;
     Scene &operator=(const Scene &) = delete;
 
-    /// Draws what does not move, light included, over all of \a picture (Format_RGB32). May leave
-    /// off anywhere once \a abandoned is true.
+    /// Draws what does not move, light included, over all of \a picture (Format_RGB32). May stop
+    /// anywhere once \a abandoned is true.
     virtual void drawStill(QImage &picture, const std::atomic<bool> &abandoned) const = 0;
     /// Draws what moves, where it is at \a seconds. \a painter is in scene coordinates.
     virtual void drawMoving(QPainter &painter, double seconds) const = 0;

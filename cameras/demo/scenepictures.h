@@ -8,8 +8,8 @@
 
 namespace kivra::cameras {
 
-/// Pictures of a scene. What does not move is drawn once and kept, one picture of the size that the
-/// first call asked for; another size is drawn anew each time, in place.
+/// Pictures of a scene. What does not move is drawn once, at the size of the first call, and kept.
+/// For another size it is drawn anew each time, into the caller's picture.
 class ScenePictures : public PictureMaker
 {
 public:

@@ -1,4 +1,4 @@
-// kivra-cameras: for whoever is called when there is no picture.
+// kivra-cameras: for the person who is called when there is no picture.
 
 #include "cameras/report/reporttext.h"
 #include "cameras/video/kernel.h"

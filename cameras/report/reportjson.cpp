@@ -1,4 +1,4 @@
-// The report for programs. Keys are English and stay as they are; others may be added.
+// The report for programs. Keys are English and never change; new ones may be added.
 
 #include "cameras/report/reporttext.h"
 #include "cameras/video/faulttexts.h"

@@ -17,7 +17,7 @@ QString sizeText(Size size)
     return QStringLiteral("%1 x %2").arg(size.width).arg(size.height);
 }
 
-// With a comma, and no zeros behind it.
+// With a decimal comma and without trailing zeros.
 QString rateText(const Rate &rate)
 {
     return QString::number(rate.perSecond(), 'g', 4).replace(QLatin1Char('.'), QLatin1Char(','));
@@ -157,7 +157,7 @@ QString choiceText(const Choice &choice)
              rate, reasonText(choice.reason));
 }
 
-// Whether it is Kivra itself that has the camera.
+// Whether Kivra itself has the camera.
 bool isOurs(const CameraReport &report)
 {
     return report.fault.fault == Fault::InUse && !report.users.empty() &&
@@ -165,7 +165,7 @@ bool isOurs(const CameraReport &report)
                        [](const NodeUser &user) { return user.program == "kivra"; });
 }
 
-// What is to be done about a camera that can be used.
+// Advice for a camera that can be used.
 QString adviceText(const CameraReport &report)
 {
     if (isOurs(report))

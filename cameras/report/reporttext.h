@@ -8,7 +8,7 @@
 
 namespace kivra::cameras {
 
-/// Everything that kivra-cameras tells.
+/// Everything that kivra-cameras reports.
 struct MachineReport
 {
     std::vector<CameraReport> nodes; ///< in the order in which the program lists cameras
@@ -23,7 +23,7 @@ bool isUsable(const MachineReport &report);
 /// For a person, in French, in lines.
 QString reportText(const MachineReport &report);
 
-/// The same for programs, as JSON; numbers as numbers, what is not known left out.
+/// The same for programs, as JSON. Numbers stay numbers; what is not known is left out.
 QByteArray reportJson(const MachineReport &report);
 
 } // namespace kivra::cameras

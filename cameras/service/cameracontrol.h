@@ -20,7 +20,8 @@ public:
     QCamera::CaptureModes captureMode() const override;
     void setCaptureMode(QCamera::CaptureModes mode) override;
     bool isCaptureModeSupported(QCamera::CaptureModes mode) const override;
-    /// Everything can be changed while the camera runs, except what it does not have.
+    /// True, even while the camera runs, for all but what it does not have: settings of video and
+    /// viewfinder.
     bool canChangeProperty(PropertyChangeType change, QCamera::Status status) const override;
 
 private:

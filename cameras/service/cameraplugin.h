@@ -6,8 +6,8 @@
 
 namespace kivra::cameras {
 
-/// What a media-service plug-in of a catalogue of cameras does. The plug-in proper derives from it
-/// to add its metadata, whose key is Q_MEDIASERVICE_CAMERA.
+/// A media-service plug-in for a catalogue of cameras. The actual plug-in derives from it and adds
+/// its metadata, whose key is Q_MEDIASERVICE_CAMERA.
 class CameraPlugin : public QMediaServiceProviderPlugin,
                      public QMediaServiceSupportedDevicesInterface
 {

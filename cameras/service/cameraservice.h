@@ -28,7 +28,7 @@ public:
     void releaseControl(QMediaControl *control) override;
 
 private:
-    // The session comes first, and so goes last: the controls refer to it.
+    // The controls refer to the session, so it is declared first and destroyed last.
     CameraSession session;
     CameraControl camera;
     DeviceSelector selector;

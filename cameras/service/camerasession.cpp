@@ -4,8 +4,8 @@ namespace kivra::cameras {
 
 namespace {
 
-/// The status that follows \a now on the way to \a wanted; \a now itself at the end of the way, or
-/// where only the device's answer leads on.
+/// The next status after \a now on the way to \a wanted; \a now itself if the way ends there or
+/// only the device's answer leads on.
 QCamera::Status nextStatus(QCamera::Status now, QCamera::State wanted)
 {
     switch (now) {
@@ -89,7 +89,7 @@ QCamera::Status CameraSession::status() const
 void CameraSession::setState(QCamera::State wanted)
 {
     if (!currentSource && wanted == QCamera::LoadedState && currentState == QCamera::ActiveState)
-        wanted = QCamera::UnloadedState; // there is nothing that could stay loaded
+        wanted = QCamera::UnloadedState; // without a device, nothing can stay loaded
     if (wanted == currentState)
         return;
     const QPointer<CameraSession> alive(this);
@@ -108,7 +108,7 @@ void CameraSession::setState(QCamera::State wanted)
         QMetaObject::invokeMethod(this, &CameraSession::reportMissing, Qt::QueuedConnection);
 }
 
-// Later, so that a window which starts its camera while it is made is there before the box.
+// Queued: a window that starts its camera in its constructor is then visible before the box.
 void CameraSession::reportMissing()
 {
     if (!currentSource)
@@ -117,8 +117,8 @@ void CameraSession::reportMissing()
                       "apparaîtra d'elle-même."));
 }
 
-// Every signal on the way may end in a slot that asks for another state, which is then complete
-// when we are back and makes this way obsolete, or that deletes the camera.
+// Any signal on the way may call a slot that deletes the camera, or that asks for another state.
+// That state is then reached when emit returns, and this way is obsolete.
 void CameraSession::climb(QCamera::State wanted)
 {
     const QPointer<CameraSession> alive(this);
@@ -168,7 +168,7 @@ bool CameraSession::openFirst()
 
 void CameraSession::openSource(const QByteArray &name)
 {
-    // The old source ends after everybody has let go of it.
+    // The old source is destroyed at the end, after everybody has switched to the new one.
     const std::unique_ptr<FrameSource> old = std::move(currentSource);
     selectedName = name;
     currentSource = catalogue.open(name);
@@ -197,13 +197,13 @@ void CameraSession::endStream()
         currentSurface->stop();
 }
 
-/// Starts the surface with the source's format; false if it refuses. No surface is no refusal.
+/// Starts the surface with the source's format; false if it refuses, true without a surface.
 bool CameraSession::startSurface()
 {
     return !currentSurface || currentSurface->start(currentSource->format());
 }
 
-// Who has waited for a first camera gets it.
+// Starts the first camera to arrive, if one is being waited for.
 void CameraSession::onDevicesChanged()
 {
     const QPointer<CameraSession> alive(this);
@@ -251,14 +251,14 @@ void CameraSession::onFormatChanged()
     }
 }
 
-// A frame that the surface refuses is lost, and the next one may be good: no reason to stop.
+// If the surface refuses a frame, it is lost, but the next one may be good: go on.
 void CameraSession::onFrame(const QVideoFrame &frame)
 {
     if (currentStatus == QCamera::ActiveStatus && currentSurface && currentSurface->isActive())
         currentSurface->present(frame);
 }
 
-// The frames will go on where they stopped, perhaps in another format.
+// Waits for the source to start again, perhaps in another format.
 void CameraSession::await()
 {
     if (currentStatus != QCamera::ActiveStatus)

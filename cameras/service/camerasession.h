@@ -9,12 +9,11 @@ namespace kivra::cameras {
 
 /// One camera in use: the chosen device, its state and the surface that its frames go to.
 ///
-/// The state is what the user of the camera asked for and changes at once; the status follows, one
-/// step at a time, and is Active only when the device has answered. While a device is away, or as
-/// long as there has been none, the state stays Active and the status Starting; Stop ends that.
-/// Errors are reported last, when state and status already agree, since an answer to one is often a
-/// modal box.
-/// Everything happens on the window's thread, and a slot may delete the camera at any signal.
+/// The state is what the caller asked for and changes at once. The status follows one step at a
+/// time, and becomes Active only when the device has answered. While a device is away or none has
+/// been found yet, the state stays Active and the status Starting; Stop ends that. Errors are
+/// reported last, when state and status agree, because the slot often opens a modal box. Everything
+/// happens on the window's thread, and any slot may delete the camera.
 class CameraSession : public QObject
 {
     Q_OBJECT
@@ -27,7 +26,7 @@ public:
     QList<Device> devices() const;
     /// Index into devices() of the chosen one; -1 if it is gone.
     int selectedDevice() const;
-    /// Chooses another device; a running camera goes on with it. An index that is none is ignored.
+    /// Chooses another device; a running camera goes on with it. Ignores an invalid index.
     void selectDevice(int index);
 
     /// The source of the chosen device; null if there is none. Replaced with sourceChanged().
@@ -35,8 +34,8 @@ public:
 
     QCamera::State state() const;
     QCamera::Status status() const;
-    /// Asks for a state. Without a device, Loaded is refused, and Active waits for the first one to
-    /// come; both report an error in the next turn of the event loop.
+    /// Asks for a state. Without a device, Loaded is refused, and Active waits for the first
+    /// device; both report an error in the next turn of the event loop.
     void setState(QCamera::State wanted);
 
     QAbstractVideoSurface *surface() const;

@@ -15,7 +15,7 @@ public:
     explicit DeviceSelector(CameraSession &session);
 
     int deviceCount() const override;
-    /// The name of a device; empty for an index that is none.
+    /// The name of a device; empty for an invalid index.
     QString deviceName(int index) const override;
     QString deviceDescription(int index) const override;
     int defaultDevice() const override;

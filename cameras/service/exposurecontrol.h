@@ -20,9 +20,9 @@ public:
                                          bool *continuous) const override;
     /// What was last asked for, in EV; invalid for other parameters.
     QVariant requestedValue(ExposureParameter parameter) const override;
-    /// The step that is nearest to it.
+    /// The nearest step to that value.
     QVariant actualValue(ExposureParameter parameter) const override;
-    /// Asks for \a value in EV; false if it is no number or another parameter.
+    /// Asks for \a value in EV; false if it is not a number, or for another parameter.
     bool setValue(ExposureParameter parameter, const QVariant &value) override;
 
 private:

@@ -20,8 +20,8 @@ struct Device
     QString description; ///< what a menu shows
 };
 
-/// One still picture to be taken. Everything is settled when it is asked for, so that later changes
-/// of the settings do not reach it.
+/// One still picture to be taken. Everything is fixed when it is requested; later changes of the
+/// settings do not affect it.
 struct StillRequest
 {
     int id = 0;
@@ -31,11 +31,11 @@ struct StillRequest
     QMultimedia::EncodingQuality quality = QMultimedia::NormalQuality;
 };
 
-/// Where a camera's pictures come from, and how it behaves: what differs from one device to another
-/// and what a test wants to decide. The service around it knows Qt's rules for cameras.
+/// Where a camera's pictures come from, and how it behaves: all that differs between devices, or
+/// that a test decides. Qt's rules for cameras are in the service around it.
 ///
-/// Lives on the thread that made it, the window's; its functions are called and its signals are
-/// emitted there. A slot may delete the source, so emitting is the last thing that a function does.
+/// Lives on the window's thread: its functions are called and its signals are emitted there. A slot
+/// may delete the source, so a function emits as its last action.
 class FrameSource : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ class FrameSource : public QObject
 public:
     using QObject::QObject;
 
-    /// What the next frames look like; asked for after started() and formatChanged().
+    /// The format of the next frames; the service reads it after started() and formatChanged().
     virtual QVideoSurfaceFormat format() const = 0;
 
     /// The codecs of still pictures, the default first.
@@ -51,15 +51,15 @@ public:
     /// The sizes of still pictures in pixels, the default first.
     virtual QList<QSize> stillResolutions() const = 0;
 
-    /// Begins to deliver. Answered, now or later, by started() or failed().
+    /// Starts to deliver frames. Answered, now or later, by started() or failed().
     virtual void start() = 0;
-    /// Ends delivering: no frame comes after the return. Harmless when nothing is delivered.
+    /// Stops delivering: no frame comes after it returns. Does nothing if nothing is delivered.
     virtual void stop() = 0;
 
     /// Takes a picture. Answered by stillExposed() and then stillTaken() or stillEncoded(), or by
-    /// stillFailed(); also after stop(), which does not end it.
+    /// stillFailed(). stop() does not cancel it.
     virtual void takeStill(const StillRequest &request) = 0;
-    /// Drops the picture being taken. Its answer, should it still come, is ignored.
+    /// Drops the picture being taken. If its answer still comes, it is ignored.
     virtual void cancelStill() = 0;
 
     /// Whether the device has what setExposureCompensation() needs; may change with started().
@@ -72,7 +72,8 @@ public:
     {
         return QCamera::LockExposure | QCamera::LockWhiteBalance | QCamera::LockFocus;
     }
-    /// Looks for \a locks (focus, exposure, white balance). Answered by locksFound(), now or later.
+    /// Searches for \a locks (focus, exposure, white balance). Answered by locksFound(), now or
+    /// later.
     virtual void searchLocks(QCamera::LockTypes locks) = 0;
     /// Ends the search for \a locks and gives them up.
     virtual void releaseLocks(QCamera::LockTypes locks) = 0;
@@ -84,20 +85,20 @@ signals:
     void formatChanged();
     /// A frame for the viewfinder, handed on as it is, whether or not it agrees with format().
     void frameReady(const QVideoFrame &frame);
-    /// The device failed with \a text for the user and is now in \a state. Active says that it is
-    /// away and that the source looks for it: started() comes once more when it is back, unless
+    /// The device failed, with \a text for the user, and is now in \a state. Active means that it
+    /// is away and that the source looks for it: when it is back, started() comes again, unless
     /// stop() has ended the search.
     void failed(QCamera::Error error, const QString &text, QCamera::State state);
 
-    /// The device came back as the one that the catalogue lists by this name.
+    /// The device came back; the catalogue now lists it under this name.
     void renamed(const QByteArray &name);
 
-    /// The picture \a id has been exposed: what moves now is no longer on it.
+    /// The picture \a id has been exposed: what moves from now on is not in it.
     void stillExposed(int id);
-    /// The picture \a id, to be encoded and written by the service, and a smaller view of it.
+    /// The picture \a id, which the service encodes and writes, and a smaller view of it.
     void stillTaken(int id, const QImage &picture, const QImage &preview);
-    /// The picture \a id as the device encoded it, a complete file of the codec asked for, to be
-    /// written by the service as it is, and a smaller view of it.
+    /// The picture \a id as the device encoded it, and a smaller view of it. \a file is complete
+    /// and of the codec asked for; the service writes it as it is.
     void stillEncoded(int id, const QByteArray &file, const QImage &preview);
     /// For a device that writes its files itself: the picture \a id is at \a path.
     void stillSaved(int id, const QString &path);

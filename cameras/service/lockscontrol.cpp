@@ -19,7 +19,7 @@ LocksControl::LocksControl(CameraSession &owner)
         if (state != QCamera::ActiveState)
             loseAll();
     });
-    // A device that is away for a while forgets them.
+    // A device that goes away loses its locks.
     connect(&session, &CameraSession::statusChanged, this, [this](QCamera::Status status) {
         if (status == QCamera::StartingStatus)
             loseAll();
@@ -67,7 +67,7 @@ void LocksControl::failLater(QCamera::LockTypes locks)
 {
     if (!locks)
         return;
-    // Later, like every answer to a search: QCamera hears of none during the call.
+    // Queued, like every answer to a search: QCamera misses an answer that comes during the call.
     QMetaObject::invokeMethod(
         this,
         [this, locks] {

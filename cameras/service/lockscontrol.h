@@ -8,7 +8,7 @@
 namespace kivra::cameras {
 
 /// Focus, exposure and white balance locks: Searching until the device answers, then Locked, or
-/// Unlocked if it found nothing. A search fails while the camera is not active, and stopping it
+/// Unlocked if it found nothing. A search fails while the camera is not active. Stopping the camera
 /// loses the locks.
 class LocksControl : public QCameraLocksControl
 {
@@ -31,7 +31,7 @@ private:
     QCamera::LockTypes locksThatAre(QCamera::LockStatus status) const;
 
     CameraSession &session;
-    QMap<QCamera::LockType, QCamera::LockStatus> statuses; // what is not in it is unlocked
+    QMap<QCamera::LockType, QCamera::LockStatus> statuses; // those missing are unlocked
 };
 
 } // namespace kivra::cameras

@@ -6,7 +6,7 @@
 
 namespace kivra::cameras {
 
-/// The surface that the session's frames go to.
+/// The surface that receives the session's frames.
 class RendererControl : public QVideoRendererControl
 {
     Q_OBJECT

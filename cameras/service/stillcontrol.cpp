@@ -11,7 +11,7 @@ namespace {
 
 constexpr int longestQueue = 4;
 
-/// The absolute path meant by \a fileName, with a free name where it gives none.
+/// The absolute path for \a fileName; a free name in the pictures folder if it is empty.
 QString resolvedPath(const QString &fileName, const QString &codec)
 {
     const QDir pictures(QStandardPaths::writableLocation(QStandardPaths::PicturesLocation));
@@ -117,7 +117,7 @@ void StillControl::onStatusChanged()
         updateReadiness();
 }
 
-/// Hands the first request to the source, unless one is there already.
+/// Hands the first request to the source, unless the source is working on one.
 void StillControl::next()
 {
     if (underWay || requests.isEmpty() || !session.source())
@@ -141,7 +141,7 @@ void StillControl::dropAll(const QString &reason)
     cancelCapture();
 }
 
-// Queued, so that the caller of capture() knows the number before it hears of it.
+// Queued, so that the caller of capture() knows the number before the error comes.
 void StillControl::refuse(int id, QCameraImageCapture::Error code, const QString &text)
 {
     QMetaObject::invokeMethod(
@@ -199,8 +199,8 @@ void StillControl::onEncoded(int id, const QByteArray &file, const QImage &previ
     emit imageCaptured(id, preview);
 }
 
-// An answer to a request that is none any more is passed on all the same: what a careless device
-// does is the business of who listens. It only does not count as the answer to another one.
+// A late answer, to a request that is no longer open, is passed on too; receivers may ignore it. It
+// must not count as the answer to the present request.
 void StillControl::onFailed(int id, QCameraImageCapture::Error code, const QString &text)
 {
     if (underWay && id == requests.first().id)

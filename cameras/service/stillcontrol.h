@@ -12,10 +12,10 @@ namespace kivra::cameras {
 /// Takes still pictures, one after the other, and has them written.
 ///
 /// Ready while the camera is active and no picture is being taken. A request that comes earlier
-/// waits its turn, as long as few do; each keeps the settings of the moment when it was made.
-/// Memory holds one picture at a time. A picture asked for is still taken when the camera is
-/// stopped; unloading the camera or choosing another device drops it, with an error.
-/// Every answer comes after capture() has returned.
+/// waits in a short queue; each keeps the settings of the moment when it was made. Memory holds one
+/// picture at a time. A requested picture is taken even if the camera is stopped meanwhile;
+/// unloading the camera or choosing another device drops it, with an error. Every answer comes
+/// after capture() has returned.
 class StillControl : public QCameraImageCaptureControl
 {
     Q_OBJECT
@@ -28,11 +28,12 @@ public:
     QCameraImageCapture::DriveMode driveMode() const override;
     void setDriveMode(QCameraImageCapture::DriveMode mode) override;
 
-    /// Asks for a picture in the file \a fileName; relative names and the empty one mean the user's
-    /// pictures folder. Without a codec in the settings, the suffix of the name decides, and JPEG
-    /// where it tells nothing. Returns the request's number, also if an error() is to follow.
+    /// Requests a picture in the file \a fileName. A relative name is in the user's pictures
+    /// folder; for an empty one, a free name there is chosen. Without a codec in the settings, the
+    /// suffix decides if it names one of the source's codecs; otherwise the source's default is
+    /// taken. Returns the request's number, even if an error() follows.
     int capture(const QString &fileName) override;
-    /// Drops every picture asked for and not yet written; none of them is answered.
+    /// Drops all pictures that are not yet written, without an answer.
     void cancelCapture() override;
 
 private:
@@ -57,7 +58,7 @@ private:
     StillWriter writer;
     QList<StillRequest> requests; // the first is being taken or written
     bool underWay = false;        // the first has been handed to the source
-    bool ready = false;           // as last told
+    bool ready = false;           // as last signalled
     int lastId = 0;
 };
 

@@ -6,9 +6,9 @@
 
 namespace kivra::cameras {
 
-/// What still pictures are to be like: codec, resolution and quality.
+/// The wanted codec, resolution and quality of still pictures.
 ///
-/// Keeps what it is given; whether the device offers it is seen when a picture is taken.
+/// Stores what it is given; whether the device offers it is checked when a picture is taken.
 class StillSettings : public QImageEncoderControl
 {
     Q_OBJECT

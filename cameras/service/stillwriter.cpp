@@ -27,7 +27,7 @@ int jpegQuality(QMultimedia::EncodingQuality quality)
 
 QCameraImageCapture::Error fileError(const QSaveFile &file)
 {
-    // The only resource that a file being written exhausts is the room on its disk.
+    // The only resource that writing a file can exhaust is the space on its disk.
     return file.error() == QFileDevice::ResourceError ? QCameraImageCapture::OutOfSpaceError
                                                       : QCameraImageCapture::ResourceError;
 }
@@ -59,8 +59,8 @@ void StillWriter::write(const StillRequest &request, const QByteArray &encoded)
 void StillWriter::begin(const StillRequest &request, const Content &content)
 {
     const int generation = currentGeneration;
-    // The job may use this object: the destructor waits for it, and an answer that is still on its
-    // way then is discarded with the object that it is addressed to.
+    // The job may use this object, because the destructor waits for it. An answer that is queued by
+    // then is discarded together with its receiver.
     pool.start([this, request, content, generation] {
         const Outcome outcome = writeFile(request, content, generation);
         QMetaObject::invokeMethod(
@@ -84,8 +84,8 @@ StillWriter::Outcome StillWriter::writeFile(const StillRequest &request, const C
     Outcome outcome = content(file);
     if (outcome.error != QCameraImageCapture::NoError || generation != currentGeneration)
         return outcome;
-    // What a small picture leaves in the buffer would be written by commit(), which does not tell
-    // when that fails.
+    // commit() would write what a small picture leaves in the buffer, but does not report when that
+    // fails.
     return file.flush() && file.commit() ? Outcome{} : cannotWrite(request, file);
 }
 
@@ -93,7 +93,7 @@ StillWriter::Outcome StillWriter::encode(const StillRequest &request, const QIma
                                          QSaveFile &file)
 {
     QImageWriter writer(&file, request.codec.toLatin1());
-    // PNG loses nothing at any quality, and Qt would only make it slower or larger.
+    // PNG is lossless at any quality; the setting would only make it slower or larger.
     if (request.codec == QLatin1String("jpeg"))
         writer.setQuality(jpegQuality(request.quality));
     if (writer.write(picture))

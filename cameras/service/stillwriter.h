@@ -12,8 +12,8 @@ namespace kivra::cameras {
 
 /// Encodes still pictures and writes their files on a thread of its own.
 ///
-/// A file appears under its name when it is complete, in place of what was there. The destructor
-/// waits for a file that is being written, so that a picture already taken is not lost.
+/// A file gets its name when it is complete, and then replaces an old one. The destructor waits for
+/// the file being written, so that a picture already taken is not lost.
 class StillWriter : public QObject
 {
     Q_OBJECT

@@ -16,7 +16,7 @@ namespace kivra::cameras {
 
 namespace {
 
-/// Names of the entries of \a folder that are numbers.
+/// The names in \a folder that are numbers.
 std::vector<std::string> numberedEntries(const std::string &folder)
 {
     std::vector<std::string> names;
@@ -48,7 +48,7 @@ bool hasOpen(const std::string &process, const std::string &node)
     });
 }
 
-/// 0 if nobody else streams. That a node is open elsewhere says nothing yet. Nothing is changed.
+/// 0 if nobody else streams; a node that is only open elsewhere can still be used. Changes nothing.
 int askForStream(Node &node, bool multiPlanar)
 {
     v4l2_requestbuffers request = {};

@@ -17,32 +17,32 @@ struct NodeUser
     std::string program; ///< its short name; UTF-8
 };
 
-/// Who has \a node open, without this process. Only processes that we may look into are seen: those
-/// of the same user, or all for root. \a processes is the folder of the kernel's list.
+/// The other processes that have \a node open, as far as we may look into them: those of the same
+/// user, or all for root. \a processes is the kernel's folder of processes.
 std::vector<NodeUser> nodeUsers(const std::string &node, const std::string &processes = "/proc");
 
 /// The name of the group that \a node belongs to; empty where unknown.
 std::string groupOf(const std::string &node);
 
-/// \a fault with what the user has to be told of it; \a error is the kernel's number or 0.
+/// \a fault with all that the message to the user needs; \a error is the kernel's number or 0.
 FaultReport faultReport(const VideoDevice &device, Fault fault, int error);
 
-/// Everything that is known of one node.
+/// Everything that is known about one node.
 struct CameraReport
 {
     VideoDevice device;
-    std::string driver; ///< "uvcvideo"; empty if it could not be asked
+    std::string driver; ///< "uvcvideo"; empty if the node could not be asked
     std::string group;  ///< the group of the node, by name
     bool mayOpen = false;
     std::vector<NodeUser> users;
     std::vector<Offer> offers;  ///< what it has, readable or not, as the driver lists it
     std::vector<Choice> ranked; ///< what the program would try, in order; the first is chosen
     bool wishOffered = true;    ///< false: there is a wish, and the camera does not have it
-    FaultReport fault;          ///< why there is no picture; Fault::None when there can be one
+    FaultReport fault;          ///< why there is no picture; Fault::None if there is one
 };
 
-/// Looks at \a device, opening it for a moment but not streaming; for the wish see rankFormats().
-/// A node that is no camera is reported with what is known and neither offers nor fault.
+/// Examines \a device: opens it for a moment, but does not stream. For the wish see rankFormats().
+/// The report on a node that is no camera has neither offers nor a fault.
 CameraReport examineCamera(Kernel &kernel, const VideoDevice &device,
                            const std::optional<FormatWish> &wish);
 

@@ -14,15 +14,15 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::nanoseconds longestWithoutFrame = 3s;
 constexpr std::chrono::nanoseconds longestStill = 4s;
-// What keeps a camera from being opened seldom tells when it is over.
+// Most reasons why a camera cannot be opened end without an event, so try again after this.
 constexpr std::chrono::nanoseconds retryPause = 1s;
-// Less than this is the time between two looks at two clocks.
+// Below this, the difference is only the time between reading one clock and the other.
 constexpr std::chrono::nanoseconds leastSleep = 500ms;
-// A driver without an end is left after so many frames, and looked at again at once.
+// A driver might always have another frame: after so many, leave the loop and come back at once.
 constexpr int mostFramesAtOnce = 64;
 
-// After a change of format the automatic exposure begins anew. A picture is settled when it is
-// about as bright as the one before, and not one of the first.
+// After a change of format the automatic exposure starts again. It has settled when a picture is
+// about as bright as the one before and not one of the first.
 constexpr int framesBeforeSettled = 3;
 constexpr int mostFramesToSettle = 30;
 constexpr double settledChange = 0.02;
@@ -81,8 +81,8 @@ int CameraThread::start()
         faultTold = false;
         losses = 0;
         number = ++startNumber;
-        // The camera may still run. What it has left since the last start is nobody's, and would
-        // keep it from decoding the next frame.
+        // The camera may still run. A picture left over from the last start would never be taken,
+        // and so keep the next frame from being decoded.
         if (newest)
             newest->take();
     }
@@ -187,7 +187,7 @@ bool CameraThread::goesOn()
     return !quitting;
 }
 
-/// A still picture that was asked for is taken, even when the camera has been stopped since.
+/// A requested still is taken even if the camera has been stopped since.
 bool CameraThread::isWanted()
 {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -201,7 +201,7 @@ void CameraThread::search()
     if (!device) {
         tell(wasThere ? Fault::Unplugged : Fault::NotThere, 0);
     } else if (!around.claims.claim(device->node, *waiter)) {
-        // Our own program is about to close it, and wakes us then.
+        // Another thread of this process is about to close the node; then it wakes us.
         waiter->wait(nullptr, std::nullopt);
         return;
     } else {
@@ -276,7 +276,7 @@ void CameraThread::endPictures()
     pictures.reset();
 }
 
-/// On a decoding thread.
+/// Called on a decoding thread.
 void CameraThread::onPicture()
 {
     int start = 0;
@@ -343,7 +343,7 @@ void CameraThread::read()
         lose(Fault::NoFrames, 0);
 }
 
-/// The newest of the frames that wait; the others go back. False if the stream is over.
+/// Takes the newest of the waiting frames and gives the others back. False if the stream is over.
 bool CameraThread::drain(std::optional<CapturedFrame> &last)
 {
     Capture &stream = camera->stream();
@@ -371,7 +371,7 @@ std::chrono::nanoseconds CameraThread::frameless() const
     return now() - std::max(pictures->lastGood(), goodSince);
 }
 
-// A camera needs a moment after the machine has slept.
+// After a suspend a camera needs a moment: the time without frames counts anew.
 void CameraThread::watchSuspend()
 {
     const Moment moment = around.kernel.now();
@@ -380,7 +380,7 @@ void CameraThread::watchSuspend()
     asleep = moment.asleep;
 }
 
-/// The stream is over. Drivers have their hiccups: what a new start repairs at once is not told.
+/// The stream is over. Drivers have hiccups: one that a restart cures at once is not reported.
 void CameraThread::lose(Fault fault, int error)
 {
     close();
@@ -417,7 +417,7 @@ std::optional<StillOrder> CameraThread::orderedStill()
     return still;
 }
 
-/// Takes the picture from a frame of the stream; the next one is tried if it is not good.
+/// Takes the still from a frame of the stream; if that is not good, the next frame is tried.
 void CameraThread::serveStill(const StillOrder &order, const CapturedFrame &frame)
 {
     const FrameFormat &format = camera->stream().format();
@@ -432,7 +432,8 @@ void CameraThread::serveStill(const StillOrder &order, const CapturedFrame &fram
     answerStill(std::move(result));
 }
 
-/// Switches the format for one picture and back. The last live picture stays meanwhile.
+/// Switches the format for one picture and back. Meanwhile the last live picture stays on the
+/// screen.
 void CameraThread::takeLarge(const StillOrder &order)
 {
     endPictures();
@@ -440,7 +441,7 @@ void CameraThread::takeLarge(const StillOrder &order)
     stream.end();
     StillResult result;
     result.id = order.id;
-    // Turning twice by 90 degrees swaps the sides twice.
+    // The camera's size: turning swaps the sides, and turning again swaps them back.
     if (camera->beginLarge(turned(order.size, orientation)) == Fault::None) {
         result.picture = settledPicture();
         stream.end();
@@ -456,7 +457,7 @@ void CameraThread::takeLarge(const StillOrder &order)
     beginPictures();
 }
 
-/// A picture of the running stream whose exposure has settled, or the last one that came in time.
+/// A picture of the running stream with settled exposure, or else the last one that came in time.
 /// Null if none was good.
 std::shared_ptr<DecodedFrame> CameraThread::settledPicture()
 {
@@ -504,7 +505,7 @@ void CameraThread::failStill()
         answerStill({order->id, nullptr, std::nullopt});
 }
 
-/// A picture that cannot be taken is not waited for without end.
+/// Fails a still that could not be taken in longestStill.
 void CameraThread::watchStill()
 {
     const std::optional<StillOrder> order = orderedStill();

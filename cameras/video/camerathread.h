@@ -9,13 +9,13 @@
 
 namespace kivra::cameras {
 
-/// What a camera delivers, as it came to be.
+/// What a camera actually delivers.
 struct StreamFacts
 {
     double rate = 0; ///< frames a second
     bool isJpeg = false;
-    std::vector<Size> stillSizes; ///< upright: the stream's, then larger ones
-    LockSet locks = 0;            ///< what the device can hold
+    std::vector<Size> stillSizes; ///< of the upright picture: the stream's, then larger ones
+    LockSet locks = 0;            ///< what the device can lock
     bool canCompensate = true;    ///< the exposure
 };
 
@@ -27,7 +27,7 @@ struct StillOrder
     bool asFile = false; ///< the camera's own JPEG is wanted, where the stream has it
 };
 
-/// What became of it.
+/// The result of a StillOrder.
 struct StillResult
 {
     int id = 0;
@@ -35,18 +35,19 @@ struct StillResult
     std::optional<std::vector<std::uint8_t>> file; ///< the camera's own JPEG, complete
 };
 
-/// Hears of a camera, on any of its threads. What belongs to a start has the number of it.
+/// Receives a camera's callbacks, on any of its threads. \a start is the number that start()
+/// returned.
 class CameraListener
 {
 public:
     virtual ~CameraListener() = default;
 
-    /// The first picture of a start, or after a fault, is about to be told.
+    /// Comes before onPicture() for the first picture after a start or a fault.
     virtual void onStarted(int start, const StreamFacts &facts) = 0;
-    /// A picture waits.
+    /// A picture is ready for take().
     virtual void onPicture(int start) = 0;
-    /// There are no pictures any more; told once, until there are. The search for the camera goes
-    /// on.
+    /// No more pictures come. Called once, until there are pictures again. The search for the
+    /// camera goes on.
     virtual void onFault(int start, const FaultReport &report) = 0;
     /// The camera has been found as this device.
     virtual void onFound(const VideoDevice &device) = 0;
@@ -56,7 +57,7 @@ public:
 };
 
 /// One camera and the thread that opens it, reads it, looks for it when it is lost, and closes it.
-/// Everything is called on one other thread, and nothing waits for the device but the destructor.
+/// All functions are called on one other thread; only the destructor waits for the device.
 class CameraThread
 {
 public:
@@ -78,28 +79,28 @@ public:
     CameraThread(const CameraThread &) = delete;
     CameraThread &operator=(const CameraThread &) = delete;
 
-    /// Streams from now on, and looks for the camera as long as it is not there. Returns the number
-    /// of this start.
+    /// Streams from now on, and looks for the camera while it is away. Returns the number of this
+    /// start.
     int start();
-    /// Ends that. The device is closed, once a still picture that was asked for is taken.
+    /// Stops streaming and closes the device, after taking a still that was requested.
     void stop();
-    /// The picture that waits; null if there is none that is fresh.
+    /// Takes the picture that is ready; null if there is none, or only one that is too old.
     std::shared_ptr<const DecodedFrame> take();
 
-    /// Answered by onStill(), unless it is cancelled.
+    /// Orders a still. onStill() answers, unless it is cancelled.
     void takeStill(const StillOrder &order);
     void cancelStill();
-    /// For what follows see DeviceControls. The compensation is kept for a camera that comes back;
-    /// locks are lost with it.
+    /// For these three see DeviceControls. When a camera goes away and comes back, the compensation
+    /// is kept and the locks are lost.
     void lock(LockSet locks);
     void unlock(LockSet locks);
     void compensate(double ev);
 
-    /// Devices came or went: what was not there may be now.
+    /// To be called when devices came or went: looks for the camera again.
     void look();
-    /// Ends everything, without waiting for it.
+    /// Ends everything, without waiting.
     void quit();
-    /// Whether the thread has ended, so that the destructor does not wait.
+    /// Whether the thread has ended; then the destructor does not wait.
     bool hasEnded() const { return ended; }
 
 private:
@@ -135,7 +136,7 @@ private:
     const std::shared_ptr<CameraListener> listener;
     const std::unique_ptr<Waiter> waiter;
 
-    // Of this thread.
+    // Used by this thread only.
     SoughtCamera sought;
     bool wasThere = false; // found since the start
     std::string claimed;   // the node, while it is open
@@ -144,7 +145,7 @@ private:
     Orientation orientation;
     std::uint64_t frameNumber = 0;
     std::chrono::nanoseconds asleep{0};
-    std::chrono::nanoseconds goodSince{0}; // what came before does not count
+    std::chrono::nanoseconds goodSince{0}; // earlier times do not count
     std::chrono::nanoseconds stillSince{0};
     int stillWatched = 0; // the number of the still that stillSince is about
 
@@ -155,8 +156,8 @@ private:
     std::optional<StillOrder> still;
     double ev = 0;
     int startNumber = 0;
-    int announced = 0; // the start that has been told of its pictures
-    int losses = 0;    // of the stream, without a good picture between
+    int announced = 0; // the start whose onStarted() has been called
+    int losses = 0;    // of the stream, since the last good picture
     bool streams = false;
     bool faultTold = false;
     bool quitting = false;

@@ -10,10 +10,10 @@ namespace kivra::cameras {
 
 namespace {
 
-// Two being decoded, the newest, and three for the driver to fill.
+// Two that are being decoded, the newest, and three for the driver to fill.
 constexpr std::uint32_t wantedBuffers = 6;
 constexpr std::uint32_t mostBuffers = 32;
-// No frame is larger: 64 million pixels of four bytes.
+// The largest frame has 64 million pixels of four bytes.
 constexpr std::size_t largestBuffer = std::size_t(256) << 20;
 constexpr Rate assumedRate{30, 1};
 constexpr double slowestRate = 0.1;
@@ -58,13 +58,14 @@ bool isRgb(std::uint32_t fourcc)
     }
 }
 
-/// Matrix and range, with the defaults that V4L2 has for what a driver leaves open.
+/// Matrix and range; V4L2's defaults for what the driver does not say.
 void setColours(FrameFormat &format, std::uint32_t colorspace, std::uint32_t encoding,
                 std::uint32_t quantization)
 {
     if (encoding == V4L2_YCBCR_ENC_DEFAULT)
         encoding = V4L2_MAP_YCBCR_ENC_DEFAULT(colorspace);
-    // Grey goes with RGB: the kernel's virtual camera has full range there, and infrared ones do.
+    // Grey is treated like RGB: the kernel's virtual camera and infrared cameras use the full range
+    // for it.
     const bool isFull = isRgb(format.fourcc) || format.fourcc == V4L2_PIX_FMT_GREY;
     if (quantization == V4L2_QUANTIZATION_DEFAULT)
         quantization = V4L2_MAP_QUANTIZATION_DEFAULT(isFull, colorspace, encoding);
@@ -87,7 +88,7 @@ void setColours(FrameFormat &format, std::uint32_t colorspace, std::uint32_t enc
 
 Size sizeOf(std::uint32_t width, std::uint32_t height)
 {
-    // What is too large for an int is no size either.
+    // Clamped into an int; isPossible() refuses such a size.
     return {int(std::min(width, 1u << 30)), int(std::min(height, 1u << 30))};
 }
 
@@ -182,7 +183,7 @@ Fault Capture::setFormat(const Offer &offer)
     return fail(isPossible(current) ? Fault::None : Fault::Nonsense);
 }
 
-/// A driver that cannot set the rate, or tells none that can be, keeps the one that was offered.
+/// If the driver cannot set the rate, or answers an impossible one, the offered rate is assumed.
 void Capture::setRate(const Offer &offer)
 {
     rate = offer.rate.isKnown() ? offer.rate : assumedRate;
@@ -302,7 +303,7 @@ Capture::Next Capture::dequeue(CapturedFrame &frame)
     return Next::Frame;
 }
 
-/// Where the content of a dequeued buffer lies; false if it has none.
+/// Finds the content of a dequeued buffer; false if it has none.
 bool Capture::take(const void *answered, CapturedFrame &frame) const
 {
     const auto &answer = *static_cast<const BufferAnswer *>(answered);
@@ -321,8 +322,8 @@ bool Capture::take(const void *answered, CapturedFrame &frame) const
     return true;
 }
 
-// A buffer that the driver does not take back is missing from then on. When all are, no frame
-// comes, and that is noticed.
+// If the driver does not take a buffer back, it is lost. When all are lost, no frame comes, and the
+// wait for one times out.
 void Capture::giveBack(int buffer)
 {
     BufferAnswer answer(multiPlanar, std::uint32_t(buffer));

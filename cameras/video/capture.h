@@ -11,16 +11,16 @@ namespace kivra::cameras {
 
 class Node;
 
-/// A frame in a buffer of the driver's, which is ours until it is given back.
+/// A frame in one of the driver's buffers, which is ours until it is given back.
 struct CapturedFrame
 {
     int buffer = -1;
     RawFrame frame;
-    std::chrono::nanoseconds time{0}; ///< when we got it, of Kernel::now()
+    std::chrono::nanoseconds time{0}; ///< when we got it, by Kernel::now()
     std::uint64_t number = 0;         ///< counts the frames of a stream
 };
 
-/// The stream of an open node in one format. Nothing that the driver answers is believed unseen.
+/// The stream of an open node in one format. Every answer of the driver is checked.
 class Capture
 {
 public:
@@ -31,26 +31,26 @@ public:
     Capture(const Capture &) = delete;
     Capture &operator=(const Capture &) = delete;
 
-    /// Sets the format of \a offer and streams. What was begun before must have ended. On a fault
+    /// Sets the format of \a offer and streams. An earlier stream must have ended. After a fault
     /// nothing streams.
     Fault begin(const Offer &offer);
-    /// Ends the stream; no frame of it may be looked at any more.
+    /// Ends the stream; its frames must no longer be read.
     void end();
 
-    /// What the driver made of the format. It may be another size or rate than asked for.
+    /// The format as the driver set it; size and rate may differ from those asked for.
     const FrameFormat &format() const { return current; }
-    /// From one frame to the next.
+    /// The time from one frame to the next.
     std::chrono::nanoseconds interval() const;
 
     enum class Next {
-        Frame,   ///< one that looks whole
-        Skipped, ///< one that the driver calls faulty, or without content; given back
+        Frame,   ///< a frame that looks whole
+        Skipped, ///< a frame that the driver marks as faulty, or an empty one; given back
         None,    ///< none is waiting
         Failed,  ///< the stream is over: fault()
     };
     /// The frame that has waited longest, with its buffer and content.
     Next dequeue(CapturedFrame &frame);
-    /// Gives a buffer back, on any thread.
+    /// Gives a buffer back; may be called on any thread.
     void giveBack(int buffer);
 
     /// Why the last call failed.

@@ -13,13 +13,13 @@ namespace {
 
 constexpr std::array<Lock, 3> allLocks{LockOfFocus, LockOfExposure, LockOfWhiteBalance};
 
-/// A control that leads others by itself.
+/// An automatic control, which drives another one.
 struct Automatic
 {
     Lock lock;
     std::uint32_t control;
     std::int32_t off;
-    std::uint32_t led; ///< where it stands can be read from it
+    std::uint32_t led; ///< the driven control; its value is the present setting
 };
 
 constexpr std::array<Automatic, 4> automatics{{
@@ -29,7 +29,7 @@ constexpr std::array<Automatic, 4> automatics{{
     {LockOfWhiteBalance, V4L2_CID_AUTO_WHITE_BALANCE, 0, V4L2_CID_WHITE_BALANCE_TEMPERATURE},
 }};
 
-// The bias is in thousandths of a stop.
+// The exposure bias is in thousandths of a stop.
 constexpr double biasUnits = 1000;
 constexpr std::int32_t longestMenu = 256;
 
@@ -112,7 +112,8 @@ void DeviceControls::apply(const Wanted &now)
     done = now;
     if (now.mains && now.mains != before.mains)
         applyMains(*now.mains);
-    // Without a bias, the exposure time is set by hand, and the automatic one would take it back.
+    // Without a bias control, the exposure time is set by hand; the automatic exposure would undo
+    // that, so it is turned off.
     const bool byTime = now.ev != 0 && !hasBias && hasExposureTime;
     const LockSet toHold = now.locks | (byTime ? unsigned(LockOfExposure) : 0u);
     for (const Lock lock : allLocks) {
@@ -142,7 +143,7 @@ void DeviceControls::applyMains(int hertz)
     write(V4L2_CID_POWER_LINE_FREQUENCY, value);
 }
 
-/// The entry of the menu that is nearest.
+/// Chooses the nearest entry of the menu.
 void DeviceControls::applyBias(double ev)
 {
     const std::optional<Range> range = rangeOf(V4L2_CID_AUTO_EXPOSURE_BIAS);
@@ -176,8 +177,8 @@ void DeviceControls::applyTime(double ev)
           std::int32_t(std::clamp(time, double(range->least), double(range->most))));
 }
 
-/// Turns off what leads the lock's controls, and puts these where they just stood: many cameras
-/// would go back to what was set by hand before. False if the device has nothing to turn off.
+/// Turns the lock's automatic controls off and sets the driven ones to their present values: many
+/// cameras would return to those set by hand earlier. False if the device has nothing to turn off.
 bool DeviceControls::hold(Lock lock)
 {
     Values &before = held[lock];
@@ -200,7 +201,7 @@ bool DeviceControls::hold(Lock lock)
     }
     if (lock == LockOfExposure)
         standingTime = read(V4L2_CID_EXPOSURE_ABSOLUTE);
-    // A camera without an automatic exposure can be compensated all the same.
+    // A camera without automatic exposure can be compensated too.
     if (!isHeld && !(lock == LockOfExposure && standingTime))
         held.erase(lock);
     return isHeld;
@@ -252,7 +253,7 @@ std::optional<std::int32_t> DeviceControls::read(std::uint32_t id) const
     return control.value;
 }
 
-/// Sets a control unless it has that value, and keeps what it was at first.
+/// Sets a control unless it has that value already, and remembers its first value.
 bool DeviceControls::write(std::uint32_t id, std::int32_t value)
 {
     const std::optional<std::int32_t> before = read(id);

@@ -13,7 +13,7 @@ namespace kivra::cameras {
 
 class Node;
 
-/// What can be held where it stands; a set of them is an "or".
+/// What can be locked at its present setting; sets are combined by "or".
 enum Lock : unsigned {
     LockOfFocus = 1,
     LockOfExposure = 2,
@@ -21,35 +21,35 @@ enum Lock : unsigned {
 };
 using LockSet = unsigned;
 
-/// The controls of one open camera, on a thread of their own: some cameras take half a second for
-/// each, and neither frames nor still pictures wait for that.
+/// The controls of one open camera, on a worker thread: some cameras take half a second for each
+/// control, and neither frames nor stills should wait for that.
 ///
-/// What is wanted is kept, not a list of orders; what was wanted and given up again before the
-/// thread came to it is never done. The end leaves the device as it was found.
+/// Keeps the wanted state, not a list of orders: what is wanted and given up again before the
+/// thread gets to it is never done. The destructor leaves the device as it was found.
 class DeviceControls
 {
 public:
-    /// \a onLocks is told, on the thread of the controls, how the search for some locks ended.
-    /// \a node must outlive this.
+    /// Calls \a onLocks on the worker thread when the search for some locks has ended. \a node must
+    /// outlive this.
     DeviceControls(Node &node, std::function<void(LockSet locks, bool found)> onLocks);
     ~DeviceControls();
 
     DeviceControls(const DeviceControls &) = delete;
     DeviceControls &operator=(const DeviceControls &) = delete;
 
-    /// What the device has; known from the beginning.
+    /// What the device has; known from the constructor on.
     LockSet supportedLocks() const { return supported; }
     bool canCompensate() const { return hasBias || hasExposureTime; }
 
-    /// Turns the automatic controls of \a locks off where they stand. Each lock is answered, unless
-    /// it is given up before.
+    /// Turns the automatic controls of \a locks off at their present settings. Each lock is
+    /// answered, unless it is given up before.
     void lock(LockSet locks);
-    /// Puts back what lock() found.
+    /// Restores what lock() found.
     void unlock(LockSet locks);
-    /// Makes the picture brighter or darker by \a ev stops, against what the camera would do.
+    /// Makes the picture brighter or darker by \a ev stops than the camera would.
     void compensate(double ev);
-    /// The frequency of the lamps, 50 or 60 Hz; 0 for what the camera finds out itself, or 50 where
-    /// it cannot.
+    /// The frequency of the lamps, 50 or 60 Hz; 0 lets the camera find it out, or means 50 if it
+    /// cannot.
     void setMains(int hertz);
 
 private:
@@ -87,11 +87,11 @@ private:
     bool hasBias = false;
     bool hasExposureTime = false;
 
-    // Of the controls' thread.
+    // Used by the worker thread only.
     Wanted done;
-    Values found;                // of what was changed, in the order of the first change
+    Values found;                // of the changed controls, in the order of the first change
     std::map<Lock, Values> held; // the automatic controls that were turned off, as they were
-    std::optional<std::int32_t> standingTime; // the exposure where it was held
+    std::optional<std::int32_t> standingTime; // the exposure time when it was locked
 
     std::mutex mutex; // guards what follows
     std::condition_variable wake;

@@ -11,14 +11,14 @@ namespace kivra::cameras {
 
 namespace {
 
-// Long enough for any disk, short enough not to look like a program that hangs.
+// Long enough for any disk, too short to look like a hang.
 constexpr std::chrono::milliseconds firstLookTakes{1000};
-// Where the system has no more watches to give, the list is looked at now and then.
+// Without inotify watches (the system limits them), poll the list at this interval.
 constexpr int unwatchedPauseMs = 2000;
 
 constexpr std::uint32_t nodeEvents =
     IN_CREATE | IN_DELETE | IN_ATTRIB | IN_MOVED_TO | IN_MOVED_FROM;
-// udev writes a record aside and moves it into place when the rules have run.
+// udev writes a record under another name and renames it when its rules have run.
 constexpr std::uint32_t recordEvents = IN_MOVED_TO | IN_CLOSE_WRITE;
 
 bool isSame(const VideoDevice &a, const VideoDevice &b)
@@ -68,7 +68,8 @@ void DeviceWatch::watch()
     }
 }
 
-/// Takes in what has happened. A node that went and came within one look is another one.
+/// Forgets the nodes that events name: one that went and came back between two looks may be another
+/// device.
 void DeviceWatch::readEvents()
 {
     alignas(inotify_event) char buffer[4096];
@@ -76,7 +77,7 @@ void DeviceWatch::readEvents()
     while ((length = ::read(events, buffer, sizeof buffer)) > 0) {
         for (ssize_t offset = 0; offset < length;) {
             const auto *const event = reinterpret_cast<const inotify_event *>(buffer + offset);
-            // A record of udev's may explain nodes that were only guessed at.
+            // A record of udev may identify nodes that were only guessed before.
             const bool isRecord = event->len > 0 && event->name[0] == 'c';
             if ((event->mask & IN_Q_OVERFLOW) != 0 || isRecord)
                 devices.clear();

@@ -10,20 +10,20 @@
 
 namespace kivra::cameras {
 
-/// Keeps the list of video nodes in memory. A thread of its own looks at them when the folder of
-/// the nodes or udev's records change, and asks the nodes where it must.
+/// Keeps the list of video nodes in memory. A worker thread updates it when the folder of the nodes
+/// or udev's records change, and opens nodes only where it must.
 class DeviceWatch
 {
 public:
-    /// \a onChange is called on the watching thread after the list has changed.
+    /// \a onChange is called on the worker thread after the list has changed.
     DeviceWatch(DeviceFolders folders, Kernel &kernel, std::function<void()> onChange);
     ~DeviceWatch();
 
     DeviceWatch(const DeviceWatch &) = delete;
     DeviceWatch &operator=(const DeviceWatch &) = delete;
 
-    /// The cameras in the order of findDevices(), from memory. The first call waits a moment for
-    /// the first look, unless a driver keeps that from ending.
+    /// The cameras in the order of findDevices(), from memory. Until the first look is done, a call
+    /// waits for it, but only a moment, because a driver may block it.
     std::vector<VideoDevice> cameras() const;
 
 private:
@@ -38,7 +38,7 @@ private:
     const int events; // inotify
     const int end;    // eventfd
 
-    // Of the watching thread.
+    // Used by the worker thread only.
     std::vector<VideoDevice> devices;
 
     mutable std::mutex mutex; // guards what follows

@@ -14,11 +14,11 @@ enum class Fault {
     NoBandwidth,     ///< the USB bus has no room, not even for the smallest format
     NothingReadable, ///< none of its formats is known to us
     NoFrames,        ///< it runs, and no good frame came for three seconds
-    Nonsense,        ///< the driver's answers cannot be true
+    Nonsense,        ///< the driver gives impossible answers
     DoesNotAnswer,   ///< a call failed for another reason
 };
 
-/// A fault and what the user has to be told of it.
+/// A fault and what the message to the user needs.
 struct FaultReport
 {
     Fault fault = Fault::None;
@@ -29,7 +29,7 @@ struct FaultReport
     int error = 0;      ///< the kernel's number, where there is one
 };
 
-/// What the number of a failed call on a node means.
+/// The fault that the error number of a failed call on a node means.
 Fault faultOf(int error);
 
 } // namespace kivra::cameras

@@ -11,20 +11,20 @@ namespace kivra::cameras {
 
 namespace {
 
-// Below this, handwriting under the camera is seen to jerk.
+// Below this, writing under the camera visibly jerks.
 constexpr double fluentRate = 24;
-// What nominally has 24 or 30 frames a second may have 23.976 or 29.97.
+// Nominal 24 or 30 frames a second may be 23.976 or 29.97.
 constexpr double rateTolerance = 0.97;
-// More than this is work without a gain that is seen.
+// More than this costs time without a visible gain.
 constexpr double usualRate = 30;
 constexpr Size fullHd{1920, 1080};
-// What a wish may be.
+// The limits of a wish.
 constexpr int shortestSide = 16;
 constexpr int highestRate = 240;
-// Bytes a pixel that a camera's JPEG needs on a busy page.
+// Bytes a pixel of a camera's JPEG, on a busy page.
 constexpr double jpegBytesPerPixel = 0.4;
 
-// The cheapest to convert first, so that equal offers have an order.
+// The order of offers that are equal otherwise: the cheapest to convert first.
 constexpr std::array<std::uint32_t, 8> cheapest{
     V4L2_PIX_FMT_YUYV, V4L2_PIX_FMT_UYVY,   V4L2_PIX_FMT_NV12,   V4L2_PIX_FMT_YUV420,
     V4L2_PIX_FMT_GREY, V4L2_PIX_FMT_XBGR32, V4L2_PIX_FMT_XRGB32, V4L2_PIX_FMT_BGR24};
@@ -39,7 +39,7 @@ bool fits(Size size, Size into)
     return size.width <= into.width && size.height <= into.height;
 }
 
-// A driver that does not tell the rate of a size has one that suits it.
+// If the driver does not tell the rate of a size, assume a usual one.
 double rateOf(const Offer &offer)
 {
     return offer.rate.isKnown() ? offer.rate.perSecond() : usualRate;
@@ -79,7 +79,7 @@ double bytesPerSecond(const Offer &offer)
     return double(offer.size.area()) * bytesPerPixel(offer.fourcc) * rateOf(offer);
 }
 
-/// Smaller is better: first what is not above the usual rate, by nearness to it.
+/// Smaller is better: rates up to the usual one come first, then by distance from it.
 std::pair<int, double> distanceFromUsual(const Offer &offer)
 {
     const double rate = rateOf(offer);
@@ -87,7 +87,8 @@ std::pair<int, double> distanceFromUsual(const Offer &offer)
     return {above ? 1 : 0, std::abs(rate - usualRate)};
 }
 
-/// How far an offer is from what was asked for; the last members only make the order complete.
+/// The order among offers of equal size and rate: uncompressed first, then by cost. The last
+/// members only make the order complete.
 auto rankBelowSize(const Offer &offer)
 {
     return std::make_tuple(isCompressed(offer.fourcc) ? 1 : 0, costOf(offer.fourcc), offer.fourcc,

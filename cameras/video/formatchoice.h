@@ -10,7 +10,7 @@
 
 namespace kivra::cameras {
 
-/// Frames a second as a fraction; 0 frames where the driver does not tell.
+/// Frames a second as a fraction; 0 frames if the driver does not tell.
 struct Rate
 {
     std::uint32_t frames = 0;
@@ -57,12 +57,12 @@ struct Choice
 /// The four characters of \a fourcc, "YUYV"; unprintable ones as ".".
 std::string fourccName(std::uint32_t fourcc);
 
-/// The readable ones of \a offers, the best first; the result does not depend on their order. The
-/// wish comes first where it is offered.
+/// The readable ones of \a offers, the best first, whatever their order. The wish comes first if it
+/// is offered.
 std::vector<Choice> rankFormats(const std::vector<Offer> &offers,
                                 const std::optional<FormatWish> &wish);
 
-/// The first after \a current in \a ranked that asks less of the bus; none if there is none.
+/// The first after \a current in \a ranked that needs less bandwidth; none if there is none.
 std::optional<std::size_t> nextSmaller(const std::vector<Choice> &ranked, std::size_t current);
 
 } // namespace kivra::cameras

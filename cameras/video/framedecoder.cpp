@@ -54,7 +54,7 @@ struct FrameDecoder::Implementation
 
     FrameFormat format;
     Orientation orientation;
-    const FrameLayout *layout; // null where no frame can be good
+    const FrameLayout *layout; // null if the format cannot be decoded
     Components components;     // of raw formats
     YuvRows convert;
     JpegFrame jpeg;

@@ -33,7 +33,7 @@ struct Orientation
 /// \a size, or its sides swapped where \a orientation lays the picture on its side.
 Size turned(Size size, Orientation orientation);
 
-/// Where a frame is decoded to: memory of the caller.
+/// Where a frame is decoded to; the caller owns the memory.
 struct Picture
 {
     std::uint32_t *pixels = nullptr; ///< words 0xFFRRGGBB
@@ -43,12 +43,12 @@ struct Picture
 
 /// Turns a driver's frames into opaque 32-bit pictures.
 ///
-/// Belongs to one thread at a time; several decoders run side by side. Keeps its working memory
-/// from frame to frame, so a steady stream allocates nothing of a frame's size.
+/// Used by one thread at a time; several decoders may run in parallel. Reuses its working memory,
+/// so a steady stream allocates nothing of a frame's size.
 class FrameDecoder
 {
 public:
-    /// A format that isPossible() denies is taken too; then no frame of it is good.
+    /// Accepts a format that isPossible() refuses, too; then no frame is good.
     FrameDecoder(const FrameFormat &format, Orientation orientation);
     FrameDecoder(FrameDecoder &&) noexcept;
     FrameDecoder &operator=(FrameDecoder &&) noexcept;
@@ -57,9 +57,9 @@ public:
     /// The size of the decoded pictures: the format's, turned.
     Size size() const;
 
-    /// The size that \a frame has when decoded. Other than size() only for JPEG, which says its
-    /// own; nothing if the frame cannot be good: cut, without a readable JPEG header, beyond 16384
-    /// x 16384 or 64 million pixels. A few microseconds.
+    /// The size of \a frame when decoded. It can differ from size() only for JPEG, whose header
+    /// says it. Nothing if the frame cannot be good: cut, without a readable JPEG header, beyond
+    /// 16384 x 16384 or 64 million pixels. Takes a few microseconds.
     std::optional<Size> sizeOf(const RawFrame &frame) const;
 
     /// Decodes \a frame. False, with \a picture in any state, if the frame is cut or corrupt or is

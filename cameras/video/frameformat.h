@@ -4,24 +4,24 @@
 #include <cstddef>
 #include <cstdint>
 
-// How a V4L2 driver lays out its frames. No Qt here, and nothing of the node either.
+// How a V4L2 driver lays out its frames. Independent of Qt and of the node.
 
 namespace kivra::cameras {
 
-/// How colours became luma and chroma.
+/// How the camera converted colours to luma and chroma.
 enum class Matrix {
     Bt601,
     Bt709,
     Bt2020,
 };
 
-/// What black and white are: 16 and 235, or 0 and 255.
+/// The levels of black and white: 16 and 235, or 0 and 255.
 enum class Range {
     Limited,
     Full,
 };
 
-/// More is believed of no driver and taken from no setting.
+/// A driver or a setting that says more is not believed.
 constexpr int longestSide = 16384;
 
 /// In pixels.
@@ -43,7 +43,7 @@ struct FramePlane
     std::size_t size = 0;   ///< of the driver's buffer (sizeimage)
 };
 
-/// What a driver said its frames are (VIDIOC_G_FMT, after defaults were resolved).
+/// The format of a driver's frames (VIDIOC_G_FMT, with defaults resolved).
 struct FrameFormat
 {
     std::uint32_t fourcc = 0; ///< V4L2_PIX_FMT_...
@@ -58,7 +58,7 @@ struct FrameFormat
     Range range = Range::Limited;
 };
 
-/// One frame as it lies in the driver's buffers, which stay the caller's.
+/// One frame as it lies in the driver's buffers; the caller owns them.
 struct RawFrame
 {
     /// As many as FrameFormat::planeCount, the others null.
@@ -74,9 +74,8 @@ bool isReadable(std::uint32_t fourcc);
 /// the next.
 bool isCompressed(std::uint32_t fourcc);
 
-/// Whether a driver can mean this: a readable format, a size from 1 x 1 to 16384 x 16384, the
-/// number of planes that the format has, rows that fit into the stride, planes that fit into the
-/// buffers.
+/// Whether this can be true: a readable format, a size from 1 x 1 to 16384 x 16384, the format's
+/// number of planes, rows that fit into the stride, planes that fit into the buffers.
 bool isPossible(const FrameFormat &format);
 
 } // namespace kivra::cameras

@@ -7,7 +7,7 @@ namespace kivra::cameras {
 
 namespace {
 
-// The kernel's names for 32-bit pixels tell the order in a little-endian word, but for RGB32 and
+// The kernel's names for 32-bit pixels give the order in a little-endian word, except RGB32 and
 // BGR32.
 constexpr std::array layouts{
     FrameLayout{V4L2_PIX_FMT_YUYV, Family::Yuyv},
@@ -39,7 +39,7 @@ constexpr std::array layouts{
 
 constexpr std::size_t longestStride = std::size_t{1} << 24;
 
-// Every second pixel, and the last one where they are odd.
+// Half of n, rounded up: two pixels share a chroma sample.
 std::size_t half(std::size_t n)
 {
     return n / 2 + n % 2;
@@ -58,15 +58,15 @@ std::size_t unpaddedStride(const FrameLayout &layout, std::size_t width)
     }
 }
 
-// The stride that the driver gives for a memory plane, or the tight one.
+// The stride that the driver gives for a memory plane, or \a tight if it gives none.
 std::size_t strideOf(const FrameFormat &format, std::size_t plane, std::size_t tight)
 {
     const std::size_t given = format.planes.at(plane).stride;
     return given == 0 ? tight : given;
 }
 
-// In one memory plane, components follow one another without a gap, and the stride of chroma
-// follows from that of luma.
+// In a single memory plane, components follow one another without a gap, and the stride of chroma
+// is derived from that of luma.
 void addChroma(Components &all, const FrameFormat &format, const FrameLayout &layout,
                std::size_t samplesPerPair, std::size_t count)
 {

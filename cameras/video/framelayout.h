@@ -23,7 +23,7 @@ enum class Family {
     Jpeg,
 };
 
-/// The bytes of an RGB pixel as they lie in memory; X is not looked at.
+/// The bytes of an RGB pixel in memory; X is ignored.
 enum class ByteOrder {
     Bgr,
     Rgb,
@@ -67,8 +67,8 @@ struct Components
     std::size_t count = 0;
 };
 
-/// The components of a raw format in memory order; nothing if the format is compressed, or cannot
-/// be.
+/// The components of a raw format in memory order; nothing if the format is compressed or
+/// impossible.
 std::optional<Components> componentsOf(const FrameFormat &format);
 
 } // namespace kivra::cameras

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint32_t opaque = 0xFF000000U;
 
-// libyuv names the order of the bytes in a little-endian word, but for RAW and RGB24.
+// libyuv's names give the order of the bytes in a little-endian word, except RAW and RGB24.
 void toWords(ByteOrder order, const std::uint8_t *from, std::uint32_t *words, int n)
 {
     auto *to = reinterpret_cast<std::uint8_t *>(words);
@@ -107,7 +107,7 @@ void PlanarRows::read(int y, int x, int n, std::uint32_t *to)
         convert.i422(planes.y.at(y, x), u, v, to, n);
 }
 
-// Chroma for four pixels, twice, is chroma for two.
+// Repeats each chroma sample for four pixels, and so has one for every two.
 void PlanarRows::readQuarters(int y, int x, int n, std::uint32_t *to) const
 {
     constexpr int most = 256;

@@ -9,18 +9,19 @@
 
 namespace kivra::cameras {
 
-/// A frame as rows of words 0xFFRRGGBB, to be read from the top down; one row, more than once.
+/// A frame as rows of words 0xFFRRGGBB. To be read from the top down; the same row may be read
+/// again.
 class FrameRows
 {
 public:
     virtual ~FrameRows() = default;
     /// Writes \a n pixels of row \a y, from pixel \a x on. \a x is a multiple of 4.
     virtual void read(int y, int x, int n, std::uint32_t *to) = 0;
-    /// Whether all rows that were read are good; the others hold anything.
+    /// Whether all rows read so far are good; a bad row may hold anything.
     virtual bool isGood() const { return true; }
 };
 
-/// One component of a frame in memory of somebody else.
+/// One component of a frame, in memory that somebody else owns.
 struct ByteRows
 {
     const std::uint8_t *bytes = nullptr;
@@ -59,7 +60,7 @@ private:
     ByteRows chroma;
 };
 
-/// Three planes, whose chroma stands for 1, 2 or 4 pixels across (shift 0, 1, 2) and down.
+/// Three planes; a chroma sample stands for 1, 2 or 4 pixels across and down (shift 0, 1, 2).
 class PlanarRows : public FrameRows
 {
 public:

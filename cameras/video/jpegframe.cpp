@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <csetjmp>
-#include <cstdio> // jpeglib.h does without, and needs it
+#include <cstdio> // jpeglib.h needs it and does not include it
 #include <jpeglib.h>
 
 #include <jerror.h>
@@ -12,7 +12,7 @@ namespace kivra::cameras {
 
 namespace {
 
-// The rows that the library decodes in one go, which stay in the cache: components as they are, or
+// The rows that the library decodes in one go, few enough for the cache: components as they are, or
 // pixels in the first plane.
 struct Group
 {
@@ -36,7 +36,7 @@ struct Group
     std::array<Plane, 3> planes;
 };
 
-// The library reports an error by leaving through a function that must not return.
+// To report an error, the library calls a function that must not return.
 struct Errors
 {
     jpeg_error_mgr base{};
@@ -49,8 +49,9 @@ struct Errors
     std::longjmp(reinterpret_cast<Errors *>(info->err)->leave, 1);
 }
 
-// Cameras put bytes before markers and forget the end; whether anything of the picture is missing,
-// the entropy decoder finds by itself. With several scans it does not: a whole one may be missing.
+// Cameras put bytes before markers and leave out the end marker. That is tolerated: if a part of
+// the picture is missing, the entropy decoder finds it. It does not with several scans, because a
+// whole one may be missing.
 void judge(j_common_ptr info, int level)
 {
     if (level >= 0)
@@ -78,7 +79,7 @@ void limitScans(j_common_ptr info)
         leave(info);
 }
 
-// Chroma for 1, 2 or 4 luma samples: 0, 1 or 2; otherwise -1.
+// The shift for chroma that stands for 1, 2 or 4 luma samples: 0, 1 or 2; otherwise -1.
 int shiftOf(int most, int factor)
 {
     for (const int shift : {0, 1, 2}) {
@@ -111,7 +112,7 @@ std::size_t samples(const jpeg_decompress_struct &info, std::size_t component)
     return static_cast<std::size_t>(info.comp_info[component].v_samp_factor) * DCTSIZE;
 }
 
-// Whole blocks, beyond the picture's edges too.
+// The library writes whole blocks, beyond the picture's edges too.
 void preparePlanes(jpeg_decompress_struct &info, Group &to)
 {
     info.out_color_space = info.jpeg_color_space;
@@ -155,7 +156,8 @@ void readWords(jpeg_decompress_struct &info, Group &to)
     jpeg_read_scanlines(&info, &row, 1);
 }
 
-// In its functions that the library may leave, no object with a destructor may live meanwhile.
+// The library may leave its functions by longjmp, so they must not hold an object with a
+// destructor.
 class Decompressor
 {
 public:
@@ -170,7 +172,7 @@ public:
     Decompressor &operator=(const Decompressor &) = delete;
     ~Decompressor() { jpeg_destroy_decompress(&info); }
 
-    // Makes ready for the first group of rows.
+    // Prepares for the first group of rows.
     bool begin(const std::uint8_t *jpeg, std::size_t length, Size size, Group &to)
     {
         if (setjmp(errors.leave) != 0)
@@ -261,7 +263,7 @@ private:
     const YuvRows &convert;
     Decompressor decompressor;
     std::unique_ptr<FrameRows> inGroup;
-    int first = 0; // row of the group
+    int first = 0; // the group's first row
     bool isWhole = true;
 };
 

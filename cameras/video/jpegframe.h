@@ -9,7 +9,7 @@
 
 namespace kivra::cameras {
 
-/// Decodes JPEG frames by libjpeg-turbo, with the standard Huffman tables where a frame has none.
+/// Decodes JPEG frames with libjpeg-turbo, using the standard Huffman tables if a frame has none.
 class JpegFrame
 {
 public:
@@ -18,9 +18,9 @@ public:
     JpegFrame &operator=(JpegFrame &&) noexcept;
     ~JpegFrame();
 
-    /// The rows of \a jpeg, which are decoded when they are read; to be done with before the next
-    /// call. Null if the header is corrupt, of other than \a size pixels or of colours that a
-    /// camera has not (CMYK).
+    /// The rows of \a jpeg, decoded as they are read; not to be used after the next call. Null if
+    /// the header is corrupt, has another size than \a size, or colours that cameras do not use
+    /// (CMYK).
     std::unique_ptr<FrameRows> decode(const std::uint8_t *jpeg, std::size_t length, Size size);
 
 private:

@@ -32,7 +32,7 @@ public:
     std::size_t place() const { return at; }
     void moveTo(std::size_t place) { at = place; }
 
-    /// The next marker, behind which the walk then stands; none at the end, or where there is none.
+    /// Reads the next marker and moves past it; none at the end, or if there is no marker here.
     int marker()
     {
         if (at >= length || bytes[at] != fill)
@@ -42,7 +42,7 @@ public:
         return at < length ? bytes[at++] : none;
     }
 
-    /// The length of the segment here, with its two bytes; 0 if it is not all there.
+    /// The length of the segment here, including its two length bytes; 0 if the segment is cut.
     std::size_t segment() const
     {
         if (length - at < 2)
@@ -64,7 +64,7 @@ public:
         return count != 0;
     }
 
-    /// As far as the next marker that is neither a stuffed byte nor a restart.
+    /// Moves to the next marker, past stuffed bytes and restart markers.
     void skipScan()
     {
         for (; at < length; ++at) {

@@ -17,11 +17,11 @@ struct JpegHeader
     std::size_t firstScan = 0; ///< where its SOS marker begins
 };
 
-/// Nothing if there is none, or a size that no picture may have.
+/// Nothing if there is no header, or its size is beyond the limits.
 std::optional<JpegHeader> jpegHeader(const std::uint8_t *jpeg, std::size_t length);
 
-/// The length as far as the EOI marker, with it; nothing if there is none. \a firstScan as the
-/// header says.
+/// The length up to and including the EOI marker; nothing if there is none. \a firstScan is the
+/// header's.
 std::optional<std::size_t> jpegLength(const std::uint8_t *jpeg, std::size_t length,
                                       std::size_t firstScan);
 

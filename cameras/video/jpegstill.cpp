@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio> // jpeglib.h does without, and needs it
+#include <cstdio> // jpeglib.h needs it and does not include it
 #include <jpeglib.h>
 #include <memory>
 #include <turbojpeg.h>
@@ -28,7 +28,7 @@ struct Free
 void addTable(Bytes &segment, int which, const JHUFF_TBL &table)
 {
     segment.push_back(static_cast<std::uint8_t>(which));
-    // The library counts the code lengths from 1.
+    // The library indexes the code lengths from 1.
     const UINT8 *const counts = table.bits + 1;
     constexpr int lengths = 16;
     std::ptrdiff_t codes = 0;
@@ -46,7 +46,7 @@ Bytes makeStandardTables()
     jpeg_create_compress(&info);
     info.input_components = 3;
     info.in_color_space = JCS_YCbCr;
-    jpeg_set_defaults(&info); // the standard tables among them
+    jpeg_set_defaults(&info); // includes the standard tables
 
     Bytes segment{0xFF, 0xC4, 0, 0};
     constexpr int ofAc = 0x10;
@@ -91,7 +91,7 @@ int operationOf(Orientation orientation)
     return orientation.mirror ? TJXOP_HFLIP : TJXOP_NONE;
 }
 
-// Bytes before a marker are no fault of the picture (see JpegFrame), but the library warns of them.
+// The library warns of bytes before a marker; they do no harm (see JpegFrame), so warnings pass.
 std::optional<Bytes> transformed(const Bytes &jpeg, Orientation orientation)
 {
     const std::unique_ptr<void, Destroy> transformer(tjInitTransform());

@@ -7,7 +7,7 @@ namespace kivra::cameras {
 
 namespace {
 
-// A window that is late every time would otherwise never get a picture.
+// Without a limit, a window that is always late would never get a picture.
 constexpr int mostThrownAway = 3;
 // One shown, one ready, two being decoded.
 constexpr std::size_t mostIdle = 4;
@@ -22,7 +22,7 @@ std::shared_ptr<DecodedFrame> DecodedFramePool::take(Size size)
         while (!idle.empty() && !frame) {
             if (idle.back()->size == size)
                 frame = std::move(idle.back());
-            idle.pop_back(); // what has another size is of an earlier stream
+            idle.pop_back(); // one of another size belongs to an earlier stream
         }
     }
     if (!frame) {

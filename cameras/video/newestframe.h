@@ -17,8 +17,8 @@ namespace kivra::cameras {
 /// A picture ready to be shown: words 0xFFRRGGBB, row after row without gaps.
 struct DecodedFrame
 {
-    /// Words that follow the pixels and are no picture: who is told the length of a frame may count
-    /// some at its end as the driver's.
+    /// Extra words after the pixels: a receiver that counts the last bytes of a frame as the
+    /// driver's own then loses nothing of the picture.
     static constexpr std::size_t trailerWords = 8;
 
     Size size;
@@ -26,8 +26,7 @@ struct DecodedFrame
     std::uint64_t number = 0; ///< of the frame
 };
 
-/// Memory of pictures that is used over and over, on any thread. It is freed with the last of them
-/// and the pool.
+/// Reusable memory for pictures, on any thread. It is freed with the pool and the last picture.
 class DecodedFramePool : public std::enable_shared_from_this<DecodedFramePool>
 {
 public:
@@ -41,11 +40,11 @@ private:
     std::vector<std::unique_ptr<DecodedFrame>> idle;
 };
 
-/// Decodes the newest frame of a stream for a window that takes its time.
+/// Decodes the newest frame of a stream for a window that may be slower than the camera.
 ///
-/// One decoded frame waits at most, and behind it one frame in a buffer of the driver's: the
-/// newest. Everything else goes back to the driver undecoded. JPEG frames are decoded on a second
-/// thread where the first is still busy with the one before; pictures come in order all the same.
+/// At most one decoded frame waits, and behind it one frame in a buffer of the driver: the newest.
+/// All others go back to the driver undecoded. While the first thread is still busy, a second one
+/// decodes the next JPEG frame; pictures still come in order.
 class NewestFrame
 {
 public:
@@ -60,19 +59,21 @@ public:
 
     NewestFrame(const FrameFormat &format, Orientation orientation,
                 std::chrono::nanoseconds interval, Surroundings surroundings);
-    /// Waits for what is being decoded, and gives all buffers back.
+    /// Waits for the frames being decoded, and gives all buffers back.
     ~NewestFrame();
 
     NewestFrame(const NewestFrame &) = delete;
     NewestFrame &operator=(const NewestFrame &) = delete;
 
-    /// Takes over \a frame, in place of one that waits.
+    /// Takes over \a frame; it replaces one that waits.
     void offer(const CapturedFrame &frame);
-    /// The picture that waits, on any thread. Null if there is none, or if it has waited for longer
-    /// than an interval while a newer frame came: onPicture() tells when that is decoded.
+    /// Takes the picture that waits, on any thread. Null if there is none, or if it has waited
+    /// longer than an interval while a newer frame came: onPicture() tells when that one is
+    /// decoded.
     std::shared_ptr<const DecodedFrame> take();
 
-    /// When a frame last proved good, or came while nobody wanted one. The beginning at first.
+    /// When the last good frame came, or the last one while a picture still waited. At first, the
+    /// time of construction.
     std::chrono::nanoseconds lastGood() const;
 
 private:
@@ -94,7 +95,7 @@ private:
     std::chrono::nanoseconds readySince{0};
     std::chrono::nanoseconds goodTime{0};
     std::uint64_t lastNumber = 0; // of the last picture that became ready
-    int thrownAway = 0;           // pictures that were too old, one after the other
+    int thrownAway = 0;           // pictures in a row that were too old
     bool ending = false;
 
     std::array<std::thread, 2> threads; // the second one only for JPEG

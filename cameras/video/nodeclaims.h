@@ -8,8 +8,8 @@ namespace kivra::cameras {
 
 class Waiter;
 
-/// Which nodes this process has open. A camera that is chosen again while its old thread still
-/// closes it waits for that, and is not told that the node is in use by its own program.
+/// Which nodes this process has open. A camera may be chosen again while its old thread is still
+/// closing it; the new thread then waits, instead of finding the node in use by its own program.
 class NodeClaims
 {
 public:

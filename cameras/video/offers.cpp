@@ -10,7 +10,7 @@ namespace kivra::cameras {
 
 namespace {
 
-// Real cameras have a tenth of it; a driver whose lists have no end is cut off here.
+// Real cameras have a tenth of this; the limits stop a driver whose lists never end.
 constexpr std::uint32_t mostFormats = 64;
 constexpr std::uint32_t mostSizes = 128;
 constexpr std::uint32_t mostRates = 32;
@@ -117,7 +117,7 @@ private:
         addRates(fourcc, range.max_width, range.max_height);
     }
 
-    // A driver without a list of sizes has one.
+    // A driver that lists no sizes has one: the present one.
     void addPresentSize(std::uint32_t fourcc)
     {
         v4l2_format format = {};
@@ -195,7 +195,7 @@ Capabilities capabilitiesOf(Node &node)
     result.error = node.control(VIDIOC_QUERYCAP, &answer);
     if (result.error != 0)
         return result;
-    // Of this node, where the driver tells the node from the device.
+    // The capabilities of this node, if the driver reports them apart from the device's.
     const std::uint32_t flags = (answer.capabilities & V4L2_CAP_DEVICE_CAPS) != 0
                                     ? answer.device_caps
                                     : answer.capabilities;
@@ -209,8 +209,8 @@ Capabilities capabilitiesOf(Node &node)
     result.multiPlanar = !singleIn && planesIn;
     result.streams = (flags & V4L2_CAP_STREAMING) != 0;
     result.outputs = planesOut || (flags & V4L2_CAP_VIDEO_OUTPUT) != 0;
-    // Old drivers of converters say both directions. A loopback, which films what another program
-    // shows, does so too, but has no planes.
+    // Old drivers of converters report both directions. So does a loopback device, which delivers
+    // what another program feeds it, but not on the multi-planar interface.
     result.converts =
         (flags & (V4L2_CAP_VIDEO_M2M | V4L2_CAP_VIDEO_M2M_MPLANE)) != 0 || (planesIn && planesOut);
     result.hasMetadata = (flags & (V4L2_CAP_META_CAPTURE | V4L2_CAP_META_OUTPUT)) != 0;

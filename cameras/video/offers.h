@@ -9,10 +9,10 @@ namespace kivra::cameras {
 
 class Node;
 
-/// What a node says of itself.
+/// What a node reports about itself.
 struct Capabilities
 {
-    int error = 0; ///< of the question; the rest counts only when it is 0
+    int error = 0; ///< of the query; the rest is valid only if it is 0
     std::string driver;
     std::string card; ///< the camera's name
     std::string bus;
@@ -26,8 +26,9 @@ struct Capabilities
 
 Capabilities capabilitiesOf(Node &node);
 
-/// All formats, sizes and rates of a camera, as the driver lists them, without repetitions. A size
-/// with any value in a range counts as a few usual ones. No driver can make the list endless.
+/// All formats, sizes and rates of a camera, as the driver lists them, without repetitions. For a
+/// range of sizes or rates, the usual ones in it, the largest size and the highest rate. The length
+/// is limited, whatever the driver does.
 std::vector<Offer> offersOf(Node &node, bool multiPlanar);
 
 /// The type of the buffers of either interface.

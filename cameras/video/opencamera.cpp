@@ -8,7 +8,7 @@ namespace kivra::cameras {
 
 namespace {
 
-// A driver that refuses so many of its formats will not take the next one either.
+// A driver that refuses so many of its formats will refuse the next one too.
 constexpr int mostTries = 12;
 
 } // namespace
@@ -47,8 +47,8 @@ Fault OpenCamera::begin(const VideoDevice &device)
     return tryFormats();
 }
 
-/// Without bandwidth, the next format that needs less of it; a format that the driver lists and
-/// does not take is passed over. The first fault is told, which is about the best format.
+/// Tries the formats in order. Without bandwidth, goes on with the next one that needs less; skips
+/// a format that the driver lists but refuses. Reports the first fault, that of the best format.
 Fault OpenCamera::tryFormats()
 {
     Fault first = Fault::None;

@@ -19,13 +19,13 @@ public:
     OpenCamera(Kernel &kernel, const VideoSettings &settings,
                std::function<void(LockSet locks, bool found)> onLocks);
 
-    /// Opens \a device and streams in the best of its formats that works. On a fault, this is to be
-    /// thrown away.
+    /// Opens \a device and streams in the best of its formats that works. After a fault, destroy
+    /// this object.
     Fault begin(const VideoDevice &device);
-    /// Streams in the chosen format again, after another one.
+    /// Streams in the chosen format again, after beginLarge().
     Fault beginAgain();
-    /// Streams in the format for still pictures of \a size, in place of the chosen one, which must
-    /// have ended. As upright as the camera gives it.
+    /// Streams in a format for still pictures of \a size, as the camera gives it, not turned. The
+    /// stream in the chosen format must have ended.
     Fault beginLarge(Size size);
 
     /// Sizes in which the camera has more pixels than its stream, the smallest first.
@@ -47,7 +47,7 @@ private:
     std::vector<Choice> ranked;
     std::size_t chosen = 0;
 
-    // In the order in which they need one another.
+    // Each needs those before it.
     std::unique_ptr<Node> node;
     std::unique_ptr<DeviceControls> controls;
     std::unique_ptr<Capture> capture;

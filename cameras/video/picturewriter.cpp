@@ -15,7 +15,7 @@ std::uint32_t *rowOf(const Picture &picture, int y)
 
 void prefetchForWriting(const std::uint32_t *pixels, int n)
 {
-    constexpr int line = 16; // pixels in a line of the cache
+    constexpr int line = 16; // pixels in a cache line
     for (int i = 0; i < n; i += line)
         __builtin_prefetch(pixels + i, 1);
 }
@@ -43,11 +43,11 @@ void PictureWriter::writeUpright(FrameRows &rows, Size size, const Picture &pict
         rows.read(y, 0, size.width, rowOf(picture, y));
 }
 
-// A row is converted piece by piece while the row that it is written to is fetched into the cache:
-// what waits for memory and what calculates then overlap, as they do in an upright picture. Without
-// it mirroring takes 1.5 times as long, a turn by 180 twice (from bottom to top, the processor
-// fetches nothing ahead by itself; hence the pieces from right to left, which continue in the row
-// above).
+// Converts a row piece by piece and meanwhile prefetches the row that it will be written to, so
+// that waiting for memory and computing overlap, as they do in an upright picture. Without that,
+// mirroring takes 1.5 times as long, and a turn by 180 twice: the processor does not prefetch from
+// bottom to top. Therefore that turn prefetches from right to left, which continues in the row
+// above.
 void PictureWriter::writeStaged(FrameRows &rows, Size size, const Picture &picture)
 {
     constexpr int piece = 64;
@@ -69,8 +69,8 @@ void PictureWriter::writeStaged(FrameRows &rows, Size size, const Picture &pictu
     }
 }
 
-// A few rows at a time become columns. A mirrored turn takes them from the bottom up, which libyuv
-// does for a negative height.
+// Turns a few rows at a time into columns. For a mirrored turn, a negative height makes libyuv read
+// them from the bottom up.
 void PictureWriter::writeSideways(FrameRows &rows, Size size, const Picture &picture)
 {
     constexpr int most = 8;

@@ -8,13 +8,13 @@
 
 namespace kivra::cameras {
 
-/// Writes the rows of a frame where its orientation wants them.
+/// Writes the rows of a frame to their places in the turned picture.
 class PictureWriter
 {
 public:
     explicit PictureWriter(Orientation orientation);
 
-    /// The whole frame of \a size pixels; \a picture has that size, turned.
+    /// Writes the whole frame of \a size pixels; \a picture has that size, turned.
     void write(FrameRows &rows, Size size, const Picture &picture);
 
 private:

@@ -7,17 +7,17 @@
 
 namespace kivra::cameras {
 
-/// A camera that may go and come back on another node, and how it is known again.
+/// A camera that may go away and come back on another node, and how to recognise it.
 class SoughtCamera
 {
 public:
     explicit SoughtCamera(VideoDevice camera);
 
-    /// As it was last found.
+    /// The camera as it was last found.
     const VideoDevice &device() const { return camera; }
 
-    /// The camera among \a present: an equal one at the same place, or an equal one that was not
-    /// there when ours was, plugged in elsewhere. None if it is away.
+    /// The camera among \a present: an equal one at the same place, or an equal one elsewhere that
+    /// was not there together with ours. None if it is away.
     std::optional<VideoDevice> findIn(const std::vector<VideoDevice> &present) const;
 
     /// The camera has been opened as \a found, while \a present were there.
@@ -25,7 +25,7 @@ public:
 
 private:
     VideoDevice camera;
-    std::vector<VideoDevice> others; // equal ones that were there at the same time
+    std::vector<VideoDevice> others; // equal ones that were there together with it
 };
 
 } // namespace kivra::cameras

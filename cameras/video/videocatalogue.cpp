@@ -33,7 +33,7 @@ VideoCatalogue::VideoCatalogue(Kernel &system, const DeviceFolders &folders)
 
 VideoCatalogue::~VideoCatalogue()
 {
-    // The watching thread may still look at the list.
+    // The watch's thread may still use the list.
     std::vector<std::shared_ptr<CameraThread>> ending;
     {
         const std::lock_guard<std::mutex> lock(mutex);
@@ -73,7 +73,7 @@ std::unique_ptr<FrameSource> VideoCatalogue::open(const QByteArray &name)
     });
 }
 
-/// On the watching thread.
+/// Called on the watch's thread.
 void VideoCatalogue::onChange()
 {
     {

@@ -29,7 +29,7 @@ private:
     NodeClaims claims;
     std::mutex mutex; // guards what follows
     std::vector<std::shared_ptr<CameraThread>> threads;
-    // The last one, and so the first to go: its thread calls the others.
+    // Declared last, so destroyed first: its thread uses the others.
     std::unique_ptr<DeviceWatch> watch;
 };
 

@@ -18,7 +18,7 @@ namespace kivra::cameras {
 namespace {
 
 constexpr const char *nodePrefix = "video";
-// How far above the node's device the USB device can be; deeper there is only the bus.
+// How many folders above the node's device the USB device can be; further up there is only the bus.
 constexpr int mostParents = 6;
 
 std::string trimmed(const std::string &text)
@@ -30,7 +30,7 @@ std::string trimmed(const std::string &text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// The beginning of a file of the kernel's; none if it cannot be read.
+/// The beginning of a kernel file; none if it cannot be read.
 std::optional<std::string> contentOf(const std::string &path)
 {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -105,7 +105,7 @@ bool hasWord(const std::string &name, std::initializer_list<const char *> words)
     return false;
 }
 
-/// The kind by the capabilities that udev's own look at the node found; Unknown if it tells none.
+/// The kind by the capabilities in udev's record of the node; Unknown if there are none.
 NodeKind kindByUdev(const DeviceFolders &folders, const std::string &numbers)
 {
     const std::optional<std::string> record = contentOf(folders.udev + "/c" + numbers);
@@ -118,14 +118,14 @@ NodeKind kindByUdev(const DeviceFolders &folders, const std::string &numbers)
     const auto has = [&](const char *word) { return words.find(word) != std::string::npos; };
     const bool captures = has(":capture:");
     const bool outputs = has(":video_output:");
-    // Both together is a converter or a loopback; only the node itself tells which.
+    // Both together mean a converter or a loopback device; only the node itself tells which.
     if (captures && outputs)
         return NodeKind::Unknown;
     if (captures)
         return NodeKind::Camera;
     if (outputs)
         return NodeKind::Output;
-    // Radio and the like say so; a node of which nothing is told gives metadata or converts.
+    // Radio and the like are listed; a node with an empty list delivers metadata or converts.
     return words == ":" ? NodeKind::Metadata : NodeKind::Other;
 }
 
@@ -150,7 +150,7 @@ void addUsbFacts(VideoDevice &device, const std::string &usb)
     device.usbSpeed = std::atoi(attribute(usb, "speed").c_str());
 }
 
-/// What the node itself says, where the system says nothing.
+/// Asks the node itself, if the system does not know.
 void ask(VideoDevice &device, Kernel &kernel, bool hasName)
 {
     int error = 0;
@@ -181,7 +181,7 @@ VideoDevice describe(const DeviceFolders &folders, Kernel &kernel, const std::st
     device.kind = kindByUdev(folders, attribute(folder, "dev"));
     if (device.kind == NodeKind::Unknown || title.empty())
         ask(device, kernel, !title.empty());
-    // The first node of a device has its pictures, and what belongs to them follows.
+    // The first node of a device delivers its pictures; metadata and the like follow.
     const std::string index = attribute(folder, "index");
     if (device.kind == NodeKind::Unknown && !index.empty())
         device.kind = index == "0" ? NodeKind::Camera : NodeKind::Unknown;
@@ -210,7 +210,7 @@ std::vector<VideoDevice> findDevices(const DeviceFolders &folders, Kernel &kerne
         });
         devices.push_back(same != known.end() ? *same : describe(folders, kernel, name));
     }
-    // Found by their numbers, and equals keep that order.
+    // They are sorted by number; a stable sort keeps that order among equals.
     std::stable_sort(
         devices.begin(), devices.end(),
         [](const VideoDevice &a, const VideoDevice &b) { return rankOf(a) < rankOf(b); });

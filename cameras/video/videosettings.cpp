@@ -10,12 +10,12 @@ namespace kivra::cameras {
 
 namespace {
 
-/// A setting by its key in the store and its variable in the environment, which is read first.
+/// A setting's key in the store and its environment variable, which is read first.
 struct Source
 {
     const char *key;
     const char *variable;
-    const char *meaning; ///< what a good value is, for the log
+    const char *meaning; ///< what is wrong with a bad value, for the log
 };
 
 constexpr Source formatSource{settings::cameraFormat, "KIVRA_CAMERA_FORMAT",
@@ -37,7 +37,7 @@ void warnOnce(const char *name, const QString &value, const char *meaning)
     qWarning("%s: \"%s\" %s; leaving it out", name, qUtf8Printable(value), meaning);
 }
 
-/// The first value, of the environment and of the store, that \a parse makes something of.
+/// The first value that \a parse accepts, from the environment, then from the store.
 template<typename Parse>
 auto valueOf(const Source &source, Parse parse) -> decltype(parse(QString()))
 {

@@ -5,17 +5,18 @@
 
 namespace kivra::cameras {
 
-/// How cameras are to be used here: the settings store, and the environment over it.
+/// The settings of real cameras: from the settings store, overridden by the environment.
 struct VideoSettings
 {
     std::optional<FormatWish> format; ///< camera/format, KIVRA_CAMERA_FORMAT
-    /// camera/turn, KIVRA_CAMERA_TURN: 0, 90, 180, 270; camera/mirror, KIVRA_CAMERA_MIRROR: 0, 1.
+    /// camera/turn, KIVRA_CAMERA_TURN: 0, 90, 180, 270; camera/mirror, KIVRA_CAMERA_MIRROR: 0, 1,
+    /// false, true.
     Orientation orientation;
     int mains = 0; ///< camera/mains, KIVRA_CAMERA_MAINS: 50 or 60 Hz; 0 leaves it to the camera
 };
 
-/// Read whenever a camera is opened. A value that cannot be used is told in one line of the log and
-/// counts as not set. On any thread.
+/// Reads the settings; called whenever a camera is opened, on any thread. A value that cannot be
+/// used is logged in one line and counts as not set.
 VideoSettings videoSettings();
 
 } // namespace kivra::cameras

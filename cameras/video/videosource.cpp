@@ -38,7 +38,7 @@ QCamera::LockTypes toQt(LockSet set)
 }
 
 /// A decoded picture as the content of a QVideoFrame, without a copy. The length that it reports
-/// counts the words behind the picture, which Kivra's surface takes for the driver's.
+/// includes the words after the picture, which Kivra's surface takes for the driver's.
 class DecodedBuffer : public QAbstractVideoBuffer
 {
 public:
@@ -70,7 +70,7 @@ private:
     MapMode currentMode = NotMapped;
 };
 
-/// The picture as Qt's, in the same memory.
+/// The picture as a QImage, in the same memory.
 QImage imageOf(const std::shared_ptr<const DecodedFrame> &picture)
 {
     auto *const keeper = new std::shared_ptr<const DecodedFrame>(picture);
@@ -93,7 +93,7 @@ QImage previewOf(const QImage &picture)
 
 } // namespace
 
-/// Brings what the camera's threads tell to the source, as long as there is one.
+/// Passes the callbacks of the camera's threads on to the source, as long as it exists.
 class SourceMailbox : public CameraListener
 {
 public:
@@ -140,7 +140,7 @@ public:
     }
 
 private:
-    // An event that is on its way when the source ends is discarded with it.
+    // An event still queued when the source is destroyed is discarded with it.
     template<typename Function>
     void post(Function function)
     {
@@ -258,8 +258,7 @@ void VideoSource::hearPicture(int start)
         show(picture);
 }
 
-/// The size of the frames is that of the first picture: a JPEG may have another one than the driver
-/// says.
+/// Takes the size of the frames from the picture: a JPEG may have another one than the driver says.
 void VideoSource::show(const std::shared_ptr<const DecodedFrame> &picture)
 {
     const QPointer<VideoSource> alive(this);

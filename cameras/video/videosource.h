@@ -9,15 +9,15 @@ class SourceMailbox;
 
 /// A V4L2 camera as a source of frames.
 ///
-/// The work is done by a CameraThread, which others own and end: so closing a camera that does not
-/// answer keeps nobody waiting. What the thread tells comes in as events on the window's thread,
-/// and what is older than the last start() is not heard.
+/// A CameraThread does the work. The catalogue owns and ends it, so closing a camera that does not
+/// answer blocks nobody. The thread's callbacks arrive as events on the window's thread; those
+/// older than the last start() are ignored.
 class VideoSource : public FrameSource
 {
     Q_OBJECT
 
 public:
-    /// Makes the thread that is to tell what happens to the listener.
+    /// Makes the thread that calls the listener.
     using MakeThread =
         std::function<std::shared_ptr<CameraThread>(std::shared_ptr<CameraListener> listener)>;
 
@@ -53,7 +53,7 @@ private:
     QSize frameSize;
     int currentStart = 0;
     bool running = false;
-    bool announced = false; // started() was emitted for what comes now
+    bool announced = false; // started() was emitted for the present frames
 };
 
 } // namespace kivra::cameras

@@ -8,9 +8,9 @@
 #include <libyuv/row.h>
 #include <optional>
 
-// libyuv's functions for whole pictures know neither a matrix for packed frames nor a BT.709 whose
-// blue is right (its factor is limited to 2, which is 15 levels off). Its functions for rows take
-// both, and constants of our own.
+// libyuv's functions for whole pictures take no matrix for packed frames, and their blue of BT.709
+// is wrong (its factor is limited to 2, so it is up to 15 levels off). Its row functions take a
+// matrix for every format, with constants of our own.
 
 namespace kivra::cameras {
 
@@ -35,7 +35,8 @@ struct RowFunctions
     Packed grey;
 };
 
-// A version is named by what it needs of the processor; greys may need less than colours.
+// A version is named after the instruction set that it needs; greys may need a lower one than
+// colours.
 #define KIVRA_ROWS(colours, greys)                                                                 \
     RowFunctions                                                                                   \
     {                                                                                              \
@@ -45,7 +46,7 @@ struct RowFunctions
             libyuv::I400ToARGBRow_##greys                                                          \
     }
 
-// Those for any number of pixels convert a vector more than they need to.
+// The functions for any number of pixels convert one vector more than necessary.
 struct Rows
 {
     RowFunctions ofAny;
@@ -75,7 +76,7 @@ Rows chooseRows()
     return {KIVRA_ROWS(C, C), KIVRA_ROWS(C, C)};
 }
 
-// How much of luma and of the two colour differences each channel takes (ITU-R BT.601-7, 2.5;
+// The weights of luma and of the two colour differences in each channel (ITU-R BT.601-7, 2.5;
 // BT.709-6, 3; BT.2020-2, table 4).
 struct Factors
 {
@@ -112,8 +113,8 @@ T rounded(double value)
     return static_cast<T>(std::lround(value));
 }
 
-// In 64ths, as libyuv calculates. It multiplies luma as 257 y and drops 16 bits; the half that
-// rounds the result is in the bias.
+// In 64ths, as libyuv computes. It multiplies the factor of luma by 257 y and drops 16 bits; the
+// bias contains the half that rounds the result.
 libyuv::YuvConstants constantsOf(const Factors &factors)
 {
     constexpr double one = 64;
@@ -127,7 +128,7 @@ libyuv::YuvConstants constantsOf(const Factors &factors)
 
     libyuv::YuvConstants constants{};
 #if defined(__aarch64__) || defined(__arm__)
-    // Chroma is not made signed first: its zero, 128, is in the bias.
+    // Here chroma stays unsigned, so the bias contains its zero, 128.
     const std::array<Byte, 4> chroma{blueOfU, redOfV, greenOfU, greenOfV};
     for (int i = 0; i < 4; ++i)
         constants.kUVCoeff[i] = chroma.at(static_cast<std::size_t>(i));
@@ -156,8 +157,8 @@ struct Sample
     Byte v;
 };
 
-// The same in 65536ths, pixel by pixel: for the green of full-range BT.2020, of which 64ths round
-// both factors up by almost half a 64th, two levels in the end. Hardly a camera has it.
+// The same in 65536ths, pixel by pixel, for full-range BT.2020: in 64ths, both factors of its green
+// are rounded up by almost half a 64th, which makes two levels. Hardly any camera uses it.
 class FineRows
 {
 public:
@@ -207,7 +208,7 @@ Byte *bytes(std::uint32_t *words)
 
 } // namespace
 
-// The vector code loads the constants from addresses that it takes for aligned.
+// The vector code expects the constants to be aligned.
 struct alignas(32) YuvRows::Conversion
 {
     libyuv::YuvConstants constants;

@@ -7,12 +7,12 @@
 
 namespace kivra::cameras {
 
-/// Rows of YUV become words 0xFFRRGGBB. Chroma stands for the pixels that share it, without a
-/// transition. Every channel is within 1 of the exact one; colours without chroma are exact to the
+/// Converts rows of YUV to words 0xFFRRGGBB. Pixels that share a chroma sample all get its value,
+/// without interpolation. Every channel is within 1 of the exact one; greys are exact to the
 /// rounding.
 ///
-/// The functions take \c n pixels, from the first one of a pair where a pair shares chroma, and
-/// read no byte beyond those pixels, of an odd n beyond the last pair.
+/// The functions convert \c n pixels; where a pair shares chroma, the first pixel must begin a
+/// pair. They read no byte beyond these pixels or, for an odd n, beyond the last pair.
 class YuvRows
 {
 public:

@@ -1,5 +1,5 @@
-// Makes the pictures of the manual and of the README: the program in its window, driven by keys, in
-// front of the demonstration camera. Takes the folder to write them into.
+// Makes the pictures of the manual and of the README: drives the program in its window by keys,
+// with the demonstration camera. Its argument is the folder to write them into.
 
 #include "docs/picturemaker/studio.h"
 #include "tests/support/sandbox.h"
@@ -12,14 +12,14 @@ using kivra::documents::Studio;
 
 namespace {
 
-// By the numbers of FrameSettings, reached by that many presses of F7 and F6.
+// The numbers of FrameSettings, and how many presses of F7 and F6 lead there.
 enum Mode { Plain, Automatic, DifficultLight, Text, Handwriting, Board };
 enum Effect { NoEffect, BlackAndWhite, Negative, TwoColours };
 
 struct Subject
 {
     const char *device;
-    QRect detail; // what the pictures show of it
+    QRect detail; // the part that the pictures show
 };
 
 constexpr Subject page{"demo:texte", {130, 40, 560, 336}};
@@ -34,7 +34,7 @@ struct Shot
     int effect = NoEffect;
 };
 
-// One after the other, stepping mode and effect forwards.
+// Takes the shots in order, stepping mode and effect forwards.
 void photographShots(const Studio &studio, const Subject &subject,
                      std::initializer_list<Shot> shots)
 {

@@ -39,7 +39,7 @@ QImage sceneOf(const QByteArray &device)
     return picture;
 }
 
-// The window's camera surface replaces the end of a frame.
+// A frame as the window has it: its camera surface replaces the end.
 QImage asReceived(const QImage &frame)
 {
     VideoSurface surface(nullptr);
@@ -60,8 +60,8 @@ bool matches(const QImage &whole, QPoint at, const QImage &part)
     return true;
 }
 
-// Where the picture is shown, pixel by pixel; nowhere if it is not. The view draws a frame over the
-// picture's edges.
+// Where the window shows the picture, pixel for pixel; nowhere if it does not. The edges are left
+// out: the view draws a frame over them.
 QPoint placeOf(const QImage &picture, const QImage &window)
 {
     const QImage inner = picture.copy(picture.rect().adjusted(1, 1, -1, -1));
@@ -74,7 +74,7 @@ QPoint placeOf(const QImage &picture, const QImage &window)
     return nowhere;
 }
 
-// Where the screen is not bare, which is black.
+// The part of the screen that is covered; the bare screen is black.
 QRect coveredPart(const QImage &screen)
 {
     QRect covered;
@@ -115,7 +115,7 @@ void Studio::open(const QByteArray &name)
     scene = asReceived(frame);
     qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(folder.path()));
     start({});
-    // To the first of the window sizes, in which the whole picture has room.
+    // Back to the first window size, in which the whole picture fits.
     press("ctrl+z");
     waitForPicture({});
 }
@@ -177,8 +177,7 @@ void Studio::photographPicture(const char *name, const FrameSettings &settings,
 
 void Studio::photographReduced(const char *reduced, const char *leftOut, const QRect &detail) const
 {
-    const auto scale =
-        double(float(startingView) / float(scene.width())); // in the view's precision
+    const auto scale = double(float(startingView) / float(scene.width())); // the view's precision
     const ScaledPlace origin{{0, 0}, scale};
     const QImage wanted = scaledByArea(scene, origin, pixelsFilled(scene.size(), origin));
     QPoint place = nowhere;
@@ -225,7 +224,7 @@ QPoint Studio::waitForPicture(const FrameSettings &settings) const
     return place;
 }
 
-// The screen once several looks in a row have seen the same.
+// The screen, once several screenshots in a row are the same.
 QImage Studio::waitForStandstill() const
 {
     QImage seen;

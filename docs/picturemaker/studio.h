@@ -10,9 +10,9 @@
 
 namespace kivra::documents {
 
-/// The running program with one moment of a demonstration scene under its camera: the picture
-/// stands still, so that every run sees the same. Takes photographs of the program's windows, and
-/// ends the process when the program does not show what it should.
+/// The running program with one moment of a demonstration scene as its camera's picture, which
+/// stands still so that every run sees the same. Takes screenshots of the program's windows, and
+/// ends the process if the program does not show what it should.
 class Studio
 {
 public:
@@ -28,24 +28,24 @@ public:
 
     /// Presses these keys, named as xdotool does and separated by blanks, one after the other.
     void press(const char *keys) const;
-    /// The same with keys whose effect is seen: waits for each one's.
+    /// The same for keys with a visible effect: waits for the effect of each.
     void pressAndSee(const char *keys) const;
     /// Waits until a dialog has the keyboard.
     void waitForDialog() const;
     /// Waits until the keyboard is back at the main window.
     void waitForMainWindow() const;
 
-    /// Keeps the part \a detail of the camera's picture, once the window shows it as \a settings
+    /// Stores the part \a detail of the camera's picture, once the window shows it as \a settings
     /// make it, at a zoom of one.
     void photographPicture(const char *name, const FrameSettings &settings,
                            const QRect &detail) const;
-    /// Keeps the part \a detail of the opened page as the starting window shows it, reduced, and as
-    /// it would be with pixels left out.
+    /// Stores the part \a detail of the opened page twice: reduced as the starting window shows it,
+    /// and as it would look with pixels left out.
     void photographReduced(const char *reduced, const char *leftOut, const QRect &detail) const;
-    /// Keeps the main window with its title bar and what lies over it, or \a part of that, once it
+    /// Stores the main window with its title bar and what lies over it, or \a part of that, once it
     /// stands still.
     void photographWindow(const char *name, const QRect &part = {}) const;
-    /// Keeps the content of the dialog that has the keyboard.
+    /// Stores the content of the dialog that has the keyboard.
     void photographDialog(const char *name) const;
 
     /// The size of the camera's picture.

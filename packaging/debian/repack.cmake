@@ -1,6 +1,6 @@
-# Runs after CPack. Its Installed-Size counts what the build's file system takes for folders, so that
-# packages of the same content differ; each is packed once more with the size that Debian's policy
-# defines: every file rounded up to a KiB, and a KiB for anything else.
+# Runs after CPack, whose Installed-Size counts folders as the build's file system stores them, so packages of
+# the same content would differ. Packs each again with the size that Debian's policy defines: every file
+# rounded up to a KiB, and a KiB for anything else.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
     set(tree ${CPACK_TEMPORARY_DIRECTORY}/repacked)
     file(REMOVE_RECURSE ${tree})
