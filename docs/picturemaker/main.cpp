@@ -12,7 +12,7 @@ using kivra::documents::Studio;
 
 namespace {
 
-// By the numbers of FrameSettings, reached by that many presses of F7 and F6.
+// The numbers of FrameSettings: this many presses of F7 or F6 lead there.
 enum Mode { Plain, Automatic, DifficultLight, Text, Handwriting, Board };
 enum Effect { NoEffect, BlackAndWhite, Negative, TwoColours };
 
@@ -34,7 +34,7 @@ struct Shot
     int effect = NoEffect;
 };
 
-// One after the other, stepping mode and effect forwards.
+// Steps mode and effect only forwards, from one shot to the next.
 void photographShots(const Studio &studio, const Subject &subject,
                      std::initializer_list<Shot> shots)
 {
@@ -109,7 +109,7 @@ void photographDialogs(const Studio &studio)
     studio.press("Escape");
     studio.waitForMainWindow();
 
-    // The last menu but one, its second entry.
+    // The second entry of the last menu but one.
     studio.pressAndSee("alt Left Left Down Down");
     studio.press("Return");
     studio.waitForDialog();
@@ -120,7 +120,8 @@ void photographDialogs(const Studio &studio)
     studio.photographWindow("message", {0, 0, 560, 260});
 }
 
-// An A4 page across, as a camera of eight megapixels sees it, with the small print of a textbook.
+// An A4 page in landscape with the small print of a textbook, as a camera of eight megapixels sees
+// it.
 QImage smallPrint()
 {
     constexpr QSize size(3840, 2160);

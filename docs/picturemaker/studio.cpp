@@ -39,7 +39,7 @@ QImage sceneOf(const QByteArray &device)
     return picture;
 }
 
-// The window's camera surface replaces the end of a frame.
+// The window's camera surface replaces the last pixels of a frame.
 QImage asReceived(const QImage &frame)
 {
     VideoSurface surface(nullptr);
@@ -60,8 +60,8 @@ bool matches(const QImage &whole, QPoint at, const QImage &part)
     return true;
 }
 
-// Where the picture is shown, pixel by pixel; nowhere if it is not. The view draws a frame over the
-// picture's edges.
+// Where the window shows exactly this picture; nowhere if it does not. The edges are not compared:
+// the view draws a frame over them.
 QPoint placeOf(const QImage &picture, const QImage &window)
 {
     const QImage inner = picture.copy(picture.rect().adjusted(1, 1, -1, -1));
@@ -74,7 +74,7 @@ QPoint placeOf(const QImage &picture, const QImage &window)
     return nowhere;
 }
 
-// Where the screen is not bare, which is black.
+// The part of the screen that windows cover. The bare screen is black.
 QRect coveredPart(const QImage &screen)
 {
     QRect covered;
@@ -115,7 +115,7 @@ void Studio::open(const QByteArray &name)
     scene = asReceived(frame);
     qputenv("KIVRA_DEMO_FOLDER", QFile::encodeName(folder.path()));
     start({});
-    // To the first of the window sizes, in which the whole picture has room.
+    // The first of the window sizes has room for the whole picture.
     press("ctrl+z");
     waitForPicture({});
 }
@@ -225,7 +225,7 @@ QPoint Studio::waitForPicture(const FrameSettings &settings) const
     return place;
 }
 
-// The screen once several looks in a row have seen the same.
+// The screen, once several looks in a row have seen the same.
 QImage Studio::waitForStandstill() const
 {
     QImage seen;

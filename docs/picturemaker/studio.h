@@ -28,22 +28,22 @@ public:
 
     /// Presses these keys, named as xdotool does and separated by blanks, one after the other.
     void press(const char *keys) const;
-    /// The same with keys whose effect is seen: waits for each one's.
+    /// The same for keys with a visible effect: waits for the effect of each.
     void pressAndSee(const char *keys) const;
     /// Waits until a dialog has the keyboard.
     void waitForDialog() const;
     /// Waits until the keyboard is back at the main window.
     void waitForMainWindow() const;
 
-    /// Keeps the part \a detail of the camera's picture, once the window shows it as \a settings
-    /// make it, at a zoom of one.
+    /// Waits until the window shows the camera's picture with these \a settings, at a zoom of one.
+    /// Keeps the part \a detail of it.
     void photographPicture(const char *name, const FrameSettings &settings,
                            const QRect &detail) const;
-    /// Keeps the part \a detail of the opened page as the starting window shows it, reduced, and as
-    /// it would be with pixels left out.
+    /// Keeps the part \a detail of the opened page twice: reduced, as the starting window shows it,
+    /// and as it would look with pixels left out.
     void photographReduced(const char *reduced, const char *leftOut, const QRect &detail) const;
-    /// Keeps the main window with its title bar and what lies over it, or \a part of that, once it
-    /// stands still.
+    /// Waits until the screen stands still. Keeps the main window with its title bar and whatever
+    /// lies over it, or \a part of that.
     void photographWindow(const char *name, const QRect &part = {}) const;
     /// Keeps the content of the dialog that has the keyboard.
     void photographDialog(const char *name) const;
