@@ -115,7 +115,7 @@ private slots:
                          Qt::RightButton, Qt::NoModifier);
         QCoreApplication::sendEvent(window->probe.view(), &drag);
         QTest::mouseRelease(window->probe.view(), Qt::RightButton);
-        emit window->probe.view()->menuGraphique(false); // the view's size as it was
+        emit window->probe.view()->menuGraphique(false); // restores the view's size
 
         window->trigger(stop.constData());
         window->trigger(start.constData());
