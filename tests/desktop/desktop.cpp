@@ -61,8 +61,8 @@ void Desktop::setVariable(const QString &name, const QString &value)
     program.setProcessEnvironment(environment);
 }
 
-// A qt.conf beside the program points it to the plug-ins that it is to have; what the file does not
-// name would be looked for beside the program too.
+// A qt.conf beside the program names the folders of its plug-ins. What the file does not name, Qt
+// looks for beside the program too.
 void Desktop::placeProgram(Cameras cameras)
 {
     const QDir built(besideTheProgram());
@@ -190,7 +190,7 @@ QImage Desktop::contentOf(const QString &window)
 
 QPoint Desktop::contentPosition() const
 {
-    // The answer has a line each: X=<number>, Y=<number>, and others.
+    // The answer has one value per line: X=<number>, Y=<number>, and others.
     const QStringList lines =
         xdo(QStringLiteral("getwindowgeometry --shell ") + windowId).split(QLatin1Char('\n'));
     QPoint position(-1, -1);
