@@ -14,7 +14,8 @@ struct Surroundings
     virtual ~Surroundings() = default;
 };
 
-/// Called once, before the first input, with the program's arguments, which stay. May be null.
+/// Called once, before the first input, with the program's arguments, which stay valid. The result
+/// may be null.
 std::unique_ptr<Surroundings> prepare(int &argc, char **argv);
 
 /// Feeds one input to what is under test; ends the process by abort() at a fault.
