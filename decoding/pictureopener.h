@@ -68,7 +68,7 @@ private:
     void stopLookingAhead();
 
     std::array<PictureDecoder *, 2> decoders; // children of this
-    std::size_t active = 0;                   // opens what is wanted; the other one looks ahead
+    std::size_t active = 0;                   // opens the wanted picture; the other one looks ahead
     QString wanted;
     QString expected; // being decoded ahead
     Held last;

@@ -16,8 +16,8 @@ using Histogram = std::array<std::uint32_t, 256>;
 /// A kernel that makes one byte of each pixel of a row: Kernels::grey, Kernels::luma.
 using PlaneKernel = void (*)(const Pixel *from, std::uint8_t *to, int n);
 
-// None of these takes an empty picture. Each uses up to \a threads threads. Those that fill a plane
-// first make it CV_8UC1 of the picture's size, and throw if there is no memory for it.
+// The pictures must not be empty. Each function uses up to \a threads threads. Those that fill a
+// plane first make it CV_8UC1 of the picture's size, and throw if there is no memory for it.
 
 /// The histogram of the blue channel.
 Histogram blueHistogram(ConstPixels pixels, int threads);

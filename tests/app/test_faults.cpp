@@ -1,5 +1,5 @@
-// Faults of the device: the user is told what needs to be told, and afterwards the window shows
-// frames, changes its mode and stores pictures as before.
+// Faults of the device: the user learns what matters, and afterwards the window shows frames,
+// changes its mode and stores pictures as before.
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"

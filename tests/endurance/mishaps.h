@@ -19,7 +19,7 @@ public:
     void happen(const Tell &tell);
     /// Delivers a few sound frames.
     void pushFrames();
-    /// Brings all devices back; they do what they are told.
+    /// Brings all devices back, and makes them answer as they should.
     void repair();
 
 private:

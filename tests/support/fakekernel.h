@@ -77,7 +77,7 @@ public:
     /// A raw frame of the present format with all bytes \a value.
     bool deliverEven(std::uint8_t value);
     void advance(std::chrono::nanoseconds time);
-    /// Lets the machine sleep for so long.
+    /// Lets the machine sleep for this long.
     void suspend(std::chrono::nanoseconds time);
     /// @}
 
@@ -147,7 +147,7 @@ private:
     int waiting = 0;
 };
 
-/// The offer of \a fourcc with so many frames a second.
+/// The offer of \a fourcc with this many frames a second.
 cameras::Offer offer(std::uint32_t fourcc, int width, int height, std::uint32_t rate);
 
 } // namespace kivra::test

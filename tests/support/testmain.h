@@ -11,8 +11,8 @@ public:
     /// Runs the class with QtTest's arguments; 0 when all its functions passed.
     using Run = int (*)(int argc, char **argv);
 
-    /// \a source is the path of the file that the class stands in; its subject, by which the
-    /// program is told to run it, is the name without "test_" and suffix.
+    /// \a source is the path of the class's source file. The subject, by which the program is asked
+    /// to run the class, is that file's name without "test_" and suffix.
     Registration(const char *source, Run run);
 };
 

@@ -1,5 +1,6 @@
 // Cameras on their threads without Qt, so that the thread sanitizer sees all of them: a driver that
-// delivers, a window that takes, and whoever starts, stops, locks, captures and pulls the plug.
+// delivers, a window that takes, and a caller that starts, stops, locks, captures and pulls the
+// plug.
 
 #include "cameras/video/camerathread.h"
 #include "tests/support/fakekernel.h"
