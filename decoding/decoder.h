@@ -21,8 +21,8 @@ bool isDecodable(const QSize &size);
 /// there is no memory.
 using PixelMemory = std::function<uchar *(const QSize &size, int depth)>;
 
-/// Decodes the content of a picture file, in any format that Qt's image readers know, into \a
-/// memory as the opaque words of QImage::Format_RGB32. Returns the picture's size; empty if the
+/// Decodes the content of a picture file, in any format that Qt's image readers know, into
+/// \a memory as the opaque words of QImage::Format_RGB32. Returns the picture's size; empty if the
 /// content is no picture, if the picture is larger than mostPixels, or if there is no memory for
 /// it. Readers that know the size beforehand ask for the memory before they decode.
 ///

@@ -88,8 +88,8 @@ struct Kernels
     void (*decide)(const float *const *rows, const std::uint8_t *values, Pixel *to, int n,
                    const MeanWeights &weights, TwoColours colours);
     /// First pass of an area average, the same for all four channels: weighs \a n pixels of each
-    /// row from \a first on, the rows \a stride bytes apart, and gives four sums a pixel. \a
-    /// scratch has room for as many.
+    /// row from \a first on, the rows \a stride bytes apart, and gives four sums a pixel.
+    /// \a scratch has room for as many.
     void (*weighRows)(const Pixel *first, std::ptrdiff_t stride, const RowWeights &weights,
                       std::uint16_t *scratch, float *to, int n);
     /// Second pass: weighs the columns of these sums and rounds to the nearest level; gives \a n

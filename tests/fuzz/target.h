@@ -21,7 +21,7 @@ std::unique_ptr<Surroundings> prepare(int &argc, char **argv);
 /// Feeds one input to what is under test; ends the process by abort() at a fault.
 void run(const std::uint8_t *data, std::size_t size);
 
-/// Ends the process with a word on what is wrong, unless \a holds.
+/// Ends the process with the message \a what, unless \a holds.
 void require(bool holds, const char *what);
 
 } // namespace kivra::fuzz

@@ -11,8 +11,8 @@ namespace kivra::test {
 class DriverBuffer : public QAbstractVideoBuffer
 {
 public:
-    /// \a reported is the length in bytes that map() gives, whatever the length of \a content; \a
-    /// rowBytes is the stride.
+    /// \a reported is the length in bytes that map() gives, whatever the length of \a content;
+    /// \a rowBytes is the stride.
     DriverBuffer(QByteArray content, int reported, int rowBytes, bool canBeMapped)
         : QAbstractVideoBuffer(NoHandle)
         , memory(std::move(content))
