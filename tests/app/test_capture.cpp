@@ -47,6 +47,26 @@ QImage clipboardPicture()
     return QGuiApplication::clipboard()->image();
 }
 
+// Counts how often the message comes when the clipboard has the picture already.
+class ShownAfterTheCapture : public QObject
+{
+public:
+    explicit ShownAfterTheCapture(QLabel *message)
+    {
+        QGuiApplication::clipboard()->clear();
+        message->installEventFilter(this);
+    }
+    int pictures = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Show && !clipboardPicture().isNull())
+            ++pictures;
+        return false;
+    }
+};
+
 // A Documents folder that has no room for another byte: a file system of its own where mounting is
 // permitted, elsewhere a limit on the size of every file.
 class FullDisk
@@ -231,6 +251,7 @@ private slots:
         window->call("takeImage");
         QVERIFY(!spy.isEmpty());
         QCOMPARE(spy.constFirst().constFirst().value<QCamera::LockStatus>(), QCamera::Searching);
+        QCOMPARE(device().record().everSearched, kivra::test::allLocks);
         QCOMPARE(device().record().locks, QCamera::LockTypes());
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
@@ -263,9 +284,10 @@ private slots:
         QFETCH(QString, way);
         QFETCH(bool, says);
         storeSetting(QStringLiteral("preferences/displayMsg"), true);
-        const auto *const message = window->find<QLabel>("msgDisplay");
+        auto *const message = window->find<QLabel>("msgDisplay");
         const bool before = message->isVisible() && !message->text().isEmpty();
         QVERIFY(!before);
+        const ShownAfterTheCapture isLate(message);
         if (way == QLatin1String("menu"))
             window->trigger("actionEnregistrer_image");
         else if (way == QLatin1String("view"))
@@ -274,6 +296,7 @@ private slots:
             pressCameraKey();
         QTRY_COMPARE(device().record().stills.size(), 1);
         QCOMPARE(message->text() == QStringLiteral("enregistrement image"), says);
+        QCOMPARE(isLate.pictures, says ? 1 : 0);
     }
 
     void slowStill()

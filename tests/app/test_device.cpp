@@ -2,6 +2,7 @@
 
 #include "storage/settings.h"
 #include "tests/app/windowtest.h"
+#include "tests/support/files.h"
 #include "tests/support/memory.h"
 #include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
@@ -246,11 +247,32 @@ private slots:
         QTRY_VERIFY(!window->isVisible());
     }
 
+    // The opened picture stays until the first frame, as it was fitted.
+    void startResetsZoomAndPanNotTheScale()
+    {
+        const QString path = kivra::test::pathOf(QStringLiteral("page.png"));
+        QVERIFY(gradient({200, 150}).save(path));
+        window->open(path);
+        auto *const view = window->probe.view();
+        const QImage fitted = view->grab().toImage();
+        view->setZoomFactor(2.0F);
+        QTest::mousePress(view, Qt::LeftButton, {}, {50, 50});
+        QTest::mouseMove(view, {90, 80});
+        QTest::mouseRelease(view, Qt::LeftButton, {}, {90, 80});
+        window->find<QToolBar>("toolBar")->hide(); // which the press has brought
+        QVERIFY(QTest::qWaitFor([&] { return view->size() == fitted.size(); }));
+        QVERIFY(view->grab().toImage() != fitted);
+        device().setStartAnswer(TestCamera::Answer::OnCall);
+        window->call("startCamera");
+        QCOMPARE(view->grab().toImage(), fitted);
+    }
+
     void locks()
     {
         QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
         window->call("toggleLock");
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        QCOMPARE(device().record().locks, kivra::test::allLocks);
         window->call("toggleLock");
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }

@@ -168,6 +168,7 @@ private slots:
     {
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus));
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
+        QCOMPARE(device().record().locks, kivra::test::allLocks);
         sendCameraKey(QEvent::KeyRelease, Qt::Key_Up); // another key's release changes nothing
         QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
         sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);

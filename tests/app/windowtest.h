@@ -16,6 +16,10 @@ inline const QString openFailureText =
 inline const QString cameraError = QStringLiteral("Camera error");
 /// @}
 
+/// All that a camera can lock.
+inline constexpr QCamera::LockTypes allLocks =
+    QCamera::LockFocus | QCamera::LockExposure | QCamera::LockWhiteBalance;
+
 /// What most tests of the window share: the test cameras, the boxes that are expected, the window.
 /// After each test function the window goes, and every expected box must have come.
 class WindowTest : public QObject

@@ -31,9 +31,12 @@ bool near(int one, int other)
 
 } // namespace
 
-Desktop::Desktop(Cameras cameras)
+Desktop::Desktop(Cameras cameras, const QMargins &margins)
 {
-    windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    QStringList options{QStringLiteral("--sm-disable")};
+    if (!margins.isNull())
+        options += {QStringLiteral("--config-file"), writeMargins(margins)};
+    windowManager.start(QStringLiteral("openbox"), options);
     QString ignored;
     const bool up = QTest::qWaitFor(
         [&] { return xdoWorks({QStringLiteral("get_num_desktops")}, &ignored); }, patienceMs);
@@ -50,6 +53,21 @@ Desktop::~Desktop()
         if (!process->waitForFinished(patienceMs))
             process->kill();
     }
+}
+
+// The path of a configuration for the window manager.
+QString Desktop::writeMargins(const QMargins &margins) const
+{
+    QFile file(folder.filePath(QStringLiteral("openbox.xml")));
+    file.open(QIODevice::WriteOnly);
+    file.write(QStringLiteral("<openbox_config><margins><top>%1</top><bottom>%2</bottom>"
+                              "<left>%3</left><right>%4</right></margins></openbox_config>")
+                   .arg(margins.top())
+                   .arg(margins.bottom())
+                   .arg(margins.left())
+                   .arg(margins.right())
+                   .toUtf8());
+    return file.fileName();
 }
 
 void Desktop::setVariable(const QString &name, const QString &value)

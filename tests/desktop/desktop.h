@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QImage>
+#include <QMargins>
 #include <QPoint>
 #include <QProcess>
 #include <QSize>
@@ -28,7 +29,8 @@ public:
         VideoAndDemonstration,
     };
 
-    explicit Desktop(Cameras cameras = Cameras::Demonstration);
+    /// The window manager leaves windows \a margins less than the screen.
+    explicit Desktop(Cameras cameras = Cameras::Demonstration, const QMargins &margins = {});
     ~Desktop();
 
     /// Sets an environment variable of the program alone, from its next start on.
@@ -72,6 +74,7 @@ public:
     void keepScreenshot(const QString &name) const;
 
 private:
+    QString writeMargins(const QMargins &margins) const;
     QString activeWindow() const;
     static QImage contentOf(const QString &window);
     void clickIn(const QString &window, const QPoint &at) const;

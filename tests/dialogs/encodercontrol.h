@@ -14,15 +14,20 @@ class EncoderControl : public QImageEncoderControl
     Q_OBJECT
 
 public:
-    QStringList supportedImageCodecs() const override { return codecs; }
+    QStringList supportedImageCodecs() const override
+    {
+        asked += QStringLiteral("codecs");
+        return codecs;
+    }
     QString imageCodecDescription(const QString &codec) const override
     {
         return QStringLiteral("format ") + codec.toUpper();
     }
-    QList<QSize> supportedResolutions(const QImageEncoderSettings &asked,
+    QList<QSize> supportedResolutions(const QImageEncoderSettings &of,
                                       bool *continuous) const override
     {
-        askedWithDefaults = askedWithDefaults && asked.isNull();
+        asked += QStringLiteral("sizes");
+        askedWithDefaults = askedWithDefaults && of.isNull();
         if (continuous)
             *continuous = false;
         return resolutions;
@@ -39,6 +44,7 @@ public:
     QImageEncoderSettings settings;
     int timesSet = 0;
     mutable bool askedWithDefaults = true;
+    mutable QStringList asked; ///< "codecs" or "sizes", as often as they were
 };
 
 /// Never captures anything; a capture object asks for it before it asks for an encoder.

@@ -30,6 +30,21 @@ struct Device
     EncoderControl &encoder = service.encoder;
 };
 
+// How often a widget is painted.
+class PaintCount : public QObject
+{
+public:
+    explicit PaintCount(QWidget *widget) { widget->installEventFilter(this); }
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
 void offerMany(EncoderControl &encoder)
 {
     encoder.codecs = QStringList{QStringLiteral("png"), QStringLiteral("jpeg"),
@@ -249,6 +264,16 @@ private slots:
         QTest::ignoreMessage(QtDebugMsg, "resolutions (QSize(3264, 2448), QSize(640, 480), "
                                          "QSize(1920, 1080))");
         const ImageSettings dialog(&device.capture);
+    }
+
+    // First for the log, then for the boxes.
+    void codecsAreAskedForBeforeSizes()
+    {
+        Device device;
+        offerMany(device.encoder);
+        const ImageSettings dialog(&device.capture);
+        QCOMPARE(device.encoder.asked.join(QLatin1Char(' ')),
+                 QStringLiteral("codecs sizes codecs sizes"));
     }
 
     void resolutionsAreAskedWithDefaultSettings()
@@ -522,6 +547,18 @@ private slots:
         QCOMPARE(visited.join(QLatin1Char(' ')),
                  QStringLiteral("imageResolutionBox imageCodecBox imageQualitySlider"));
         QCOMPARE(dialog.focusWidget()->objectName(), QStringLiteral("imageResolutionBox"));
+    }
+
+    void changesOfTheStyleArePassedOn()
+    {
+        Device device;
+        ImageSettings dialog(&device.capture);
+        open(dialog);
+        QCoreApplication::processEvents(); // what opening has left
+        PaintCount paintings(&dialog);
+        QEvent change(QEvent::EnabledChange);
+        QCoreApplication::sendEvent(&dialog, &change);
+        QTRY_VERIFY(paintings.count > 0);
     }
 
     void textsFollowALanguageChange()

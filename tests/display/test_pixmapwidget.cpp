@@ -156,6 +156,18 @@ class TestPixmapWidget : public QObject
     Q_OBJECT
 
 private slots:
+    // Slots are found by their text, and moc numbers them in this order.
+    void interfaceIsInItsOrder()
+    {
+        const QMetaObject &view = PixmapWidget::staticMetaObject;
+        QByteArrayList names;
+        for (int i = view.methodOffset(); i < view.methodCount(); ++i)
+            names += view.method(i).name();
+        QCOMPARE(names.join(' '),
+                 QByteArray("displayOnStatusBar captureImage menuGraphique setZoomFactor "
+                            "setScaleFactor fitPicture resetPos setPixmap saveToFile bTimerSlot"));
+    }
+
     void startsBlack()
     {
         View view;

@@ -131,6 +131,7 @@ public:
     void searchLocks(QCamera::LockTypes locks) override
     {
         camera.told.locks |= locks;
+        camera.told.everSearched |= locks;
         if (camera.lockAnswer != Answer::OnCall) {
             const bool found = camera.lockAnswer != Answer::Refuse;
             later([this, locks, found] { answerLocks(locks, found); });

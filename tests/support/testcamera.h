@@ -44,7 +44,8 @@ public:
         QByteArray device;        ///< the last one opened
         double exposure = 0;      ///< in EV
         QCamera::LockTypes locks; ///< searched for or found, and not released
-        int cancelled = 0;        ///< stills
+        QCamera::LockTypes everSearched;
+        int cancelled = 0; ///< stills
         QList<cameras::StillRequest> stills;
     };
 
