@@ -265,7 +265,7 @@ int measureRow(const QStringList &arguments, const QElapsedTimer &sinceStart)
     return 0;
 }
 
-// Prints the row, and gives its columns; none when it cannot be measured.
+// Prints the row, and returns its columns; none if it cannot be measured.
 QStringList runRow(const char *camera, const char *shower, const QString &size)
 {
     QProcess process;
@@ -286,7 +286,7 @@ double shareOfACore(const QStringList &columns)
     return columns.value(4).section(QLatin1Char('%'), 0, 0).toDouble();
 }
 
-// In turns, since no minute of a machine is like the next one.
+// In turns, because the machine's speed drifts from minute to minute.
 bool compareNormalWithQt(const QString &size)
 {
     std::array<double, 5> ratios{};

@@ -47,7 +47,7 @@ QImage clipboardPicture()
     return QGuiApplication::clipboard()->image();
 }
 
-// Counts how often the message comes when the clipboard has the picture already.
+// Counts how often the message is shown after the clipboard has got the picture.
 class ShownAfterTheCapture : public QObject
 {
 public:

@@ -55,7 +55,7 @@ Desktop::~Desktop()
     }
 }
 
-// The path of a configuration for the window manager.
+// Writes a configuration for the window manager, and returns its path.
 QString Desktop::writeMargins(const QMargins &margins) const
 {
     QFile file(folder.filePath(QStringLiteral("openbox.xml")));

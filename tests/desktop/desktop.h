@@ -29,7 +29,7 @@ public:
         VideoAndDemonstration,
     };
 
-    /// The window manager leaves windows \a margins less than the screen.
+    /// The window manager keeps \a margins of the screen free of windows.
     explicit Desktop(Cameras cameras = Cameras::Demonstration, const QMargins &margins = {});
     ~Desktop();
 

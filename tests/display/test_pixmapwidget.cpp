@@ -156,7 +156,7 @@ class TestPixmapWidget : public QObject
     Q_OBJECT
 
 private slots:
-    // Slots are found by their text, and moc numbers them in this order.
+    // Slots are found by their signature, and moc numbers them in this order.
     void interfaceIsInItsOrder()
     {
         const QMetaObject &view = PixmapWidget::staticMetaObject;
