@@ -30,9 +30,9 @@ Histogram fillPlaneAndCount(ConstPixels pixels, PlaneKernel kernel, cv::Mat &pla
 /// The first and the last level that more than 0.1 % of the pixels have.
 std::pair<int, int> endsOf(const Histogram &histogram);
 
-/// OpenCV's equalisation table: the darkest level and those below become 0, any other level its
-/// share of 255: the number of pixels above the darkest level and not brighter than it. A picture
-/// of one level keeps it.
+/// OpenCV's equalisation table: the darkest level and those below become 0. Any other level becomes
+/// a share of 255, by the number of pixels that are brighter than the darkest level but not
+/// brighter than this one. A picture of one level keeps it.
 ByteTable equalizationTable(const Histogram &histogram);
 
 /// Otsu's level, 0..255, as OpenCV finds it: the one that maximises the variance between the

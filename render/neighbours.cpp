@@ -76,7 +76,7 @@ private:
     }
     int clampedRow(int y) const { return std::clamp(y, 0, grey.rows - 1); }
 
-    // The row continues beyond the sides of the picture with its outermost value.
+    // Beyond the sides of the picture, a row repeats its outermost value.
     void repeatSides(std::uint8_t *row, int reach) const
     {
         std::fill(row - reach, row, row[0]);

@@ -194,7 +194,7 @@ void Reading::check()
         fail(QStringLiteral("aucune image n'est donnée"));
 }
 
-// The option that getopt_long() rejected.
+// Names the option that getopt_long() rejected.
 QString misused(char **argv)
 {
     const QString word = QFile::decodeName(argv[optind - 1]);

@@ -45,8 +45,8 @@ bool keepsItsName(const QString &suffix, Options::Format format)
     return isPng || isJpeg;
 }
 
-// "page.tif" becomes "page.jpg", but "page.2026" becomes "page.2026.jpg": its suffix is no
-// format's.
+// With --format jpg, "page.tif" becomes "page.jpg", but "page.2026" becomes "page.2026.jpg": its
+// suffix is no format's.
 QString targetName(const QString &source, Options::Format format)
 {
     const QFileInfo file(source);

@@ -97,7 +97,7 @@ struct Kernels
     void (*weighColumns)(const float *from, const ColumnWeights &columns, Pixel *to, int n);
 };
 
-/// Its name in the environment variable KIVRA_ISA: "portable", "sse41", "avx2".
+/// The name of \a isa in the environment variable KIVRA_ISA: "portable", "sse41", "avx2".
 std::string_view isaName(Isa isa);
 
 /// The version for \a isa. Call it only on a machine that has this instruction set.
@@ -107,8 +107,8 @@ const Kernels &kernelsFor(Isa isa);
 /// other value is ignored. Chosen at the first call.
 const Kernels &kernels();
 
-/// Makes \a version the version in use; it must outlive its use. For tests and measurements; no
-/// picture may be in work.
+/// Makes \a version the version in use; it must outlive its use. For tests and measurements, while
+/// no picture is being rendered.
 void useKernels(const Kernels &version);
 
 } // namespace kivra

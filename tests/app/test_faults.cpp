@@ -317,7 +317,7 @@ private:
         plugIn();
     }
 
-    // The user need not hear of a device that is no longer in use; nor when the window goes.
+    // An error of a device that is no longer in use is not shown; nor is one while the window goes.
     void failingWhenLetGo()
     {
         device().setService(TestCamera::Service::FailsAtTheEnd);

@@ -136,7 +136,8 @@ private slots:
         QCOMPARE(window->probe.lastFrame().size(), QSize(30, 20));
     }
 
-    // Otherwise each repeat would give up the picture before, and none would be shown.
+    // Otherwise each repeat would give up the picture that is being opened, and none would be
+    // shown.
     void heldKeyWaits()
     {
         storedPicture(QStringLiteral("a.png"), {30, 20});
