@@ -674,8 +674,7 @@ private slots:
         View view;
         QSignalSpy menu(&view, &PixmapWidget::menuGraphique);
         view.press(Qt::LeftButton);
-        // Timers may be late, but they fire in the order of their times; Qt's coarse ones vary by 5
-        // %.
+        // Timers may be late, but fire in the order of their times; Qt's coarse ones vary by 5 %.
         int before = 0;
         int after = 0;
         const auto at = [&view](int ms, const std::function<void()> &act) {
