@@ -1,5 +1,6 @@
-// A driver's frames become pictures. The reference of YUYV is libyuv's own conversion, upright and
-// by the one matrix that it has for that; of JPEG it is libjpeg-turbo, decoding to planes.
+// What it costs to turn a driver's frames into pictures. The reference for YUYV is libyuv's own
+// conversion, upright and with the only matrix that it has for that; for JPEG it is libjpeg-turbo
+// decoding to planes.
 
 #include "benchmarks/subjects.h"
 #include "cameras/video/framedecoder.h"
@@ -38,7 +39,7 @@ std::size_t pixelsOf(QSize size)
     return static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height());
 }
 
-// As many frames as no cache holds: a driver's buffers come from memory.
+// More frames than a cache holds: a driver's buffers come from memory.
 class Frames
 {
 public:
@@ -160,7 +161,8 @@ void addTurboJpeg(const std::string &operation, QSize size, const Stream &stream
     });
 }
 
-// As long as a camera's: about 400 kB at 1920 x 1080. The picture is rich, hence the quality.
+// As long as a camera's frame: about 400 kB at 1920 x 1080. The picture is rich in detail, hence
+// the low quality.
 Bytes jpeg(QSize size, test::JpegRecipe::Sampling luma)
 {
     test::JpegRecipe recipe{size.width(), size.height(), {{luma, {1, 1}, {1, 1}}}};

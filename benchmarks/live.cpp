@@ -1,13 +1,13 @@
-// The way of a live picture from the demonstration camera to the painted window, in every mode, and
-// as the yardstick Qt's own viewfinder showing the same camera.
+// Measures a live picture on its way from the demonstration camera to the painted window, in every
+// mode. The yardstick is Qt's own viewfinder showing the same camera.
 //
-// Then the same from simulated cameras of the kernel, through the camera service that ships; the
-// yardstick there is Qt's own service. At last the time from the start of the program to the
+// Then the same with simulated cameras of the kernel, through the camera service that ships; the
+// yardstick there is Qt's own service. Finally, the time from the start of the program to the
 // picture.
 //
 // Usage: benchmark_live prints all tables; benchmark_live demo|node SHOWER WIDTHxHEIGHT one row,
 // where SHOWER is "viewfinder", the number of a mode, or "start". Each row runs in a process of its
-// own, so that none has the memory of another.
+// own, so that it does not inherit another one's memory.
 
 #include "app/camera.h"
 #include "benchmarks/cputime.h"
@@ -84,8 +84,9 @@ constexpr const char *modeNames[] = {
     "actionTexte_manuscrit", "actionTableau_vert", "actionEffet_artistique",
 };
 
-// From the first event after a rest of the event loop, the arrival of a frame, to its next rest: by
-// then everything that the frame caused has been painted and handed to the screen.
+// Measures from the arrival of a frame, the first event after the event loop was idle, until the
+// loop is idle again: by then everything that the frame caused has been painted and handed to the
+// screen.
 class FrameClock : public QObject
 {
 public:
@@ -105,7 +106,7 @@ public:
     std::size_t frames() const { return timesMs.size(); }
     /// In milliseconds; \a share of the frames took no longer.
     double quantile(double share) { return quantileOf(timesMs, share); }
-    /// The same from when the driver had the frame complete.
+    /// The same, from the moment when the driver had completed the frame.
     double ageQuantile(double share) { return quantileOf(agesMs, share); }
 
 protected:
@@ -223,8 +224,8 @@ void measureMode(int mode, QSize size)
     measure(action->text(), size, view);
 }
 
-// From the start of the process to the first painted frame, without what the camera itself needs
-// for its first one.
+// From the start of the process to the first painted frame, less what the camera itself needs for
+// its first frame.
 void measureStart(const QElapsedTimer &sinceStart)
 {
     Camera window;
@@ -264,7 +265,7 @@ int measureRow(const QStringList &arguments, const QElapsedTimer &sinceStart)
     return 0;
 }
 
-// Prints the row, and gives its columns; none when it cannot be measured.
+// Prints the row, and returns its columns; none if it cannot be measured.
 QStringList runRow(const char *camera, const char *shower, const QString &size)
 {
     QProcess process;
@@ -285,7 +286,7 @@ double shareOfACore(const QStringList &columns)
     return columns.value(4).section(QLatin1Char('%'), 0, 0).toDouble();
 }
 
-// In turns, since no minute of a machine is like the next one.
+// In turns, because the machine's speed drifts from minute to minute.
 bool compareNormalWithQt(const QString &size)
 {
     std::array<double, 5> ratios{};
@@ -392,7 +393,7 @@ int main(int argc, char **argv)
     QElapsedTimer sinceStart;
     sinceStart.start();
     const kivra::test::Sandbox sandbox;
-    qputenv("QT_NO_GLIB", "1"); // GLib's event loop does not tell when it rests
+    qputenv("QT_NO_GLIB", "1"); // GLib's event loop does not tell when it is idle
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     return arguments.size() == 4 ? measureRow(arguments, sinceStart)

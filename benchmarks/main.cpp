@@ -7,8 +7,8 @@
 // Usage: benchmark_processing [options of Google Benchmark], e.g. --benchmark_filter=frame
 int main(int argc, char **argv)
 {
-    // Otherwise freed pictures go back to the system, and whoever allocates next pays for the page
-    // faults: the figures would depend on the order.
+    // Otherwise freed pictures go back to the system, and the next allocation pays for faulting
+    // pages in: the figures would depend on the order.
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     mallopt(M_TOP_PAD, 256 << 20);

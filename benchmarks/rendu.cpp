@@ -1,6 +1,6 @@
-// kivra-rendu on photographs of 12 megapixels: what a picture costs, beside the sum of what its
-// steps cost alone, and beside other programs that do the nearest they can. Tables in Markdown. The
-// first argument is the number of photographs.
+// kivra-rendu on photographs of 12 megapixels: what a picture costs, compared with the sum of its
+// steps measured alone, and with other programs that do the nearest they can. Prints tables in
+// Markdown. The first argument is the number of photographs.
 
 #include "render/renderer.h"
 #include "rendu/encoding.h"
@@ -59,7 +59,7 @@ double msOf(const std::function<void()> &work)
     return double(timer.nsecsElapsed()) * 1e-6;
 }
 
-// Alone, and as fast as the machine can.
+// The best round: the work alone, as fast as the machine can.
 double leastMsOf(const std::function<void()> &work)
 {
     constexpr int rounds = 7;
@@ -95,7 +95,7 @@ public:
                         folder.filePath(QStringLiteral("i%1.jpg").arg(i)));
     }
 
-    // In turns, since no minute of a machine is like the next one; the round of the middle counts.
+    // In turns, because the machine's speed drifts from minute to minute. The median round counts.
     void compareWithItsSteps(const char *effect, int mode, const char *format)
     {
         constexpr std::size_t rounds = 3;
@@ -118,7 +118,7 @@ public:
                     whole, middle.ratio(), all.front().ratio(), all.back().ratio());
     }
 
-    // A process for each core.
+    // Runs one process per core.
     void compareWith(const char *title, const char *command)
     {
         constexpr int few = 10;
@@ -133,7 +133,7 @@ public:
     }
 
 private:
-    // Milliseconds a photograph.
+    // Milliseconds per photograph.
     struct Round
     {
         double decoding = 0;

@@ -1,6 +1,6 @@
-// What drawing a scaled picture costs: the area average of the view, beside what Qt and OpenCV
-// offer and a copy of the same pixels by one thread. And what a step of the wheel and of a drag
-// take.
+// What drawing a scaled picture costs: the view's area average, compared with what Qt and OpenCV
+// offer and with a copy of the same pixels by one thread. Also what a step of the wheel and a step
+// of a drag cost.
 
 #include "display/areascaler.h"
 #include "display/pixmapwidget.h"
@@ -24,7 +24,7 @@ struct Fitting
     QSize view;
 
     double scale() const { return double(view.width()) / picture.width(); }
-    // The part of the picture that the view has room for, and what it fills.
+    // The part of the picture that the view has room for, and the part of the view that it fills.
     QSize visible() const
     {
         return {picture.width(), std::min(picture.height(), int(view.height() / scale()))};
@@ -50,7 +50,7 @@ QImage page(const QSize &size)
     return picture;
 }
 
-// Pictures in turn, more than a cache holds, as a camera brings them.
+// As from a camera: pictures in turn, more than a cache holds.
 class Pictures
 {
 public:
@@ -151,8 +151,8 @@ public:
     }
 };
 
-// The largest view that the window has unless the settings lift the limit, then that of a large
-// screen; the second picture is the largest that is opened.
+// The largest view of the window unless the settings lift the limit, then the view on a large
+// screen. The second picture is the largest that can be opened.
 constexpr Fitting steps[] = {
     {{4000, 3000}, {1200, 800}}, {{16384, 8192}, {1200, 800}}, {{4000, 3000}, {3840, 2160}}};
 

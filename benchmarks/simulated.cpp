@@ -39,7 +39,7 @@ qint64 jpegBytes(const QImage &picture, int quality)
     return buffer.size();
 }
 
-// The highest whose file is no larger than a camera's.
+// The highest quality, in steps of four, whose file is no larger than a camera's.
 int cameraQuality(const QImage &picture)
 {
     const double wanted = picture.width() * double(picture.height()) * jpegBitsPerPixel / 8;

@@ -6,16 +6,16 @@
 
 namespace kivra::benchmarks {
 
-/// A camera of the kernel's that is simulated (tests/videonode). It films a printed page; its JPEG
-/// frames are as large as those of document cameras.
+/// A simulated camera of the kernel (tests/videonode). It films a printed page; its JPEG frames are
+/// as large as those of document cameras.
 class SimulatedCamera
 {
 public:
     /// \a format is "YUYV" or "MJPG".
     SimulatedCamera(const QString &format, QSize size, int rate);
 
-    /// The variables that a program needs to see this camera, put into this process's environment
-    /// for the processes that it starts.
+    /// Sets the environment variables that a program needs to see this camera, for the processes
+    /// that this one starts.
     void showToChildren() const;
 
 private:

@@ -106,7 +106,7 @@ void addCopy(QSize size)
     });
 }
 
-// An in-place operation always meets the same fresh pixels.
+// An in-place operation gets the same fresh pixels every time.
 void addProduct(const std::string &operation, QSize size, const InPlace &run)
 {
     add({operation, "product", size}, [size, run](benchmark::State &state) {

@@ -6,7 +6,7 @@
 
 namespace kivra::benchmarks {
 
-/// What one measurement is of. The three are written into the benchmark's name, see nameOf().
+/// What one measurement is of. The benchmark's name contains all three fields, see nameOf().
 struct Subject
 {
     /// The operation, e.g. "posterise" or "frame: Texte".
@@ -20,7 +20,7 @@ std::string nameOf(const Subject &subject);
 /// The subject of a name that nameOf() made.
 Subject subjectOf(const std::string &name);
 
-/// Registers every measurement of the program with the benchmark library; gives them in the order
+/// Registers every measurement of the program with the benchmark library. Returns them in the order
 /// of the table.
 std::vector<Subject> registerAll();
 

@@ -1,6 +1,6 @@
-// What the window costs beside the picture operations: painting a large picture, the way from a key
-// to the repainted picture, and from a stored photograph to the screen. Each with its yardstick in
-// the same run.
+// What the window costs besides the picture operations: painting a large picture, and the time from
+// a key to the repainted picture and from a stored photograph to the screen. Each is measured in
+// the same run as its yardstick.
 
 #include "app/camera.h"
 #include "decoding/picturedecoder.h"
@@ -127,7 +127,7 @@ void processAndPaint(benchmark::State &state)
     }
 }
 
-// Stored photographs of 12 megapixels, to be looked at in turn: more than are held.
+// Stored photographs of 12 megapixels, to be looked at in turn.
 std::array<QString, 3> photographs()
 {
     std::array<QString, 3> paths;
@@ -161,7 +161,7 @@ void photographLoaded(benchmark::State &state)
     }
 }
 
-// The small pictures that the decoding of others is weighed against.
+// A tiny picture: what opening costs apart from the decoding.
 void tinyPictureLoaded(benchmark::State &state)
 {
     const QString path = kivra::test::Sandbox::instance().documents() + QStringLiteral("/tiny.png");
@@ -172,7 +172,7 @@ void tinyPictureLoaded(benchmark::State &state)
         benchmark::DoNotOptimize(decoder.load(path).constBits());
 }
 
-// QTest's waiting sleeps between two looks at the events, which would be measured too.
+// QTest's waiting sleeps between two looks at the events, and would add this sleep to the figure.
 void handleEventsWhile(const std::function<bool()> &condition)
 {
     const QDeadlineTimer patience(60000);
@@ -209,8 +209,8 @@ void press(Camera *window, Qt::Key key)
 
 constexpr int steps = 120;
 
-// From the key to the painted picture, through the photographs of the storage, one after the other.
-// After a pause, the next one has been decoded ahead.
+// Steps through the stored photographs, from the key to the painted picture. After a pause, the
+// next photograph has been decoded ahead.
 void step(benchmark::State &state, int pauseMs)
 {
     const QDir month(kivra::test::Sandbox::instance().documents() +

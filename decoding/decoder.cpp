@@ -11,7 +11,7 @@ namespace kivra {
 namespace {
 
 constexpr int wordBytes = int(sizeof(QRgb));
-// Qt converts twice as much in other threads, and whoever waits for those looks stuck.
+// Small bands: Qt hands twice as much to other threads, which only takes longer.
 constexpr int bandBytes = 1 << 16;
 
 QImage wordsAt(uchar *memory, const QSize &size)
@@ -25,8 +25,8 @@ QRgb *rowAt(uchar *memory, int y, const QSize &size)
     return reinterpret_cast<QRgb *>(memory) + size_t(y) * size_t(size.width());
 }
 
-// Some readers leave the rows that a truncated file lacks as they were: such a row is known by a
-// first pixel that is still translucent.
+// If a file is truncated, some readers leave the missing rows untouched. The first pixel of such a
+// row is then still transparent.
 void markRowsMissing(uchar *memory, const QSize &size)
 {
     for (int y = 0; y < size.height(); ++y)
@@ -42,7 +42,8 @@ void blackenMissingRows(uchar *memory, const QSize &size)
     }
 }
 
-// The readers of most photographs write such words themselves: then no copy is made on the way.
+// The readers of most photographs decode to Format_RGB32: straight into this memory, without a
+// copy.
 QImage pictureToFill(QImage::Format format, const QSize &size, uchar *memory)
 {
     if (!memory || format != QImage::Format_RGB32)
@@ -72,7 +73,7 @@ void convertTo(uchar *memory, const QImage &picture)
 
 QSize decodeBy(QImageReader &reader, const PixelMemory &memory)
 {
-    const QSize told = reader.size(); // a few formats do not say before they are read
+    const QSize told = reader.size(); // empty for the few formats that tell it only after reading
     const QImage::Format format = told.isValid() ? reader.imageFormat() : QImage::Format_Invalid;
     uchar *const early = isDecodable(told)
                              ? memory(told, format == QImage::Format_RGB32 ? 0 : depthOf(format))
@@ -108,7 +109,7 @@ bool isDecodable(const QSize &size)
     return !size.isEmpty() && qint64(size.width()) * size.height() <= mostPixels;
 }
 
-// Most TGA pictures begin like a cursor, whose reader takes them for one and fails.
+// Most TGA pictures begin like a cursor file; the reader of cursors takes them and fails.
 QSize decodePicture(const QByteArray &content, const PixelMemory &memory)
 {
     const QSize size = decodeAs({}, content, memory);

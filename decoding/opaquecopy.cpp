@@ -10,11 +10,11 @@ namespace kivra {
 
 namespace {
 
-// One shown, two beside it and one that is being made.
+// One shown, two held beside it and one in the making.
 constexpr size_t mostKept = 4;
 constexpr qsizetype mostKeptBytes = qsizetype(64) << 20;
 
-// Command-line use decodes in several threads.
+// On the command line, several threads decode.
 std::mutex &lock()
 {
     static std::mutex mutex;
@@ -68,7 +68,7 @@ void copyOpaque(const QRgb *from, QRgb *to, size_t count)
         to[i] = from[i] | opaque;
 }
 
-// One thread alone does not use all that the memory gives; to wake another one has its price too.
+// One thread alone does not use the full memory bandwidth, but waking another one has its cost.
 void copyOpaqueByTwo(const QRgb *from, QRgb *to, size_t count)
 {
     constexpr size_t worthWaking = 1 << 20;

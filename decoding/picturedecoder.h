@@ -17,18 +17,19 @@ struct DecodingLimits
     qint64 stillMs = 60000;     ///< without an answer and without any processor time used
 };
 
-/// Opens picture files of any origin, one at a time, without a window: pictures come out in
-/// Format_RGB32, opaque, in memory that no decoder sees. Several decoders work at the same time.
+/// Opens picture files of any origin, one at a time; needs no window. Pictures are opaque, in
+/// Format_RGB32, in memory that no decoder shares. Several decoders may work at the same time.
 ///
-/// A null picture comes out of a file that cannot be read, is no regular file (a folder, a pipe, a
-/// device), is larger than mostFileBytes, is no picture or one of more than mostPixels
-/// (decoding/decoder.h), or is one whose decoding crashes or exceeds a limit or mostDecodingBytes.
+/// The picture is null if the file cannot be read, is no regular file (a folder, a pipe, a device),
+/// is larger than mostFileBytes, is no picture, or is a picture of more than mostPixels
+/// (decoding/decoder.h); also if decoding crashes or exceeds a limit or mostDecodingBytes.
 ///
-/// On Linux a program of its own decodes (program/), which has no access to anything but the file;
-/// it stays for the pictures to come and is replaced after any failure. Elsewhere the calling
-/// process decodes, and only the limits of size hold: open() then takes as long as the decoding.
+/// On Linux a separate program (program/) decodes, with access to nothing but the file, libraries
+/// and fonts; it stays for later pictures and is replaced after any failure. Elsewhere the calling
+/// process decodes: only the limits of size hold, and open() takes as long as the decoding.
 ///
-/// Belongs to the thread that makes it, which needs an event loop for open(), not for load().
+/// Belongs to the thread that creates it. That thread needs an event loop for open(), but not for
+/// load().
 class PictureDecoder : public QObject
 {
     Q_OBJECT
@@ -44,21 +45,23 @@ public:
     /// Starts the decoder program unless it runs, so that the next picture need not wait for that.
     void prepare();
 
-    /// Begins to open the picture at \a path, with the suffixes of all formats tried behind a name
-    /// that does not exist; finished() tells the outcome, later and never from within this call.
-    /// What was under way is given up. Pictures of more than \a mostOfIt pixels count as none.
+    /// Begins to open the picture at \a path; if there is no such file, tries the suffixes of all
+    /// formats behind the name. Gives up the picture in progress, if any. finished() tells the
+    /// outcome, later and never from within this call. A picture of more than \a mostOfIt pixels
+    /// counts as none.
     void open(const QString &path, qint64 mostOfIt = mostPixels);
-    /// Raises the limit in pixels of what is under way, as far as its size is not known yet.
+    /// Raises the limit in pixels for the picture in progress, as long as its size is not known.
     void allow(qint64 mostOfIt);
-    /// Gives up what is under way: finished() is not emitted. The decoder program is replaced.
+    /// Gives up the picture in progress, if any: finished() is not emitted, and the decoder program
+    /// is replaced.
     void cancel();
     /// True from open() until finished() or cancel().
     bool isBusy() const;
-    /// Of the file last opened, as it was then.
+    /// The state of the file last opened, as it was then.
     FileState fileState() const;
 
-    /// Waits for what is under way, without an event loop, and emits finished(). Does nothing when
-    /// nothing is.
+    /// Waits for the picture in progress, without an event loop, and emits finished(). Does nothing
+    /// if there is none.
     void wait();
     /// Opens the picture at \a path and waits for it; finished() is emitted too.
     QImage load(const QString &path);

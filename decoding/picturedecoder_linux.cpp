@@ -14,11 +14,12 @@ namespace kivra {
 
 namespace {
 
-// How often the decoder's clock is looked at, and the ended are buried.
+// How often to check the decoder's processor time and to reap ended processes.
 constexpr int lookMs = 100;
-// The system's own limit is for the case that the viewer does not look.
+// The system's own limit comes later: it is for a viewer that no longer checks.
 constexpr qint64 systemsGraceMs = 5000;
-// What readers and fonts leave behind adds up; a fresh program starts in the background.
+// What readers and fonts leave in memory adds up, so the program is replaced after this many
+// pictures. The next one starts in the background.
 constexpr int mostPicturesOfOne = 200;
 
 } // namespace
@@ -75,7 +76,7 @@ bool PictureDecoder::Private::start()
     return true;
 }
 
-// May be called by the notifier itself.
+// The notifier itself may be the caller: it is deleted later.
 void PictureDecoder::Private::stop()
 {
     if (notifier) {
@@ -93,7 +94,8 @@ bool PictureDecoder::Private::begin(const QString &path, qint64 mostOfIt)
     file = opened.state;
     if (!opened.descriptor.isOpen() || !start())
         return false;
-    // Between two pictures it may have ended: the system takes it first when memory is short.
+    // The decoder may have ended since the last picture: the system kills it first when memory is
+    // short.
     if (!exchange->begin(opened.descriptor.get(), mostOfIt)) {
         stop();
         if (!start() || !exchange->begin(opened.descriptor.get(), mostOfIt))
@@ -140,9 +142,9 @@ void PictureDecoder::Private::check()
         look.stop();
 }
 
-// A decoder that has failed at something, or that talks without being asked, is not asked again.
-// One that ended while nobody needed it is started anew when somebody does. The owner may be
-// deleted by whom it tells.
+// A decoder that failed, or that talked without being asked, is not asked again. One that ended
+// while idle is started anew only when it is needed. A slot of finished() may delete the owner: it
+// is emitted last.
 void PictureDecoder::Private::conclude(const QImage &picture)
 {
     failure.stop();
@@ -175,8 +177,8 @@ PictureDecoder::PictureDecoder(const QString &program, const DecodingLimits &lim
 {
 }
 
-// A killed process takes a moment to end. One that cannot, such as one that waits for a server
-// which is gone, is not waited for.
+// Waits briefly: a killed process takes a moment to end. A process that hangs on a server that is
+// gone is not waited for any longer.
 PictureDecoder::~PictureDecoder()
 {
     forgetCopies();

@@ -7,7 +7,7 @@ namespace kivra {
 /// The largest file that is opened, in bytes: 512 MiB.
 constexpr qint64 mostFileBytes = qint64(512) << 20;
 
-/// By what a file is known again: two states of it are equal unless it was changed or replaced.
+/// What identifies a file: two states are equal unless the file was changed or replaced.
 struct FileState
 {
     quint64 device = 0;
@@ -23,8 +23,8 @@ struct FileState
 /// The state of the file at \a path, links followed; not isFile() for anything else.
 FileState stateOf(const QString &path);
 
-/// The path at which QImage::load() would look: a name is tried with the suffixes of all formats
-/// behind it when there is no file of that name.
+/// The path that QImage::load() would open: if there is no file of this name, the suffixes of all
+/// formats are tried behind it.
 QString pictureFile(const QString &path);
 
 } // namespace kivra

@@ -30,7 +30,7 @@ void PictureOpener::open(const QString &path)
 {
     if (isOpening() && path == wanted)
         return;
-    // The decoder of what is given up has to be replaced; the other one is ready.
+    // The decoder of the abandoned picture has to be replaced; the other one is ready.
     if (isOpening()) {
         giveUp();
         active = 1 - active;
@@ -107,11 +107,11 @@ void PictureOpener::finish(std::size_t decoder, const QImage &picture)
     }
 }
 
-// The owner may ask for more, or delete this, on being told.
+// A slot of opened() may open another picture, or delete this object.
 void PictureOpener::show(Held picture)
 {
     const bool isTooLarge = qint64(last.picture.width()) * last.picture.height() > mostHeldPixels;
-    if (picture.path != last.path) // at either end, a step leads nowhere else
+    if (picture.path != last.path) // at either end, a step opens the same picture again
         before = isTooLarge ? Held() : std::move(last);
     last = picture.picture.isNull() ? Held() : picture;
     const Held told = std::move(picture);

@@ -9,12 +9,12 @@
 
 namespace kivra {
 
-/// Opens stored pictures for a user who looks at one after the other: the last request counts, and
-/// the picture that is likely to be next is decoded ahead of its request.
+/// Opens stored pictures for a user who looks at one after the other: only the last request counts,
+/// and the picture that is likely to be next is decoded ahead of its request.
 ///
-/// Beside the picture that was opened last, two are held at most: the one before it, and the one
-/// that is decoded ahead; neither has more than mostHeldPixels. A picture that is held, or was
-/// opened last, is opened from memory as long as its file is as it was.
+/// Besides the picture opened last, at most two are held: the one before it and the one decoded
+/// ahead, neither larger than mostHeldPixels. A picture that is held, or was opened last, is opened
+/// from memory as long as its file has not changed.
 class PictureOpener : public QObject
 {
     Q_OBJECT
@@ -30,21 +30,22 @@ public:
     /// Starts a decoder, so that the first picture need not wait for that.
     void prepare();
 
-    /// Opens the picture at \a path. opened() tells the outcome: within the call where the picture
-    /// is held or where there is no such file, later otherwise. What was being opened is given up,
-    /// without a word.
+    /// Opens the picture at \a path. opened() tells the outcome: within this call if the picture is
+    /// held or there is no such file, otherwise later. Any other picture being opened is given up,
+    /// without opened().
     void open(const QString &path);
-    /// Gives up what is being opened; opened() is not emitted. Nothing happens when nothing is.
+    /// Gives up the picture being opened, if any; opened() is not emitted.
     void giveUp();
     bool isOpening() const { return !wanted.isEmpty(); }
-    /// What is being opened; empty when nothing is.
+    /// The path of the picture being opened; empty if there is none.
     QString path() const { return wanted; }
-    /// Waits for what is being opened, without an event loop.
+    /// Waits for the picture being opened, without an event loop.
     void wait();
 
-    /// Decodes the picture at \a path in the background, unless it is held or one is being opened.
+    /// Decodes the picture at \a path in the background, unless it is held already or a picture is
+    /// being opened.
     void lookAhead(const QString &path);
-    /// Drops what is held, and what is decoded ahead.
+    /// Drops all pictures in memory, and stops decoding ahead.
     void forget();
 
 signals:
@@ -67,9 +68,9 @@ private:
     void stopLookingAhead();
 
     std::array<PictureDecoder *, 2> decoders; // children of this
-    std::size_t active = 0;                   // opens what is wanted; the other one looks ahead
+    std::size_t active = 0;                   // opens the wanted picture; the other one looks ahead
     QString wanted;
-    QString expected; // decoded ahead now
+    QString expected; // being decoded ahead
     Held last;
     Held before;
     Held ahead;

@@ -17,8 +17,8 @@ namespace {
 
 constexpr int levels = 256;
 
-// Calls \a change with the picture's pixels, if it has any. What OpenCV and the standard library
-// throw where memory is short ends here.
+// Calls \a change with the picture's pixels, if it has any. Catches what OpenCV and the standard
+// library throw when memory is short.
 template<typename Change>
 void changeInPlace(QImage *image, const Change &change)
 {
@@ -32,7 +32,7 @@ void changeInPlace(QImage *image, const Change &change)
     }
 }
 
-// What paint() does, over the pixels themselves and on all cores. \a plane is the mode's scratch.
+// paint() in place, on all cores. \a plane is the mode's scratch.
 void paintOver(Pixels pixels, int mode, const Finish &finish = Finish(), cv::Mat plane = {})
 {
     paint({pixels, pixels, allThreads(), plane}, mode, finish);
@@ -48,7 +48,7 @@ void paintAndKeep(QImage *image, int mode, const Finish &finish = Finish())
     });
 }
 
-// The picture in black and white and _dst with it, _src_gray with what is compared.
+// Makes the picture black and white and _dst with it; _src_gray keeps the levels compared.
 void threshold(Pixels pixels, int level, int method)
 {
     const bool isByNeighbours = method == 2 || method == 3;
@@ -61,7 +61,7 @@ void threshold(Pixels pixels, int level, int method)
             cv::medianBlur(_src_gray, _src_gray, 3);
         return;
     }
-    // Beyond these bounds OpenCV's conversion of the level to an integer is undefined.
+    // Beyond these bounds, OpenCV's conversion of the level to an integer is undefined.
     if (method == 0)
         cv::threshold(_src_gray, _dst, std::clamp(level * 2.55, -1.0, 255.0), 255.0,
                       cv::THRESH_BINARY);

@@ -3,20 +3,20 @@
 #include <QImage>
 #include <opencv2/core/mat.hpp>
 
-// The operations on a picture in place, each with what it leaves in the working matrices of
-// buffers.h. The alpha of the result is 255. An empty picture stays as it is, and so does one of
-// which others hold the pixels where there is no memory for a copy; where memory is short later,
-// the rest of an operation is left out.
+// Operations on a picture in place, and what each leaves in the working matrices of buffers.h. The
+// alpha of the result is 255. An empty picture stays as it is. A picture whose pixels are shared
+// stays as it is if there is no memory for a copy. If memory runs short later, the rest of the
+// operation is left out.
 
 /// Turns the picture into black and white.
 ///
-/// \a method 0: white where the grey exceeds \a level * 2.55 (\a level is a percentage, used by
-/// this method alone). 1: Otsu's level. 2 and 3: 3x3 median, then white where that exceeds the
+/// \a method 0: white where the grey exceeds \a level * 2.55 (\a level is a percentage; only this
+/// method uses it). 1: Otsu's level. 2 and 3: 3x3 median, then white where it exceeds the
 /// Gaussian-weighted mean of its 11x11 neighbourhood minus 2. Any other: no threshold; the picture
-/// shows what _dst holds, as grey (and stays as it is if somebody gave that another size).
+/// shows _dst as grey (and stays as it is if _dst has been given another size).
 ///
-/// Leaves the colours in _src, the grey, of methods 2 and 3 its median, in _src_gray, and the
-/// result in _dst.
+/// Leaves the colours in _src, the result in _dst, and in _src_gray the grey (methods 2 and 3: its
+/// median).
 void KvThreshold(QImage *image, int level, int method);
 
 /// Reduces the brightness (V of HSV) to the eight levels 16, 48 .. 240, keeping hue and saturation;
@@ -28,8 +28,8 @@ void KvPosterize(QImage *image, int n);
 void KvPosterize1(QImage *image, int n);
 
 /// Equalises the luma (Y of YCrCb) of \a src into the pixels of \a dst, chroma unchanged. Both are
-/// CV_8UC3, blue, green, red, of the same size, and may be the same; otherwise, for an empty matrix
-/// and without memory for the planes, nothing happens.
+/// CV_8UC3, blue, green, red, of the same size, and may be the same matrix. Otherwise, and for an
+/// empty matrix, nothing happens. If there is no memory for the planes, \a dst is left unfinished.
 void ColorEqualizeHist(cv::Mat src, cv::Mat dst);
 
 /// Equalises the luma; leaves the result in _src.

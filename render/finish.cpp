@@ -7,7 +7,7 @@ namespace kivra {
 
 namespace {
 
-// Limited before the conversion to an integer, which is undefined for numbers that it cannot hold.
+// Clamped before the conversion to an integer, which is undefined for values out of its range.
 template<typename Real>
 std::uint8_t truncatedLevel(Real value)
 {
@@ -19,13 +19,14 @@ int onLine(int level, const ToneLine &line)
     return std::clamp((level * line.scale + line.offset) >> line.shift, 0, 255);
 }
 
-// The line in fixed point, if that gives every entry exactly.
+// The line in fixed point, or nothing if fixed point misses an entry of the table.
 std::optional<ToneLine> lineOf(const ByteTable &table, double slope, double intercept)
 {
-    // Entries that are whole numbers in exact arithmetic must not fall short of them; no fraction
-    // of a table of percents or of up to 255 steps comes this close below a whole number.
+    // Rounding must not push an entry below the whole number that it is in exact arithmetic. The
+    // slack is harmless elsewhere: no other entry of a table of percents or of up to 255 steps lies
+    // this close below a whole number.
     constexpr double slack = 1.0 / 1024;
-    constexpr double room = 1 << 30; // in an int, with the sum of both terms
+    constexpr double room = 1 << 30; // the sum of both terms still fits in an int
     const double reach = 255 * std::abs(slope) + std::abs(intercept) + 1;
     int shift = 20;
     while (shift > 0 && std::ldexp(reach, shift) > room)
@@ -116,7 +117,7 @@ Pixel Finish::word(Pixel pixel) const
     return result;
 }
 
-// The effect finds the row that the tone has left in the first-level cache.
+// Row by row: the effect still finds the row of the tone in the first-level cache.
 void Finish::row(const Pixel *from, Pixel *to, int n) const
 {
     const Pixel *toned = from;

@@ -11,10 +11,10 @@ namespace kivra {
 class Tone
 {
 public:
-    /// \a slope and \a intercept are those of the line that the table is, but for truncation and
-    /// limits: then it is computed instead of looked up, if that gives every entry exactly.
+    /// The table is the line of this \a slope and \a intercept, truncated and limited. It is
+    /// computed instead of looked up if fixed point gives every entry exactly.
     Tone(const ByteTable &table, double slope, double intercept);
-    /// A table that is no line.
+    /// A table of any other shape.
     explicit Tone(const ByteTable &table);
 
     const ByteTable &table() const { return entries; }
@@ -27,7 +27,7 @@ public:
 private:
     ByteTable entries;
     std::optional<ToneLine> line;
-    ToneWords words; ///< for what is no line
+    ToneWords words; ///< for a table that is not computed
 };
 
 /// Brightness and contrast: entry i = (i + lumiere - 128) * contraste / 100 + 128 in single
@@ -44,12 +44,12 @@ class Finish
 public:
     enum class Effect { None, Shade, Negative, TwoColours };
 
-    /// \a colours are those of the effect TwoColours. By default alpha becomes 255 and nothing else
-    /// changes.
+    /// \a colours are the colours of the effect TwoColours. The default finish sets alpha to 255
+    /// and changes nothing else.
     explicit Finish(const Tone &tone = brightnessTone(0, 100), Effect effect = Effect::None,
                     TwoColours colours = {});
 
-    /// True when it does no more than to set alpha to 255.
+    /// True when it only sets alpha to 255.
     bool keepsColours() const { return keepsLevels && effect == Effect::None; }
     /// What becomes of one pixel.
     Pixel word(Pixel pixel) const;

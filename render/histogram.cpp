@@ -13,8 +13,8 @@ namespace kivra {
 
 namespace {
 
-// Neighbouring pixels are often equal, and a count that has just been stored is slow to load again,
-// so they go to different histograms.
+// Neighbouring pixels are often equal, and reloading a count that has just been stored is slow, so
+// neighbours are counted in different histograms.
 constexpr int ways = 8;
 using Histograms = std::array<Histogram, ways>;
 

@@ -14,21 +14,22 @@ namespace kivra {
 
 namespace {
 
-/// What a mode has seen of the whole frame, for its bands.
+/// What a mode has learnt from the whole frame before it paints bands.
 struct Look
 {
-    TwoColours colours{}; ///< of a mode that has two, already finished
+    TwoColours colours{}; ///< of a mode with two colours, already finished
     int threshold = 0;
     ByteTable table{};
     std::optional<Tone> tone;
 };
 
-/// How a mode paints: first a look at the whole frame, which may fill the plane, then band by band.
+/// How a mode paints: it first looks at the whole frame, and may fill the plane, then paints band
+/// by band.
 struct Mode
 {
     void (*look)(const Job &job, Look &look);
     void (*paint)(const Job &job, const Look &look, Span rows);
-    /// What the two levels of a black and white picture become; equal for other modes.
+    /// What black and white become; equal in modes without two colours.
     TwoColours colours;
 
     bool hasTwoColours() const { return colours.dark != colours.light; }
@@ -98,7 +99,8 @@ constexpr Pixel black = 0xFF000000U;
 constexpr Pixel white = 0xFFFFFFFFU;
 constexpr Pixel boardGreen = 0xFF006400U;
 
-// By number. Two-colour rendering of pure black and white gives exactly its two colours.
+// By number. The effect TwoColours turns pure black and white into exactly its two colours, so a
+// mode may choose these at once.
 constexpr std::array<Mode, 7> modes{{
     {nullptr, nullptr, {}},
     {lookForEnds, paintStretched, {}},
@@ -106,7 +108,7 @@ constexpr std::array<Mode, 7> modes{{
     {lookForOtsu, paintChosen, {black, white}},
     {lookAtGrey, paintByNeighbours, {black, white}},
     {lookAtGrey, paintByNeighbours, {white, boardGreen}},
-    // Made on the caller's thread, which may fail.
+    // Made on the caller's thread, because it may throw.
     {[](const Job &, Look &) { posterColours(); }, paintPoster, {}},
 }};
 
@@ -116,8 +118,8 @@ void finishRows(ConstPixels from, Pixels to, Span rows, const Finish &finish)
         finish.row(from.row(y), to.row(y), from.width);
 }
 
-// A mode and what finishes it, band by band. The finish follows after a few rows, which the second-
-// level cache still has. Gives the mode's share of the time.
+// Paints and finishes band by band. The finish follows after a few rows, which are still in the
+// second-level cache. Gives the mode's share of the time.
 double paintAndFinish(const Job &job, const Mode &mode, const Look &look, const Finish &finish)
 {
     constexpr int bytesAtOnce = 1 << 17;

@@ -8,12 +8,12 @@
 
 namespace kivra {
 
-/// What a picture is made from and made into: two grids of the same size, perhaps the same one.
+/// The source and the target of a picture: two grids of the same size, perhaps the same grid.
 struct Job
 {
     ConstPixels from;
     Pixels to;
-    int threads;    ///< as many work at once
+    int threads;    ///< the most that work at once
     cv::Mat &plane; ///< scratch of the modes: the grey or the luma of the picture, CV_8UC1
 };
 
@@ -21,10 +21,10 @@ struct Job
 struct FrameTimes
 {
     double mode = 0;
-    double effect = 0; ///< of the tone, too
+    double effect = 0; ///< includes the tone
 };
 
-/// Tells the seconds since it was made or asked last.
+/// Tells the seconds since it was made or last asked.
 class Clock
 {
 public:
@@ -43,8 +43,8 @@ private:
 /// True for the number of a mode that changes pixels (FrameSettings::mode).
 bool isMode(int number);
 
-/// Writes \a job.to: the mode of this number, or none for a number that is no mode, then \a finish.
-/// Nothing happens to an empty picture. Throws if there is no memory for the scratch.
+/// Writes \a job.to: \a mode (none if the number is no mode), then \a finish. Does nothing to an
+/// empty picture. Throws if there is no memory for the scratch.
 FrameTimes paint(const Job &job, int mode, const Finish &finish);
 
 } // namespace kivra

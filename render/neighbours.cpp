@@ -11,7 +11,7 @@ namespace kivra {
 
 namespace {
 
-// The kernels that sum as OpenCV's active code does; null if the active version cannot.
+// The kernels that sum as OpenCV's active code does; null if the active version has none.
 const Kernels *matchingKernels()
 {
 #if defined(__x86_64__)
@@ -34,9 +34,9 @@ const MeanWeights &meanWeights()
     return weights;
 }
 
-// A band of the picture. The rows in the works stay in the second-level cache: grey rows become
-// median rows, median rows are summed along themselves, and as soon as the sums of the five rows
-// below are there, a row is decided.
+// A band of the picture, in a few rows that stay in the second-level cache. Grey rows become median
+// rows, and median rows are summed along themselves. A row is decided as soon as the sums of the
+// five rows below it exist.
 class Band
 {
 public:
@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    // Rows in the works: those that a decision needs and the one that is being made.
+    // Rows kept: those that a decision needs, and the one in the making.
     static constexpr int depth = meanTaps + 1;
     static constexpr int margin = 16; // more than meanReach, and keeps rows aligned
 
@@ -76,7 +76,7 @@ private:
     }
     int clampedRow(int y) const { return std::clamp(y, 0, grey.rows - 1); }
 
-    // At the picture's sides rows repeat their last column, so far.
+    // Beyond the sides of the picture, a row repeats its outermost value.
     void repeatSides(std::uint8_t *row, int reach) const
     {
         std::fill(row - reach, row, row[0]);
@@ -121,7 +121,7 @@ private:
 
 void decideByLibrary(const cv::Mat &grey, Pixels to, Span rows, TwoColours colours)
 {
-    // One row of the median, five of the mean.
+    // At least the one row that the median reaches and the five that the mean reaches.
     constexpr int halo = 8;
     const int top = std::max(rows.begin - halo, 0);
     cv::Mat band;
@@ -137,7 +137,7 @@ void decideByLibrary(const cv::Mat &grey, Pixels to, Span rows, TwoColours colou
 void decideByNeighbours(const cv::Mat &grey, Pixels to, Span rows, TwoColours colours)
 {
     const Kernels *matching = matchingKernels();
-    // OpenCV's mean of a single row or column is one-dimensional.
+    // OpenCV computes the mean of a single row or column in one dimension.
     if (matching && grey.rows > 1 && grey.cols > 1)
         Band(grey, colours, *matching).decide(to, rows);
     else

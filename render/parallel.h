@@ -7,20 +7,20 @@
 
 namespace kivra {
 
-/// As many threads as work at once on this machine.
+/// The most threads that work at once on this machine.
 inline int allThreads()
 {
     return std::max(cv::getNumThreads(), 1);
 }
 
-/// Calls \a body(rows) for spans that together cover the rows of a picture once, on as many as
-/// \a threads threads at once, the caller's among them; on that alone for a picture that is not
-/// worth more. The order is not defined, so \a body must give the same result for any cut. What it
-/// throws, this throws.
+/// Calls \a body(rows) for spans that together cover each row of a picture once. Up to \a threads
+/// threads work at once, including the caller's; a small picture stays on the caller's thread
+/// alone. The order is not defined, so \a body must give the same result for any cut. Exceptions of
+/// \a body are passed on.
 ///
-/// Several bands per thread even out a worker that starts late. Waking a worker costs as much as
-/// some ten thousand pixels. Threads may call this at the same time; all but one of them then work
-/// alone.
+/// Several bands per thread make up for a worker that starts late. Waking a worker costs as much as
+/// some ten thousand pixels. Several threads may call this at the same time; all but one of them
+/// then work alone.
 template<typename Body>
 void forBands(int threads, int width, int height, const Body &body)
 {
@@ -38,7 +38,7 @@ void forBands(int threads, int width, int height, const Body &body)
         for (int band = range.start; band < range.end; ++band)
             body(Span{edge(band), edge(band + 1)});
     };
-    // In as many stripes as there may be workers, unless all may work.
+    // One stripe for each worker allowed, or one for each band if all workers are allowed.
     const int stripes = threads < allThreads() ? threads : bands;
     cv::parallel_for_(cv::Range(0, bands), work, stripes);
 }

@@ -29,7 +29,7 @@ struct Span
 // OpenCV sees the bytes of a word in memory order: blue, green, red, alpha.
 static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN);
 
-/// Rows of pixels that somebody else owns. Valid as long as the owner neither ends nor detaches.
+/// Rows of pixels that somebody else owns. Valid until the owner is destroyed or detaches.
 template<typename Word>
 struct PixelGrid
 {
@@ -47,8 +47,8 @@ struct PixelGrid
         using Byte = std::conditional_t<std::is_const_v<Word>, const std::byte, std::byte>;
         return reinterpret_cast<Word *>(reinterpret_cast<Byte *>(first) + y * bytesPerLine);
     }
-    /// A matrix header of type CV_8UC4 over the rows of \a span. OpenCV knows no header over
-    /// constant data: one that comes from a read-only grid must only be read.
+    /// A matrix header of type CV_8UC4 over the rows of \a span. OpenCV has no header for constant
+    /// data: never write through a header of a read-only grid.
     cv::Mat matrix(Span span) const
     {
         return {span.end - span.begin, width, CV_8UC4,
@@ -61,9 +61,8 @@ struct PixelGrid
 using Pixels = PixelGrid<Pixel>;
 using ConstPixels = PixelGrid<const Pixel>;
 
-/// The picture itself when its pixels are 0xAARRGGBB words (Format_RGB32, Format_ARGB32), otherwise
-/// a converted copy in Format_RGB32. Null for a null picture, or if there is no memory for the
-/// copy.
+/// The picture itself if its pixels are 0xAARRGGBB words (Format_RGB32, Format_ARGB32), otherwise a
+/// copy converted to Format_RGB32. Null for a null picture, or if there is no memory for the copy.
 inline QImage withPixelWords(const QImage &image)
 {
     if (image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32)
@@ -78,9 +77,10 @@ inline ConstPixels pixelsOf(const QImage &image)
             image.bytesPerLine()};
 }
 
-/// The pixels of \a image to be changed in place. Other holders of the same picture keep theirs; a
-/// picture of another format is first converted to Format_RGB32. Empty for an empty picture, and if
-/// there is no memory for the copy that this takes; then the picture stays as it is.
+/// The pixels of \a image, for changes in place. Other holders of the same picture keep theirs, and
+/// a picture of another format is first converted to Format_RGB32; both may take a copy. Empty for
+/// an empty picture. Also empty if there is no memory for the copy; the picture then stays as it
+/// is.
 inline Pixels editablePixels(QImage *image)
 {
     const bool hasWords =

@@ -12,7 +12,7 @@ constexpr int hues = 180;
 constexpr int saturations = 256;
 constexpr int eighths = 8;
 
-// At least the pixels of any of OpenCV's vectors.
+// At least as many pixels as any vector of OpenCV holds.
 constexpr int vector = 64;
 
 std::uint8_t middleOfEighth(int eighth)
@@ -20,8 +20,8 @@ std::uint8_t middleOfEighth(int eighth)
     return static_cast<std::uint8_t>(32 * eighth + 16);
 }
 
-// All HSV colours that posterising can yield, converted by OpenCV's vector code, which rounds
-// otherwise than its code for the end of a row.
+// All HSV colours that posterising can yield, converted by OpenCV's vector code (its scalar code
+// for the end of a row rounds differently).
 std::vector<Pixel> convertedColours()
 {
     std::vector<Pixel> words(std::size_t{eighths} * hues * saturations);
@@ -36,8 +36,9 @@ std::vector<Pixel> convertedColours()
     return words;
 }
 
-// The last columns of a few rows, less than a vector of each, by OpenCV's own calls: for them, too,
-// these are the last of a row. Few rows: then OpenCV neither takes memory nor wakes a thread.
+// The last columns of each row, too few for a vector, converted by OpenCV's own calls: there, too,
+// they are the end of a row. A few rows at a time, so that OpenCV neither allocates nor wakes a
+// thread.
 void posterizeEnds(ConstPixels from, Pixels to, Span rows, int first)
 {
     constexpr int most = 64;
@@ -76,7 +77,7 @@ void posterize(ConstPixels from, Pixels to, Span rows)
             const int count = std::min(piece, inVectors - done);
             Pixel *const words = to.row(y) + done;
             for (int i = 0; i < count; i += 16)
-                __builtin_prefetch(words + i, 1); // while the places are found
+                __builtin_prefetch(words + i, 1); // while hsvPlace() computes
             kernels().hsvPlace(from.row(y) + done, places.data(), count);
             for (int i = 0; i < count; ++i)
                 words[i] = colours[places[static_cast<std::size_t>(i)]];

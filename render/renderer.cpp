@@ -39,7 +39,7 @@ Rendering Renderer::render(const Frame &frame, const FrameSettings &settings)
     try {
         return rendered(source, frame.isOpaque, settings);
     } catch (const std::exception &) {
-        // OpenCV and the standard library throw where memory is short.
+        // OpenCV and the standard library throw when memory is short.
         return {};
     }
 }
@@ -69,8 +69,8 @@ Rendering Renderer::rendered(const QImage &source, bool isOpaque, const FrameSet
     return {result, times};
 }
 
-// Held by nobody else, with undefined pixels; null if there is no memory for it. Two are enough:
-// one on the screen and one that is being made.
+// A picture that nobody else holds, with undefined pixels; null if there is no memory for it. Two
+// are enough: one on the screen and one in the making.
 QImage &Renderer::resultOf(const QSize &size)
 {
     if (!results[0].isDetached())

@@ -35,19 +35,19 @@ struct Rendering
     FrameTimes times;
 };
 
-/// Renders pictures. It owns the memory that it works in, so a steady stream allocates nothing.
-/// Each thread may have one of its own.
+/// Renders pictures. It owns its working memory, so a steady stream allocates nothing. Each thread
+/// may have a renderer of its own.
 class Renderer
 {
 public:
-    /// Lets \a threads threads work at once, the caller's among them.
+    /// Uses up to \a threads threads at once, including the caller's.
     explicit Renderer(int threads = allThreads());
 
-    /// The opaque picture in Format_RGB32 that the frame becomes; the frame keeps its pixels. One
-    /// of other than 0xAARRGGBB words (Format_RGB32, Format_ARGB32) is converted first. Where
-    /// nothing changes an opaque Format_RGB32, the result is the frame itself, shared.
+    /// Renders the frame as an opaque picture in Format_RGB32; the frame keeps its pixels. A frame
+    /// of other pixels than 0xAARRGGBB words (Format_RGB32, Format_ARGB32) is converted first. If
+    /// nothing changes an opaque Format_RGB32 frame, the result is the frame itself, shared.
     ///
-    /// Null for an empty frame, and for one that there is not the memory for. Never throws.
+    /// Null for an empty frame, or if memory is short. Never throws.
     Rendering render(const Frame &frame, const FrameSettings &settings);
 
 private:
@@ -56,9 +56,9 @@ private:
 
     int threadCount;
     cv::Mat plane;
-    /// The last results, the older one first, whose memory serves again when nobody else holds
-    /// them. That of a large picture would go back to the system when it is freed, and be faulted
-    /// in again page by page at the next frame, which costs more than most modes.
+    /// The last two results, the newer one first; their memory is used again once nobody else holds
+    /// them. Freeing a large picture would return its memory to the system, and faulting in fresh
+    /// pages for the next frame costs more than most modes.
     std::array<QImage, 2> results;
 };
 

@@ -12,7 +12,7 @@ Bench::Bench(int threads)
 {
 }
 
-// In a loop of events, which ends when the thread is told to quit.
+// The event loop also ends when the thread is told to quit.
 QImage Bench::decode(const QString &source, bool *quits)
 {
     QImage picture;

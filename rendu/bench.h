@@ -8,16 +8,16 @@
 
 namespace kivra::rendu {
 
-/// Where one picture after the other is opened and rendered, each as the window shows it after it
-/// was turned upright. Belongs to the thread that makes it, a QThread.
+/// Opens one picture after the other, turns it upright and renders it as the window would. Belongs
+/// to the thread that creates it, a QThread.
 class Bench
 {
 public:
-    /// Rendering uses so many threads.
+    /// Rendering uses up to \a threads threads.
     explicit Bench(int threads);
 
-    /// The rendered picture, opaque, in Format_RGB32. Null when there is none, with the reason in
-    /// \a fault, in French; and without a reason when the thread was told to quit meanwhile.
+    /// The rendered picture, opaque, in Format_RGB32. If it is null, \a fault gives the reason, in
+    /// French; no reason means that the thread was told to quit meanwhile.
     QImage render(const QString &source, const FrameSettings &settings, QString *fault);
 
 private:

@@ -43,7 +43,7 @@ void Crew::stop()
         thread->quit();
 }
 
-// In a thread of the crew.
+// Runs in each worker thread.
 void Crew::labour(int renderThreads)
 {
     Bench bench(renderThreads);

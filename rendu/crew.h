@@ -30,14 +30,14 @@ struct Outcome
     Page page;     ///< of a picture made for a document
 };
 
-/// Threads that share the work on pictures, each at a bench of its own. Needs an event loop in the
-/// thread that makes it.
+/// Worker threads that share the pictures, each at a bench of its own. The thread that creates the
+/// crew needs an event loop.
 class Crew : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Called by one of the threads, for the picture of this number.
+    /// Called in a worker thread, for the picture of this number.
     using Work = std::function<Outcome(Bench &bench, std::size_t number)>;
 
     /// Lets \a threads threads work on the pictures 0 to \a count - 1.
@@ -49,7 +49,7 @@ public:
     void stop();
 
 signals:
-    /// In no order.
+    /// In no particular order.
     void done(std::size_t number, const kivra::rendu::Outcome &outcome);
     /// After the last done().
     void finished();

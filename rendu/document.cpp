@@ -51,7 +51,8 @@ HPDF_Image imageOfBits(HPDF_Doc document, const QImage &bits)
         HPDF_UINT(bits.bytesPerLine()), HPDF_FALSE, HPDF_TRUE);
 }
 
-// A page of another dark than black is a plain one of that colour, which the bits cut out.
+// Bits in other colours than black on white: fills the place with the light colour, then draws a
+// plain picture of the dark colour with the bits as its mask.
 void drawBits(HPDF_Doc document, HPDF_Page page, const QImage &bits, const Place &place)
 {
     const QRgb light = bits.color(0);
@@ -69,7 +70,7 @@ void drawBits(HPDF_Doc document, HPDF_Page page, const QImage &bits, const Place
     draw(page, plain, place);
 }
 
-// The library does not tell whether the last bytes came through when it closed the file.
+// The library does not report whether the last bytes were written when it closed the file.
 bool isComplete(QFile &file)
 {
     const QByteArray end("%%EOF\n");
@@ -85,7 +86,7 @@ struct Document::Parts
     {
         if (!document)
             return;
-        // Without it, the pages of bits are not named as what they are compressed to.
+        // Without it, pages of bits lack the name of their compression.
         HPDF_SetCompressionMode(document, HPDF_COMP_IMAGE);
         HPDF_SetInfoAttr(document, HPDF_INFO_CREATOR, "Kivra " KIVRA_VERSION);
     }

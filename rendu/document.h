@@ -17,9 +17,9 @@ struct Page
     QSize size;
 };
 
-/// A PDF document of A4 pages, a picture each, upright or across as the picture is, as large as
-/// fits within margins of 10 mm. Pictures of two colours become CCITT G4. The compressed pictures
-/// are in memory until the document goes.
+/// A PDF document of A4 pages with one picture each. A page is portrait or landscape as its picture
+/// is, and the picture is as large as margins of 10 mm allow. Pictures of two colours are
+/// compressed as CCITT G4. The compressed pictures stay in memory as long as the document lives.
 class Document
 {
 public:
@@ -28,11 +28,11 @@ public:
     Document(const Document &) = delete;
     Document &operator=(const Document &) = delete;
 
-    /// Puts a page behind the last one. False when the memory is short; the document is lost then.
+    /// Appends a page. False if memory is short; the document is lost then.
     bool add(const Page &page);
 
-    /// Writes the document to \a path, whole or not at all, with \a end behind it. Gives 0 or the
-    /// number of the system's error (makeWholeFile()).
+    /// Writes the document to \a path, whole or not at all, followed by \a end. Returns 0 or the
+    /// system's error number (makeWholeFile()).
     int save(const QString &path, Existing existing, const QByteArray &end) const;
 
 private:

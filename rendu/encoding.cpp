@@ -23,7 +23,7 @@ const QRgb *wordsOf(const QImage &picture, int y)
     return reinterpret_cast<const QRgb *>(picture.constScanLine(y));
 }
 
-// Most pictures show a third colour within a few pixels.
+// Ends early for most pictures: a third colour shows within a few pixels.
 std::optional<Colours> coloursOf(const QImage &picture)
 {
     if (picture.isNull())
@@ -78,7 +78,7 @@ QImage twoValued(const QImage &picture)
     if (bits.isNull())
         return {};
     bits.setColorTable({colours->light, colours->dark});
-    // A plain picture is all of the first colour.
+    // A plain picture consists of the first colour alone.
     const QRgb dark = colours->dark == colours->light ? 0 : colours->dark;
     for (int y = 0; y < picture.height(); ++y)
         packRow(wordsOf(picture, y), picture.width(), dark, bits.scanLine(y));

@@ -5,15 +5,16 @@
 
 namespace kivra::rendu {
 
-/// A picture of two colours at most, as bits: Format_Mono with the lighter colour first in its
-/// table. Null for one of more colours, and for a null one. Takes Format_RGB32, opaque.
+/// A picture of at most two colours as bits: Format_Mono with the lighter colour first in its
+/// table. Null for a picture of more colours, and for a null picture. Takes opaque pictures in
+/// Format_RGB32.
 QImage twoValued(const QImage &picture);
 
-/// The picture as a PNG file, with a bit a pixel where it has two colours at most. Empty without
-/// the memory for it.
+/// The picture as a PNG file, with one bit a pixel if it has at most two colours. Empty if there is
+/// no memory for it.
 QByteArray pngOf(const QImage &picture);
 
-/// The picture as a JPEG file of quality 90; likewise.
+/// The picture as a JPEG file of quality 90. Empty if there is no memory for it.
 QByteArray jpegOf(const QImage &picture);
 
 } // namespace kivra::rendu

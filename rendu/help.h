@@ -7,7 +7,7 @@ namespace kivra::rendu {
 /// How to call the command, in French.
 QString helpText();
 
-/// What --effet and --rendu know.
+/// The values that --effet and --rendu take.
 QString listText();
 
 } // namespace kivra::rendu

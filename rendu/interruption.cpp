@@ -22,7 +22,7 @@ extern "C" void noteSignal(int number)
     int none = 0;
     firstNumber.compare_exchange_strong(none, number);
     const char byte = 0;
-    // A full pipe holds a byte already.
+    // A full pipe already holds a byte, and one is enough.
     const ssize_t written = write(pipeEnds[1], &byte, 1);
     static_cast<void>(written);
     errno = error;
@@ -45,7 +45,7 @@ void handle(int number)
 Interruption::Interruption()
 {
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
-        return; // then the signals end the program, as they do by themselves
+        return; // the signals then end the program, as by default
     auto *const notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
         notifier->setEnabled(false);
@@ -57,7 +57,7 @@ Interruption::Interruption()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-// The pipe stays, for a signal that comes while this goes.
+// The pipe stays open: a signal may still come during destruction.
 Interruption::~Interruption() = default;
 
 int Interruption::number()

@@ -4,9 +4,10 @@
 
 namespace kivra::rendu {
 
-/// Ctrl+C, the end of the terminal and the wish that the program end, as an event. At most one
-/// object at a time; needs an event loop. Signals that whoever started the program ignores stay
-/// ignored. A closed pipe and a limit of a file's size become errors of the write.
+/// Turns Ctrl+C, the end of the terminal and a request to terminate into an event. At most one
+/// object at a time; needs an event loop. A signal that was ignored when the program started stays
+/// ignored. Writing to a closed pipe, or beyond the limit of a file's size, fails instead of ending
+/// the program.
 class Interruption : public QObject
 {
     Q_OBJECT
@@ -15,7 +16,7 @@ public:
     Interruption();
     ~Interruption() override;
 
-    /// The number of the signal that came first; 0 as long as none came. At once, before the event.
+    /// The number of the first signal; 0 if none came yet. Known at once, before the event.
     static int number();
 
 signals:

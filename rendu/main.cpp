@@ -27,7 +27,7 @@ int print(const QString &text)
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    // Of file names too: who runs a command by the clock has no language set.
+    // For file names too: a scheduled job runs without a language setting.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 
     const CommandLine line = readCommandLine(argc, argv);

@@ -13,8 +13,8 @@ namespace kivra::rendu {
 
 namespace {
 
-// Behind the signature and the header of a PNG file; behind the first segment of a JPEG file, which
-// some programs want to be the first.
+// In a PNG file, after the signature and the header. In a JPEG file, after the first segment, which
+// some programs require to be the first.
 constexpr int pngPlace = 8 + 25;
 constexpr int jpegPlace = 2 + 18;
 

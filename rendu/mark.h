@@ -7,24 +7,24 @@
 
 namespace kivra::rendu {
 
-// What a result was made with is noted in it, so that a later run knows whether it would come out
-// the same: in a comment of a PNG or JPEG file, and in one behind the end of a PDF document.
+// Each result has a note of what it was made with, so that a later run knows whether it would come
+// out the same. The note is a comment of a PNG or JPEG file, or one after the end of a PDF
+// document.
 
-/// The note for the picture at \a source, which tells the options and the size of the source's
-/// file, in ASCII.
+/// The note for the picture at \a source, in ASCII: the options and the size of the source file.
 QByteArray markOf(const Options &options, const QString &source);
 
-/// That of a document of all sources, in their order.
+/// The note for a document of all sources, in their order.
 QByteArray documentMarkOf(const Options &options);
 
-/// The PNG or JPEG file, as QImageWriter makes it, with this note.
+/// The PNG or JPEG file \a file, made by QImageWriter, with this note.
 QByteArray withMark(const QByteArray &file, const QByteArray &mark);
 
-/// What is written behind the end of a document.
+/// The note as it is written after the end of a document.
 QByteArray documentEnd(const QByteArray &mark);
 
-/// Whether the file at \a path bears exactly this note where withMark() puts it, or documentEnd().
-/// Of the file, nothing else is looked at.
+/// Whether the file at \a path has exactly this note in the place where withMark() or documentEnd()
+/// puts it. Does not look at the rest of the file.
 bool bearsMark(const QString &path, const QByteArray &mark);
 bool documentBearsMark(const QString &path, const QByteArray &mark);
 

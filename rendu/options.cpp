@@ -67,7 +67,7 @@ private:
     bool isAsked = false;
 };
 
-// The first fault is told.
+// Only the first fault is reported.
 void Reading::fail(const QString &fault)
 {
     if (line.fault.isEmpty())
@@ -163,7 +163,7 @@ void Reading::take(int code, const QString &value)
     }
 }
 
-// A name a line.
+// One name per line.
 void Reading::takeList()
 {
     if (list.isEmpty())
@@ -194,7 +194,7 @@ void Reading::check()
         fail(QStringLiteral("aucune image n'est donnée"));
 }
 
-// What getopt_long() stopped at.
+// Names the option that getopt_long() rejected.
 QString misused(char **argv)
 {
     const QString word = QFile::decodeName(argv[optind - 1]);
@@ -211,7 +211,7 @@ CommandLine readCommandLine(int argc, char **argv)
     Reading reading;
     reading.line.options.reglage = resetCoefficient(2);
     reading.line.options.jobs = qBound(1, QThread::idealThreadCount(), mostJobs);
-    opterr = 0; // in English
+    opterr = 0; // its own messages are in English
     optind = 0;
     for (;;) {
         const int code = getopt_long(argc, argv, "o:j:fqhV", longOptions.data(), nullptr);

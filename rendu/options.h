@@ -21,7 +21,7 @@ struct Options
     Format format = Format::Kept;
     QString folder; ///< of the results; empty for a document
     QString pdf;    ///< the document; empty for a folder
-    int jobs = 1;   ///< so many pictures at once
+    int jobs = 1;   ///< pictures at once
     bool force = false;
     bool quiet = false;
     QStringList sources; ///< in the order given, those of the list last
@@ -36,7 +36,7 @@ struct CommandLine
     QString fault; ///< why it cannot be understood, in French; empty when it can
 };
 
-/// What the command line asks for, as GNU programs read theirs. Reads the list of --files-from.
+/// Parses the command line as GNU programs do. Reads the list of --files-from.
 CommandLine readCommandLine(int argc, char **argv);
 
 } // namespace kivra::rendu

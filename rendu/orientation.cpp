@@ -12,7 +12,8 @@ namespace {
 constexpr int uprightMark = 1;
 constexpr int lastMark = 8;
 
-// The numbers of the TIFF file that a JPEG file holds for its notes. Beyond its end there are none.
+// Reads numbers of the TIFF structure in which a JPEG file holds its Exif notes. There are none
+// beyond its end.
 class TiffNumbers
 {
 public:
@@ -54,7 +55,7 @@ private:
     bool isTiff = false;
 };
 
-// Of the first picture, whose directory is the one that the header names.
+// The orientation of the first picture: the header points to its directory.
 int orientationIn(TiffNumbers tiff)
 {
     constexpr quint16 orientationTag = 0x0112;
@@ -77,7 +78,8 @@ int orientationIn(TiffNumbers tiff)
     return uprightMark;
 }
 
-// The segments before the picture itself; that of the notes is an APP1 which begins with "Exif".
+// Goes through the segments before the image data. The Exif notes are in an APP1 segment that
+// begins with "Exif".
 int orientationInJpeg(QFile &file)
 {
     constexpr quint16 startOfScan = 0xFFDA;
@@ -93,7 +95,7 @@ int orientationInJpeg(QFile &file)
         const quint16 marker = qFromBigEndian<quint16>(head.constData());
         if (marker == startOfScan)
             break;
-        if (marker == 0xFFFF) { // a byte of filling
+        if (marker == 0xFFFF) { // a fill byte
             ++at;
             continue;
         }

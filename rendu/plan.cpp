@@ -13,7 +13,7 @@ namespace kivra::rendu {
 
 namespace {
 
-// What paths to the same file have in common.
+// The same for all paths to one file.
 using Identity = std::pair<dev_t, ino_t>;
 
 std::optional<Identity> identityOf(const QString &path)
@@ -45,7 +45,8 @@ bool keepsItsName(const QString &suffix, Options::Format format)
     return isPng || isJpeg;
 }
 
-// "page.jpg" of "page.tif"; but "page.2026.jpg" of "page.2026", which ends in no format's suffix.
+// With --format jpg, "page.tif" becomes "page.jpg", but "page.2026" becomes "page.2026.jpg": its
+// suffix is no format's.
 QString targetName(const QString &source, Options::Format format)
 {
     const QFileInfo file(source);

@@ -8,7 +8,7 @@
 
 namespace kivra::rendu {
 
-/// A picture to render, and the path of the file that it becomes; empty for a page of a document.
+/// A picture to render, and the path of the resulting file; empty for a page of a document.
 struct Job
 {
     QString source;
@@ -21,8 +21,8 @@ struct Plan
     QStringList faults;    ///< why nothing may be written; empty when all is well
 };
 
-/// Who becomes what. Two results of one name are a fault, and so is a result that would take the
-/// place of any source, under whatever path. Nothing is written.
+/// Decides which file each source becomes. It is a fault if two results have the same name, or if a
+/// result would overwrite any source, under whatever path. Writes nothing.
 Plan planFor(const Options &options);
 
 } // namespace kivra::rendu

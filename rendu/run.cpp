@@ -36,7 +36,7 @@ Outcome failure(const QString &fault)
     return {Outcome::Kind::Failed, fault, {}};
 }
 
-// What an attempt comes to that has made no picture.
+// The outcome of an attempt that made no picture.
 Outcome nothingOf(const QString &fault)
 {
     return fault.isEmpty() ? Outcome{} : failure(fault);
@@ -84,8 +84,8 @@ Outcome makePage(Bench &bench, const Job &job, const Options &options)
     return {Outcome::Kind::Made, {}, page};
 }
 
-// Has the crew do the work, and listens to it until it ends, which it does early when the command
-// is interrupted.
+// Lets the crew do the work, and passes its outcomes on until it has finished; if the command is
+// interrupted, it finishes early.
 void labour(const Plan &plan, const Options &options, Told &told, const Crew::Work &work,
             const std::function<void(std::size_t, const Outcome &)> &take)
 {
@@ -93,7 +93,7 @@ void labour(const Plan &plan, const Options &options, Told &told, const Crew::Wo
     QEventLoop loop;
     QObject::connect(&crew, &Crew::finished, &loop, &QEventLoop::quit);
     QObject::connect(&crew, &Crew::done, &loop, [&](std::size_t number, const Outcome &outcome) {
-        // Ctrl+C ends the decoders too, which is no fault of their pictures.
+        // Ctrl+C ends the decoders too: their pictures are not at fault.
         if (outcome.kind == Outcome::Kind::Failed && Interruption::number() != 0)
             return;
         told.note(plan.jobs[number].source, outcome);
@@ -130,7 +130,7 @@ int makeFolder(const Plan &plan, const Options &options, Told &told)
     return endOf(told);
 }
 
-// Pages in the order of their pictures, whatever the order in which they come.
+// Puts pages in the order of their pictures, in whatever order they come.
 class Binder
 {
 public:
@@ -170,7 +170,7 @@ void bind(const Binder &binder, const Plan &plan, const Options &options, const 
 {
     if (binder.pages == 0)
         return;
-    // One that lacks pages is not taken for finished by the next run.
+    // A document that lacks pages gets no note: the next run must not take it for finished.
     const bool isWhole = binder.pages == plan.jobs.size();
     const int error = binder.isWell
                           ? binder.document.save(options.pdf, existingFiles(options),

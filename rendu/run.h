@@ -4,16 +4,16 @@
 
 namespace kivra::rendu {
 
-/// How the command ends.
+/// Exit statuses of the command.
 constexpr int allDone = 0;
 constexpr int wrongUse = 1;
 constexpr int someFailed = 2;
-/// And the number of the signal.
+/// Plus the number of the signal.
 constexpr int interrupted = 128;
 
-/// Renders the pictures, and tells what becomes of them: failures to the standard error stream, and
-/// unless it is to be quiet, how far it is, there, and the sum, to the standard output. Gives the
-/// command's exit status. Needs the application object.
+/// Renders the pictures and reports what becomes of them. Failures go to standard error. Unless it
+/// is to be quiet, progress goes there too, and a summary to standard output. Returns the command's
+/// exit status. Needs the application object.
 int run(const Options &options);
 
 } // namespace kivra::rendu

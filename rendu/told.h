@@ -7,19 +7,19 @@
 
 namespace kivra::rendu {
 
-/// What the command says while it works, in French: a line for each failure to the standard error
-/// stream, how far it is if that is a terminal, and the sum to the standard output.
+/// What the command reports while it works, in French: a line for each failure on standard error,
+/// progress there too if it is a terminal, and a summary on standard output.
 class Told
 {
 public:
-    /// Of \a total pictures. A quiet one tells failures only.
+    /// About \a total pictures. If \a quiet, reports only failures.
     Told(bool quiet, std::size_t total);
 
     /// Counts what became of a picture.
     void note(const QString &source, const Outcome &outcome);
-    /// A failure that is not one of a single picture.
+    /// Reports a failure that is not one of a single picture.
     void fail(const QString &fault);
-    /// A line that counts for nothing.
+    /// Prints a line that does not count as a failure.
     void complain(const QString &text);
     void sumUp(bool isInterrupted);
 
@@ -37,8 +37,8 @@ private:
     std::size_t failed = 0;
 };
 
-/// A line of the command's on the standard error stream. Whatever would move a terminal's cursor
-/// comes out as a question mark.
+/// Prints a line on standard error. Control characters, which could move a terminal's cursor,
+/// become question marks.
 void printComplaint(const QString &text);
 
 } // namespace kivra::rendu

@@ -20,7 +20,7 @@ namespace kivra {
 
 namespace {
 
-// The rest of what a session's environment holds is not the decoder's business.
+// The decoder needs nothing else from the session's environment.
 bool isPassedOn(const QByteArray &variable)
 {
     static const QList<QByteArray> names = {
@@ -42,7 +42,7 @@ std::vector<char *> environmentFor(char **own)
     return passed;
 }
 
-// What the program is started with beside its name.
+// File actions and attributes for spawning the program.
 class Setting
 {
 public:
@@ -52,7 +52,7 @@ public:
         posix_spawn_file_actions_adddup2(&actions, socket, protocol::decoderSocket);
         posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-#ifndef __SANITIZE_ADDRESS__ // whose findings are to be read
+#ifndef __SANITIZE_ADDRESS__ // whose reports must be seen
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
 #endif
         sigset_t none;
@@ -97,7 +97,7 @@ std::unique_ptr<DecoderProcess> DecoderProcess::start(const QString &program)
         return nullptr;
     Descriptor own(ends[0]);
     const Descriptor given(ends[1]);
-    // Away from the numbers that the program is given.
+    // Its number must not be one that the program is given.
     const Descriptor passed(fcntl(given.get(), F_DUPFD_CLOEXEC, protocol::decoderSocket + 1));
     const Setting setting(passed.get());
     QByteArray name = QFile::encodeName(program);
@@ -119,7 +119,7 @@ DecoderProcess::DecoderProcess(pid_t started, Descriptor socket)
 {
 }
 
-// Nobody waits here: a process that reads from a server which is gone may take for ever to end.
+// Does not wait: a process that reads from a server that is gone may never end.
 DecoderProcess::~DecoderProcess()
 {
     kill(process, SIGKILL);
@@ -150,7 +150,7 @@ qint64 DecoderProcess::workedMs() const
     return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
 }
 
-// The system counts from the process's start.
+// The system's limit counts from the start of the process.
 void DecoderProcess::moveLimit(qint64 ms) const
 {
     const rlimit limit = {rlim_t((qMax(workedMs(), qint64(0)) + ms) / 1000 + 1), RLIM_INFINITY};

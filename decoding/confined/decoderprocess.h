@@ -13,10 +13,10 @@ class DecoderProcess
 {
 public:
     /// Starts \a program with a socket as its descriptor 3, /dev/null as its input and output and
-    /// the few environment variables that fonts, plug-ins and texts depend on. Null when it cannot
-    /// be started.
+    /// the few environment variables that fonts, plug-ins and texts depend on. Null if it cannot be
+    /// started.
     ///
-    /// The system ends it too when the thread that calls this ends.
+    /// When the calling thread ends, the system ends the program too.
     static std::unique_ptr<DecoderProcess> start(const QString &program);
     ~DecoderProcess();
     DecoderProcess(const DecoderProcess &) = delete;
@@ -28,11 +28,10 @@ public:
     /// The processor time that it has used since its start, in milliseconds; negative once it has
     /// ended.
     qint64 workedMs() const;
-    /// Lets the system end it after this much more processor time, should the viewer not.
+    /// Makes the system end it after this much more processor time, in case the viewer does not.
     void moveLimit(qint64 ms) const;
 
-    /// Takes note of those that have ended; a killed process takes a moment to. True when none is
-    /// left that still has to.
+    /// Reaps killed processes, which take a moment to end. True when none is left to reap.
     static bool buryTheDead();
 
 private:

@@ -5,7 +5,7 @@
 
 namespace kivra {
 
-/// A file descriptor with one owner, who closes it. Negative numbers are no descriptor.
+/// A file descriptor with one owner, which closes it. A negative number means none.
 class Descriptor
 {
 public:

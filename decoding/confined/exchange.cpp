@@ -13,7 +13,7 @@ namespace {
 
 constexpr int deepestBits = 64;
 
-// A reader that has words of its own needs memory for them beside that for the picture.
+// A reader that decodes to another format needs memory for its own pixels besides the picture's.
 static_assert(mostPixels * (deepestBits / 8 + qint64(sizeof(QRgb))) <= mostDecodingBytes);
 
 bool isPlausible(const Message &told, qint64 mostOfIt)
@@ -31,7 +31,7 @@ Exchange::Exchange(Descriptor socket)
 
 bool Exchange::begin(int file, qint64 mostOfIt)
 {
-    // Whatever has been said before it was asked for.
+    // A message that nobody asked for yet.
     Message early = {};
     if (isBusy() || current == State::Failed ||
         protocol::receive(connection.get(), &early) != Received::Nothing ||

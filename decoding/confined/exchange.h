@@ -8,11 +8,11 @@
 
 namespace kivra {
 
-/// The viewer's side of the talk with a decoder, picture after picture. It believes nothing: what
-/// comes out of turn, has another length or claims what is beyond the limits ends the talk, the
-/// memory that is passed out cannot change its size, and the pixels are copied before use.
+/// The viewer's side of the protocol, picture after picture. It trusts nothing: a message that is
+/// out of turn, has another length or claims values beyond the limits ends the exchange; the shared
+/// memory cannot change its size; the pixels are copied before use.
 ///
-/// Never waits. Whether the decoder takes too long is its owner's affair.
+/// Never blocks. Its owner watches how long the decoder takes.
 class Exchange
 {
 public:
@@ -27,19 +27,20 @@ public:
     /// Talks over \a socket, whose other end the decoder has.
     explicit Exchange(Descriptor socket);
 
-    /// Asks for the picture in the regular file that \a file is the descriptor of. It may have at
-    /// most \a mostOfIt pixels. False when the decoder is gone: then nothing was asked.
+    /// Asks for the picture in the regular file of the descriptor \a file. The picture may have at
+    /// most \a mostOfIt pixels. False if the decoder is gone or has broken the protocol: then
+    /// nothing was asked.
     bool begin(int file, qint64 mostOfIt);
-    /// As long as no size was answered, raises what begin() has allowed.
+    /// Raises the limit of begin() for sizes that are not answered yet.
     void allow(qint64 mostOfIt) { allowedPixels = mostOfIt; }
 
-    /// Takes at most one answer, and replies to it.
+    /// Takes at most one answer, and replies to it if need be.
     void receive();
 
     State state() const { return current; }
     bool isBusy() const { return current == State::AwaitsSize || current == State::AwaitsPixels; }
-    /// The last picture, in Format_RGB32 and opaque, in memory that no decoder sees; null when it
-    /// failed.
+    /// The last picture, in Format_RGB32 and opaque, in memory that no decoder shares; null if
+    /// decoding failed.
     QImage takePicture() { return std::move(picture); }
     int socket() const { return connection.get(); }
 

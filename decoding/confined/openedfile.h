@@ -12,8 +12,8 @@ struct OpenedFile
     FileState state;
 };
 
-/// Opens the file at \a path, if it is a regular one of at most mostFileBytes, or a link to one.
-/// Never waits at a pipe or a device.
+/// Opens the file at \a path if it is a regular one of at most mostFileBytes, or a link to one.
+/// Never blocks on a pipe or a device.
 OpenedFile openFile(const QString &path);
 
 } // namespace kivra

@@ -36,7 +36,7 @@ bool send(int socket, const Message &message, int descriptor)
     return sendmsg(socket, &envelope, MSG_DONTWAIT | MSG_NOSIGNAL) == ssize_t(sizeof copy);
 }
 
-// No room is given for descriptors, so that the system itself closes what is sent along.
+// Offers no room for descriptors, so the system closes any that come along.
 Received receive(int socket, Message *message)
 {
     iovec content = {message, sizeof *message};

@@ -16,8 +16,8 @@ namespace kivra::protocol {
 ///     without one: the last memory again
 ///                                           Done
 ///
-/// Readers that do not tell a size beforehand say Size after decoding, and those whose header was
-/// wrong say it a second time. At any time: NoPicture, after which the viewer ends the decoder.
+/// A reader that does not know the size beforehand sends Size after decoding; one whose header was
+/// wrong sends it a second time. NoPicture may come at any time; the viewer then ends the decoder.
 enum class Kind : quint32 { Open = 1, Size, Memory, Done, NoPicture };
 
 struct Message
@@ -32,7 +32,7 @@ static_assert(std::is_trivially_copyable_v<Message> && sizeof(Message) == 16);
 /// The number under which the decoder finds its socket.
 constexpr int decoderSocket = 3;
 
-/// Memory for pixels beyond this size serves one picture: the decoder lets go of it after Done.
+/// Larger memory for pixels serves only one picture: both sides release it after Done.
 constexpr size_t mostKeptBytes = size_t(64) << 20;
 
 /// How receive() went.

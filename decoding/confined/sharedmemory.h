@@ -9,7 +9,7 @@ namespace kivra {
 /// Bytes of the 32-bit words of a picture of this size, which must be decodable (decoder.h).
 size_t pixelBytes(const QSize &size);
 
-/// Memory for pixels that viewer and decoder both see, mapped as long as this lives.
+/// Memory for pixels that viewer and decoder share, mapped while this object lives.
 class SharedMemory
 {
 public:
@@ -21,7 +21,7 @@ public:
     ~SharedMemory();
 
     /// For the viewer, which only reads: new memory of exactly \a bytes. Whoever holds its
-    /// descriptor can neither shrink nor grow it. Not isMapped() when there is none.
+    /// descriptor can neither shrink nor grow it. Not isMapped() if there is no memory.
     static SharedMemory make(size_t bytes);
     /// For the decoder, which writes: the memory behind \a descriptor; not isMapped() unless it has
     /// exactly \a bytes.

@@ -12,7 +12,8 @@ namespace kivra {
 
 namespace {
 
-// The system ends the highest score first; everybody may raise one's own.
+// When memory is short, the system kills the process with the highest score. Any process may raise
+// its own.
 bool goFirst()
 {
     QFile score(QStringLiteral("/proc/self/oom_score_adj"));
@@ -25,7 +26,8 @@ bool setLimit(__rlimit_resource resource, rlim_t most)
     return setrlimit(resource, &limit) == 0;
 }
 
-// What libraries and, under a sanitizer, its tables take is no part of what a picture may take.
+// What libraries take already (and the tables of a sanitizer) does not count against the picture's
+// memory.
 bool limitMemory()
 {
     QFile statm(QStringLiteral("/proc/self/statm"));
@@ -55,7 +57,8 @@ QByteArray line(const char *part, bool holds, const QByteArray &note = {})
 
 } // namespace
 
-// What /proc has to say comes first: once nobody may look inside, it belongs to root.
+// Steps that use /proc come first: once nobody may look into the process, its files there belong to
+// root.
 Confinement confine()
 {
     Confinement done;

@@ -17,8 +17,8 @@ struct Confinement
     bool firstToGo = false;   ///< when the machine is short of memory
 };
 
-/// Gives up everything that decoding does not need, for good and for threads to come. To be called
-/// while there is one thread, with plug-ins loaded and fonts looked up.
+/// Gives up everything that decoding does not need, for good, and for threads that start later.
+/// Call it while there is only one thread, after plug-ins are loaded and fonts looked up.
 Confinement confine();
 
 /// A line for each part, for people.
@@ -27,13 +27,13 @@ QByteArray inWords(const Confinement &confinement);
 /// \name Parts that have a source file of their own.
 /// @{
 
-/// From now on only files below \a folders can be opened, to be read. Version of Landlock, 0 where
-/// there is none or it refuses.
+/// From now on, files can only be opened for reading, and only below \a folders. Returns the
+/// version of Landlock, 0 if there is none or it refuses.
 int allowReadingOf(const QStringList &folders);
-/// Where libraries, plug-ins, fonts and what is stored about fonts lie.
+/// Where libraries, plug-ins, fonts and font caches lie.
 QStringList foldersToRead();
-/// Answers all system calls with an error but those that decoding needs. False where the kernel
-/// does not do that.
+/// Makes all system calls fail except those that decoding needs. False if the kernel cannot do
+/// that.
 bool filterSystemCalls();
 
 /// @}

@@ -21,14 +21,14 @@ namespace kivra {
 
 namespace {
 
-// The platform for programs without a display: no connection to one, yet with the system's fonts.
+// The platform for programs without a display: connects to none, but has the system's fonts.
 void preparePlatform()
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("NO_AT_BRIDGE", "1");
 }
 
-// Each thread's own heap would reserve address space, of which there is a limit.
+// A heap for each thread would reserve address space, which is limited.
 void keepThreadsFew()
 {
     constexpr int mostThreads = 4;
@@ -37,7 +37,7 @@ void keepThreadsFew()
     pool->setMaxThreadCount(std::min(mostThreads, pool->maxThreadCount()));
 }
 
-// Once confined, nothing more is found: plug-ins are loaded now, and fonts known by a text.
+// Before the confinement: loads the plug-ins, and draws a text so that fonts are looked up.
 void loadWhatPicturesNeed()
 {
     QImageReader::supportedImageFormats();
@@ -54,8 +54,9 @@ bool isSocket(int descriptor)
            kind == SOCK_SEQPACKET;
 }
 
-// Whoever is confined cannot write to a file: so that what is told can go to one, a child is
-// confined and tells its parent. Returns in the child alone, whose words go to descriptor 1.
+// A confined process cannot write to a file, but standard output may be one. So a forked child is
+// confined and reports to its parent through a pipe. Returns only in the child, whose descriptor 1
+// is the pipe.
 void becomeChildToCheck()
 {
     int ends[2] = {-1, -1};
@@ -93,7 +94,7 @@ int decoderMain(int argc, char **argv)
     keepThreadsFew();
     loadWhatPicturesNeed();
     const Confinement confinement = confine();
-    // Either way it ends at once: most of what would be done at the end is refused.
+    // _exit() in either case: the filter refuses most of what a normal exit does.
     if (isCheck) {
         const QByteArray words = inWords(confinement);
         const bool isTold =

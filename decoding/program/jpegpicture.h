@@ -4,9 +4,9 @@
 
 namespace kivra {
 
-/// decodePicture() for the JPEG files of cameras and phones. The pixels are those of Qt's reader,
-/// which goes over them once more. Empty for any other content, for other colours than theirs, and
-/// for what is damaged: all that is left to Qt.
+/// decodePicture() for the JPEG files of cameras and phones. Gives the same pixels as Qt's reader,
+/// which needs one more pass over them. Empty for any other content, for other colours than YCbCr,
+/// and for damaged files: these are left to Qt.
 QSize decodeJpeg(const QByteArray &content, const PixelMemory &memory);
 
 } // namespace kivra

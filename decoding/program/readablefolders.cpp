@@ -15,7 +15,7 @@ namespace kivra {
 
 namespace {
 
-// Rights that came later than the headers of Debian 12.
+// Rights newer than the headers of Debian 12.
 constexpr quint64 rightToTruncate = 1ULL << 14; // version 3
 constexpr quint64 rightToControl = 1ULL << 15;  // devices; version 5
 
@@ -26,7 +26,7 @@ int version()
     return known > 0 ? int(known) : 0;
 }
 
-// A right that the kernel does not know yet cannot be taken away.
+// Only a right that the kernel knows can be taken away.
 quint64 allRights(int known)
 {
     quint64 rights = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;

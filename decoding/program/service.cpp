@@ -15,7 +15,7 @@ using protocol::Message;
 
 namespace {
 
-// The content of a file, read as far as somebody looks at it: of a film that is no more than its
+// A file mapped into memory, so that only what is looked at is read: of a film, no more than its
 // first bytes.
 class Content
 {

@@ -2,8 +2,8 @@
 
 namespace kivra {
 
-/// The decoder's side of the talk (confined/protocol.h): decodes what it is asked for over
-/// \a socket, until the viewer is gone or says what it never would.
+/// The decoder's side of the protocol (confined/protocol.h): decodes what it is asked for over
+/// \a socket, until the viewer is gone or breaks the protocol.
 void serve(int socket);
 
 } // namespace kivra

@@ -21,8 +21,8 @@ struct Release
 };
 using Filter = std::unique_ptr<void, Release>;
 
-// What readers, fonts, memory and threads need. Not in it are, above all: sockets, other programs,
-// other processes, tracing, changes to files, and whatever kernels to come may offer.
+// What readers, fonts, memory and threads need. Left out are, above all: sockets, other programs,
+// other processes, tracing, changes to files, and all calls of future kernels.
 constexpr auto needed = std::array{SCMP_SYS(read),
                                    SCMP_SYS(readv),
                                    SCMP_SYS(pread64),
@@ -118,7 +118,7 @@ bool add(scmp_filter_ctx filter, int call, std::initializer_list<scmp_arg_cmp> w
                                   when.begin()) == 0;
 }
 
-// Files are opened to be read, where Landlock does not see to it too.
+// Files can only be opened for reading, even where the kernel lacks Landlock.
 bool allowReading(scmp_filter_ctx filter)
 {
     constexpr scmp_datum_t changing = O_ACCMODE | O_CREAT | O_TRUNC;
@@ -126,8 +126,9 @@ bool allowReading(scmp_filter_ctx filter)
            add(filter, SCMP_SYS(openat), {SCMP_A2_64(SCMP_CMP_MASKED_EQ, changing, O_RDONLY)});
 }
 
-// Qt converts large pictures in threads, and would wait for ever for one that is refused. clone3(),
-// whose arguments a filter cannot see, does not exist here, so that the C library uses clone().
+// Qt converts large pictures in threads, and would wait for ever for a thread that is refused. A
+// filter cannot see the arguments of clone3(), so that call is refused as unknown and the C library
+// falls back to clone().
 bool allowThreads(scmp_filter_ctx filter)
 {
     return add(filter, SCMP_SYS(clone),
@@ -135,7 +136,8 @@ bool allowThreads(scmp_filter_ctx filter)
            add(filter, SCMP_SYS(prctl), {SCMP_A0_64(SCMP_CMP_EQ, PR_SET_NAME, 0)});
 }
 
-// A signal to itself, as abort() sends it; limits are asked for, and not set.
+// The process may send signals only to itself, as abort() does, and ask for its limits but not set
+// them.
 bool allowItself(scmp_filter_ctx filter)
 {
     return add(filter, SCMP_SYS(tgkill), {SCMP_A0_64(SCMP_CMP_EQ, scmp_datum_t(getpid()), 0)}) &&
@@ -153,7 +155,8 @@ bool allowNeeded(scmp_filter_ctx filter)
 
 } // namespace
 
-// An error and not the end: libraries have another way for most calls that a kernel does not know.
+// Refused calls fail instead of ending the process: libraries have a fallback for most calls that a
+// kernel may lack.
 bool filterSystemCalls()
 {
     constexpr unsigned refused = SCMP_ACT_ERRNO(ENOSYS);

@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the kernels of the view's area mean are told.
+// What tells the view's area kernels how to average.
 
 namespace kivra {
 
-/// Of the rows that one row of an area average covers, from above: the first, whole ones, the last.
-/// A last row without weight is not read.
+/// The weights of the rows that one row of an area average covers, from the top: the first row,
+/// whole rows, the last row. The last row is not read if its weight is 0.
 struct RowWeights
 {
     int wholeRows;
@@ -19,11 +19,11 @@ struct RowWeights
     float last;
 };
 
-/// The whole rows of which sums of 16 bits have room.
+/// The most whole rows that sums of 16 bits have room for.
 constexpr int mostWholeRows = 256;
 
-/// Of the columns that each column of an area average covers: from firsts[i] on, \c taps of them
-/// with the weights from weights[i * taps] on, which add up to 1.
+/// The columns that each column of an area average covers: \c taps columns from firsts[i] on, with
+/// the weights from weights[i * taps] on, which add up to 1.
 struct ColumnWeights
 {
     const int *firsts;

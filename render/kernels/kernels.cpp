@@ -8,10 +8,11 @@
 #include <immintrin.h>
 #endif
 
-// Before a loop whose source and destination may be the same row: no pass reads what another one
-// wrote. Without it the compiler checks for overlap and goes pixel by pixel.
+// Goes before a loop whose source and destination may be the same row. It promises that no
+// iteration reads what another one wrote; otherwise the compiler would check for overlap and go
+// pixel by pixel.
 #if defined(__clang__)
-#pragma clang diagnostic ignored "-Wpass-failed" // not in instrumented builds
+#pragma clang diagnostic ignored "-Wpass-failed" // instrumented builds do not vectorise
 #define KIVRA_SAME_ROW _Pragma("clang loop vectorize(assume_safety)")
 #else
 #define KIVRA_SAME_ROW _Pragma("GCC ivdep")
@@ -23,7 +24,7 @@
 
 #if defined(__x86_64__)
 
-// The compilers name a region of another instruction set differently.
+// Each compiler has its own pragma for a region of another instruction set.
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((target("sse4.1"))), apply_to = function)
 #else

@@ -1,5 +1,5 @@
-// What a user without a mouse or without sight has: names for a screen reader, the keyboard's way
-// to every command, and letters that can be read.
+// What users without a mouse or with poor sight need: names for a screen reader, a way to every
+// command by keyboard, and readable letters.
 
 #include "tests/app/windowtest.h"
 #include "tests/support/testmain.h"
@@ -109,7 +109,7 @@ private slots:
         window->trigger("actionMode");
         auto *const label = window->find<QLabel>("msgDisplay");
         QCOMPARE(spokenName(label), QStringLiteral("Noir et blanc"));
-        // Black letters on something light, whatever the picture is.
+        // Black letters on a light background, whatever the picture is.
         QVERIFY(label->autoFillBackground());
         const QColor background = label->palette().color(label->backgroundRole());
         QVERIFY(background.lightness() > 200 && background.alpha() > 128);
@@ -167,7 +167,7 @@ private slots:
             QTest::newRow(name) << number++;
     }
 
-    // Alt, then the arrows: each entry that is enabled becomes the current one.
+    // Alt, then the arrows: each enabled entry becomes the current one.
     void menusByKeys()
     {
         QFETCH(int, menu);
@@ -197,7 +197,7 @@ private slots:
         QCOMPARE(window->probe.imageProcessing(), 1);
     }
 
-    // Before a menu is open, its title shows that the keyboard is there.
+    // Even before a menu opens, its title shows that it has the keyboard.
     void menuBarShowsWhereTheKeyboardIs()
     {
         QMenuBar *const bar = window->menuBar();

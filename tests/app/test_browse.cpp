@@ -22,7 +22,7 @@ QString storage()
     return storageRoot() + QStringLiteral("/tableaux/");
 }
 
-// A picture whose colour is its number.
+// The number of a picture as its colour.
 QRgb colourOf(int number)
 {
     return 0xff000000U | unsigned(number) * 2749U;
@@ -85,7 +85,7 @@ private slots:
         expectShown(last);
     }
 
-    // A queue of repeated presses would go on leafing when the key is no longer held.
+    // Queued auto-repeats would go on paging after the release.
     void heldKeyDoesNotRunAhead()
     {
         constexpr int repeats = 60;
@@ -195,7 +195,7 @@ private slots:
         open();
         openByDialog(paths.at(2));
         expectShown(2);
-        press(Qt::Key_Backspace); // from the newest of the folder, whichever was opened
+        press(Qt::Key_Backspace); // begins at the newest of the folder, whichever was opened
         expectShown(2);
         press(Qt::Key_Backspace);
         expectShown(2);
@@ -205,7 +205,8 @@ private slots:
         expectShown(3);
     }
 
-    // The name of the last sub-folder, glued to the folder, and a picture of the folder itself.
+    // The browser looks for the folder's own picture under a wrong path: the folder's, with the
+    // name of its last sub-folder appended without a slash.
     void openedFolderWithSubfolders()
     {
         const QString path = addPicture(QStringLiteral("2021-01/a.png"), 1);
@@ -235,7 +236,7 @@ private slots:
     }
 
 private:
-    // Months from January 2021 on, each with so many pictures.
+    // Makes months from January 2021 on, with this many pictures each.
     void makeTree(int months, int picturesEach)
     {
         paths.clear();

@@ -47,7 +47,7 @@ QImage clipboardPicture()
     return QGuiApplication::clipboard()->image();
 }
 
-// Counts how often the message comes when the clipboard has the picture already.
+// Counts how often the message is shown after the clipboard has got the picture.
 class ShownAfterTheCapture : public QObject
 {
 public:
@@ -172,7 +172,7 @@ private slots:
         QTRY_COMPARE(QImage(path).size(), QSize(64, 48));
     }
 
-    // What is stored is, byte by byte, the view as JPEG: its size, its zoom, its frame.
+    // The stored file is, byte by byte, the view as JPEG: its size, its zoom, its frame.
     void shownPictureWhenAskedFor_data()
     {
         QTest::addColumn<int>("zoom");
@@ -264,7 +264,7 @@ private slots:
         storeSetting(QStringLiteral("preferences/rawStore"), raw);
         QStringList expected(QStringLiteral("take image"));
         if (raw)
-            expected += QStringLiteral("\"\""); // of a raw capture, successful or not
+            expected += QStringLiteral("\"\""); // a raw capture logs this, successful or not
         const LogReader log;
         window->call("takeImage");
         QCOMPARE(log.lines(), expected);
@@ -336,7 +336,7 @@ private slots:
         QTRY_COMPARE(storedFiles().size(), paths.size());
     }
 
-    // Faster than the camera: it takes four and says so for the rest.
+    // Faster than the camera: it takes four and refuses each of the rest with an error.
     void tenAtOnce()
     {
         for (int refused = 0; refused < 6; ++refused)
@@ -358,7 +358,7 @@ private slots:
         QString second;
         qint64 began = 0;
         int number = 0;
-        // Once more if the second passed in between.
+        // Tries again if a new second began in between.
         do {
             QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
             Sandbox::instance().reset();
@@ -437,7 +437,7 @@ private slots:
         }
     }
 
-    // Then pictures go below the current folder.
+    // Pictures then go below the current folder.
     void withoutADocumentsFolder()
     {
         QFETCH(bool, raw);
@@ -495,7 +495,7 @@ private slots:
         QTRY_VERIFY(!storedFiles().isEmpty() && !QImage(storedFiles().constLast()).isNull());
     }
 
-    // Less than what is written at once, so that nothing fails before the end.
+    // The still is smaller than what is written at once, so nothing fails before the end.
     void fullDiskAndASmallStill()
     {
         device().setStillResolutions({QSize(8, 8)});
@@ -508,7 +508,7 @@ private slots:
     }
 
 private:
-    // Of no character, which QTest::keyClick() does not take.
+    // This key has no character, so QTest::keyClick() does not take it.
     void pressCameraKey() const
     {
         QKeyEvent press(QEvent::KeyPress, Qt::Key_Camera, Qt::NoModifier);
@@ -518,7 +518,8 @@ private:
 
     void takePicture() { window->trigger("actionEnregistrer_image"); }
 
-    // Of the picture just taken; a request reaches the camera in a turn of the event loop.
+    // The path of the picture just taken. The request reaches the camera only in a later turn of
+    // the event loop.
     QString lastPath(bool raw, int number) const
     {
         if (!raw)
@@ -528,7 +529,7 @@ private:
         return asked ? device().record().stills.constLast().path : QString();
     }
 
-    // The clipboard is full and everything goes on.
+    // The clipboard has the picture, and everything still works.
     void expectUsable()
     {
         QVERIFY(!clipboardPicture().isNull());

@@ -82,12 +82,12 @@ struct Rule
     int start;
     int (*up)(int);
     int (*down)(int);
-    const char *selected; // the message at selection
-    const char *changed;  // the message's beginning at a change
+    const char *selected; // the message on selection
+    const char *changed;  // how the message on a change begins
     const char *action;
 };
 
-// By the number of the coefficient.
+// Indexed by the number of the coefficient.
 const Rule ruleTable[] = {
     {"contraste", "params/contraste", 10, 1000, 100, rules::contrasteUp, rules::contrasteDown,
      "contraste ", "contraste ", "actionContraste"},
@@ -99,7 +99,7 @@ const Rule ruleTable[] = {
      "actionZoom"},
 };
 
-// As another process reads it.
+// The stored value as another process reads it.
 QString storedByAnotherProcess(const char *key)
 {
     QProcess reader;
@@ -372,7 +372,7 @@ private slots:
         QTest::newRow("zero") << QVariant(0);
     }
 
-    // The program starts, shows a picture, and any step goes back into the range.
+    // The program starts and shows a picture, and any step brings the value back into its range.
     void storedNonsense()
     {
         QFETCH(QVariant, stored);
@@ -412,7 +412,7 @@ private slots:
 
     void storeThatCannotBeWritten()
     {
-        // A folder in the place of the store's file keeps even the administrator out.
+        // Not even root can write to the store if a folder takes its place.
         window.reset();
         const QString file =
             Sandbox::instance().home() + QStringLiteral("/config/Orvane/KivraQt.conf");

@@ -116,7 +116,7 @@ private slots:
                          Qt::RightButton, Qt::NoModifier);
         QCoreApplication::sendEvent(window->probe.view(), &drag);
         QTest::mouseRelease(window->probe.view(), Qt::RightButton);
-        emit window->probe.view()->menuGraphique(false); // the view's size as it was
+        emit window->probe.view()->menuGraphique(false); // restores the view's size
 
         window->trigger(stop.constData());
         window->trigger(start.constData());
@@ -247,7 +247,7 @@ private slots:
         QTRY_VERIFY(!window->isVisible());
     }
 
-    // The opened picture stays until the first frame, as it was fitted.
+    // Until the first frame, the opened picture stays as it was fitted.
     void startResetsZoomAndPanNotTheScale()
     {
         const QString path = kivra::test::pathOf(QStringLiteral("page.png"));
@@ -259,7 +259,7 @@ private slots:
         QTest::mousePress(view, Qt::LeftButton, {}, {50, 50});
         QTest::mouseMove(view, {90, 80});
         QTest::mouseRelease(view, Qt::LeftButton, {}, {90, 80});
-        window->find<QToolBar>("toolBar")->hide(); // which the press has brought
+        window->find<QToolBar>("toolBar")->hide(); // shown by the press
         QVERIFY(QTest::qWaitFor([&] { return view->size() == fitted.size(); }));
         QVERIFY(view->grab().toImage() != fitted);
         device().setStartAnswer(TestCamera::Answer::OnCall);

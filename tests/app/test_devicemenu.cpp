@@ -136,8 +136,7 @@ private slots:
         QCOMPARE(checked(), QStringLiteral("Un"));
     }
 
-    // The entry of a camera that is no longer there leads to none; the mark stays at what was
-    // chosen.
+    // Choosing a camera that is gone opens none; the check mark stays at what was chosen.
     void choiceOfWhatIsGone()
     {
         device().setDevices({{"un", QStringLiteral("Un")}});
@@ -167,7 +166,8 @@ private:
         return each;
     }
 
-    // Of the one entry with a check mark; the texts of all if there are others.
+    // The text of the only entry with a check mark; the texts of all such entries if there are
+    // others.
     QString checked() const
     {
         QStringList each;

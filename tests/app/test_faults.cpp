@@ -1,5 +1,5 @@
-// What goes wrong at the device: the user is told, or nothing is to be told, and afterwards the
-// window shows frames, changes its mode and stores pictures as before.
+// Faults of the device: the user learns what matters, and afterwards the window shows frames,
+// changes its mode and stores pictures as before.
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
@@ -89,7 +89,7 @@ private slots:
             expectUsable();
     }
 
-    // Nothing is there to take frames from, but files can be looked at and what is shown be stored.
+    // No frames can come, but files can be opened, and the shown picture can be stored.
     void withoutAService()
     {
         device().setService(TestCamera::Service::None);
@@ -113,7 +113,7 @@ private slots:
         QTest::newRow("as shown") << false;
     }
 
-    // Of a still that cannot be taken only the log has a trace.
+    // A still that cannot be taken leaves a trace only in the log.
     void withoutStills()
     {
         QFETCH(bool, raw);
@@ -229,7 +229,7 @@ private:
         plugIn();
     }
 
-    // The camera is not asked for anything then, and has nothing more to complain of.
+    // Opening a picture asks nothing of the camera, so the camera reports no further error.
     void unpluggedAndAPictureOpened()
     {
         open();
@@ -256,7 +256,7 @@ private:
         QCOMPARE(device().record().device, QByteArray("deux"));
     }
 
-    // The box lies above the dialog, which can be used when the box is gone.
+    // The box covers the dialog, which can be used again once the box is closed.
     void unpluggedUnderADialog()
     {
         open();
@@ -288,7 +288,7 @@ private:
         plugIn();
     }
 
-    // The box gets the release that the picture waits for.
+    // The picture waits for a release that the box gets instead.
     void unpluggedUnderAHeldButton()
     {
         open();
@@ -317,7 +317,7 @@ private:
         plugIn();
     }
 
-    // Nobody has to hear of a device that has done its work; the same happens when the window goes.
+    // An error of a device that is no longer in use is not shown; nor is one while the window goes.
     void failingWhenLetGo()
     {
         device().setService(TestCamera::Service::FailsAtTheEnd);
@@ -367,7 +367,7 @@ private:
         }
     }
 
-    // They are taken for what was agreed on, as far as their memory reaches.
+    // The surface reads them as the agreed format, as far as their memory reaches.
     void foreignFormats()
     {
         open();
@@ -391,8 +391,8 @@ private:
         device().setFormat(QVideoSurfaceFormat(QSize(64, 48), QVideoFrame::Format_RGB32));
     }
 
-    // Each turn of the event loop brings five frames, all of which take their time: keys are heard
-    // in between, and what is shown at the end is the last one.
+    // Each turn of the event loop brings five frames that are slow to render. Keys are still
+    // handled in between, and the last frame is the one shown at the end.
     void flood()
     {
         constexpr int turns = 30;
@@ -437,7 +437,7 @@ private:
         plugIn();
     }
 
-    // The window does not wait for it, and opening the camera anew forgets it.
+    // The window does not wait for the still, and forgets it when the camera is opened anew.
     void silentStill()
     {
         device().setStillAnswer(Answer::OnCall);
@@ -487,7 +487,7 @@ private:
         device().setStillAnswer(Answer::AtOnce);
         chooseDevice(1);
         QTRY_VERIFY(device().isRunning());
-        device().answerStill(); // to a camera that has asked for nothing
+        device().answerStill(); // no still is pending any more
         QVERIFY(storedFiles().isEmpty());
     }
 

@@ -207,8 +207,8 @@ private slots:
         QCOMPARE(action->isChecked(), expected.check == Checked);
         QCOMPARE(action->menuRole(), QAction::TextHeuristicRole);
         QVERIFY(action->statusTip().isEmpty());
-        QCOMPARE(action->toolTip(), action->iconText()); // both made of the text: none of its own
-        // The camera runs, so that Start is disabled.
+        QCOMPARE(action->toolTip(), action->iconText()); // both from its text: it has none itself
+        // The camera runs, so Start is disabled.
         const bool disabled = qstrcmp(expected.name, "actionEffet_artistique") == 0 ||
                               qstrcmp(expected.name, "actionStartCamera") == 0;
         QCOMPARE(action->isEnabled(), !disabled);
@@ -221,7 +221,7 @@ private slots:
             QVERIFY(!drawn.isNull());
             KIVRA_COMPARE_PICTURES(drawn, QPixmap(file).toImage());
         }
-        // Triggering it reaches its slot: the meta-object finds this very connection to remove.
+        // Disconnecting succeeds only if the action was connected to its slot.
         const QByteArray slot = QByteArray("1") + expected.slot;
         QVERIFY(QObject::disconnect(action, SIGNAL(triggered()), &window, slot.constData()));
     }

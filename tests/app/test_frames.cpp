@@ -29,7 +29,7 @@ QImage received(QImage picture)
     return picture;
 }
 
-// Brings another frame at the first painting of the view.
+// Delivers another frame during the view's first paint event.
 class FrameAtPainting : public QObject
 {
 public:
@@ -60,14 +60,14 @@ public:
     }
 };
 
-// Everything that is posted, what it posts too.
+// Handles all posted events, and those that they post.
 void settle()
 {
     for (int turn = 0; turn < 3; ++turn)
         QCoreApplication::processEvents();
 }
 
-// A frame whose memory and stride are not what its size says; without memory, it cannot be mapped.
+// A frame whose memory and stride do not match its size. Without memory, it cannot be mapped.
 QVideoFrame oddFrame(const QSize &size, int bytes, int stride)
 {
     const QByteArray memory(bytes, '\x77');
@@ -126,7 +126,7 @@ private slots:
             QVERIFY(device().pushPicture(gradient({64, 48})));
             settle();
             QCOMPARE(view.paints, frames);
-            QTRY_COMPARE(whole.paints, frames); // asked for, and painted in the next turn
+            QTRY_COMPARE(whole.paints, frames); // requested now, painted in the next turn
         }
         QCOMPARE(menus.paints, 0);
         QCOMPARE(status.paints, 0);
@@ -252,7 +252,7 @@ private slots:
         KIVRA_COMPARE_PICTURES(window->probe.lastFrame(), received(picture).copy(field));
     }
 
-    // No copy is made of what is cut out.
+    // Cutting the field out makes no copy.
     void reducedFieldSharesTheFramesPixels()
     {
         storeSetting(QStringLiteral("preferences/restore"), true);
@@ -264,7 +264,7 @@ private slots:
             const QImage whole = surface->frame();
             QCOMPARE(window->probe.lastFrame().constBits(), whole.constScanLine(24) + 32 * 4);
         }
-        // It stays when the frame goes, and whoever changes it leaves the frame alone.
+        // The field outlives the frame, and changing one copy of it leaves the others alone.
         QImage field = window->probe.lastFrame();
         const QImage before = field.copy();
         QVERIFY(device().pushPicture(gradient({64, 48})));
@@ -275,7 +275,7 @@ private slots:
         KIVRA_COMPARE_PICTURES(other, before);
     }
 
-    // Without a centre along one side nothing is left; without any centre the whole frame is.
+    // A frame that has no centre along one side leaves nothing; one without any centre stays whole.
     void reducedFieldOfATinyFrame_data()
     {
         QTest::addColumn<QSize>("frame");
@@ -374,7 +374,7 @@ private slots:
     }
 
 private:
-    // As the window system reports it, so that the application knows of the held button.
+    // Through the window system, so that the application knows of the held button.
     void pressView()
     {
         QTest::mousePress(window->windowHandle(), Qt::LeftButton, Qt::NoModifier, {300, 300});

@@ -1,5 +1,5 @@
-// The menu "Aide": two addresses for the desktop to open, two boxes of text, and no trace in the
-// program.
+// The menu "Aide": two addresses that the desktop opens, and two boxes of text. Nothing changes in
+// the program.
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
@@ -49,7 +49,7 @@ QByteArray storeFile()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// What a command could have changed, for comparing.
+// All that a command could have changed, for comparison.
 QVariantList stateOf(const Window &window)
 {
     const CameraProbe &probe = window.probe;
@@ -140,7 +140,7 @@ private slots:
         QTest::newRow("update") << QStringLiteral("actionMiseAJour");
     }
 
-    // The offscreen platform opens no address. A box would be counted as one that nobody expected.
+    // The offscreen platform opens no address. A box would fail the test as unexpected.
     void silenceWhenNothingOpensTheAddress()
     {
         QFETCH(QString, action);
@@ -218,8 +218,8 @@ private slots:
     }
 
 private:
-    // The action shows this text in a plain box: no title, no icon, no parent, OK alone; and
-    // nothing of the program is different afterwards.
+    // The action shows this text in a plain box: no title, no icon, no parent, OK alone. Nothing in
+    // the program changes.
     void expectBox(const char *action, const QString &text)
     {
         const QVariantList before = stateOf(*window);

@@ -1,4 +1,4 @@
-// The presses of a held key that the window system's plug-in takes for new ones.
+// Auto-repeats of a held key that the window system's plug-in takes for new presses.
 
 #include "app/keyrepeat.h"
 #include "tests/support/testmain.h"
@@ -92,7 +92,7 @@ private slots:
     }
 
 private:
-    // To the window, as the window system does; whether it was accepted.
+    // Sends a key event to the window as the window system does; true if it was accepted.
     bool send(QEvent::Type type, int key, ulong time, bool repeated = false) const
     {
         QKeyEvent event(type, key, Qt::NoModifier, QStringLiteral("s"), repeated);

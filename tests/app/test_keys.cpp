@@ -169,13 +169,13 @@ private slots:
         QVERIFY(sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus));
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
         QCOMPARE(device().record().locks, kivra::test::allLocks);
-        sendCameraKey(QEvent::KeyRelease, Qt::Key_Up); // another key's release is no matter
+        sendCameraKey(QEvent::KeyRelease, Qt::Key_Up); // another key's release changes nothing
         QCOMPARE(window->probe.camera()->lockStatus(), QCamera::Locked);
         sendCameraKey(QEvent::KeyRelease, Qt::Key_CameraFocus);
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
 
-    // The keyboard repeats a held key by releases and presses.
+    // Auto-repeat of a held key sends pairs of release and press.
     void repeatedFocusKeyCountsAsHeld()
     {
         sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus);
@@ -195,7 +195,7 @@ private slots:
         QTRY_COMPARE(window->probe.camera()->lockStatus(), QCamera::Unlocked);
     }
 
-    // As where the release before a repeated press is not known as repeated.
+    // As if the auto-repeat release had been taken for a real one.
     void repeatedFocusKeyLocksAgain()
     {
         sendCameraKey(QEvent::KeyPress, Qt::Key_CameraFocus);
@@ -223,7 +223,7 @@ private slots:
         QTest::newRow("camera key") << int(Qt::Key_Camera) << int(Qt::NoModifier);
     }
 
-    // The camera would refuse what comes before it is ready again, and each time with a box.
+    // The camera would refuse every request until it is ready again, each time with a box.
     void heldKeyTakesOnePicture()
     {
         QFETCH(int, key);
@@ -234,7 +234,7 @@ private slots:
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
     }
 
-    // Each start takes a camera its time.
+    // Starting a camera takes time.
     void heldKeyStopsTheCameraOnce()
     {
         QSignalSpy changes(window->probe.camera(), SIGNAL(stateChanged(QCamera::State)));
@@ -257,7 +257,7 @@ private slots:
         QTest::newRow("reset") << QStringLiteral("actionReinit");
     }
 
-    // A picture that turns negative and back at each repetition would flash.
+    // A picture that turns negative and back at each auto-repeat would flash.
     void heldKeyActsOnce()
     {
         QFETCH(QString, action);
@@ -353,7 +353,7 @@ private slots:
         QTRY_VERIFY(TestCamera::instance().isRunning());
     }
 
-    // Qt takes the key for neither when both are enabled.
+    // If both actions are enabled, Qt gives the key to neither.
     void sharedKeyIsAmbiguousWhenBothAreEnabled()
     {
         window->action("actionStartCamera")->setEnabled(true);
@@ -366,7 +366,7 @@ private slots:
     }
 
 private:
-    // The test library knows no characters for these keys. True if the window accepted it.
+    // QtTest has no characters for these keys. True if the window accepted the event.
     bool sendCameraKey(QEvent::Type type, Qt::Key key)
     {
         QKeyEvent event(type, key, Qt::NoModifier);

@@ -1,5 +1,5 @@
-// When the live picture is wanted: none over an opened picture, and again by itself when a camera
-// that was away is back or the first one comes.
+// When the live picture is shown: not over an opened picture, and again by itself once a lost
+// camera is back or a first camera comes.
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
@@ -61,10 +61,10 @@ private slots:
         });
         boxes->expect(kivra::test::openFailure);
         window->trigger("actionOuvrir_Image");
-        QVERIFY(window->probe.lastFrame().isNull()); // what the failed loading leaves
+        QVERIFY(window->probe.lastFrame().isNull()); // as the failed loading leaves it
     }
 
-    // The old camera's last frame, before the new one has begun.
+    // The old camera's last frame comes before the new camera has begun.
     void framesCountFromTheNextCamerasStart()
     {
         QVERIFY(device().pushPicture(gradient({32, 24})));
@@ -128,7 +128,7 @@ private slots:
         expectLive();
     }
 
-    // A plug that sits loosely fills no screen with boxes.
+    // A loose plug must not fill the screen with boxes.
     void oneBoxAtATime()
     {
         boxes->expect(cameraError, [this](QDialog *box) {
@@ -142,7 +142,7 @@ private slots:
         QCOMPARE(boxes->answered(), 1);
         device().bringBack({"un", QStringLiteral("Un")});
         expectLive();
-        loseCamera(); // and the next loss is told again
+        loseCamera(); // the next loss is reported again
         QCOMPARE(boxes->answered(), 2);
     }
 
@@ -241,7 +241,7 @@ private:
         QCOMPARE(shownSize(), pageSize);
     }
 
-    // As a service does that has not yet noticed the stop.
+    // Presents a frame like a service that has not noticed the stop yet.
     void presentLate()
     {
         QVERIFY(window->probe.videoSurface()->present(QVideoFrame(gradient(liveSize))));

@@ -1,7 +1,8 @@
 // Many steps through a folder with broken, hostile and huge files among good ones: every good one
 // is shown, none is lost, and nothing is left behind.
 //
-// KIVRA_STEPS is how many (150, which is from end to end and back; scripts/endure takes thousands).
+// KIVRA_STEPS sets how many (150 by default, from end to end and back; scripts/endure takes
+// thousands).
 
 #include "storage/paths.h"
 #include "tests/app/windowtest.h"
@@ -31,7 +32,7 @@ namespace {
 constexpr int goodPictures = 50;
 constexpr qint64 allowedGrowth = qint64(8) << 20;
 
-// Answers every failure, and remembers of which file it told.
+// Answers every failure, and remembers which file it was about.
 class Failures : public DialogWatch
 {
 public:
@@ -95,12 +96,12 @@ private slots:
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
         const QStringList names = QDir(folder()).entryList(QDir::Files, QDir::Name);
         position = names.size() - 1;         // where the browser begins
-        walk(names, names.size(), failures); // what is kept on purpose is there now
+        walk(names, names.size(), failures); // now all that is kept on purpose is there
         const int descriptorsBefore = openDescriptors();
         const qint64 memoryBefore = kivra::test::residentMemory();
 
         walk(names, stepsToTake(), failures);
-        // On to where a good one is decoded ahead, for others may take their time.
+        // Goes on until the next picture is a good one: decoding another ahead may take long.
         while (!names.value(position + direction).contains(QLatin1String("good")))
             walk(names, 1, failures);
         QCOMPARE(shown.size(), goodPictures);
@@ -121,7 +122,7 @@ private slots:
     void cleanup() { window.reset(); }
 
 private:
-    // From end to end and back. A file that would be decoded for minutes is given up by Escape.
+    // From end to end and back. Escape gives up a file whose decoding would take minutes.
     void walk(const QStringList &names, int steps, Failures &failures)
     {
         for (int step = 0; step < steps; ++step, ++taken) {

@@ -72,7 +72,7 @@ private slots:
         QCOMPARE(window->statusText(), start);
     }
 
-    // It would be painted with every frame.
+    // An empty message would be painted with every frame.
     void emptyMessageIsHiddenFromTheStart()
     {
         storeSetting(QStringLiteral("preferences/displayMsg"), true);
@@ -162,7 +162,7 @@ private slots:
     {
         openWithMessages();
         window->trigger("actionContraste");
-        // However late they are, timers go off in the order of their times.
+        // Timers may be late, but they fire in the order of their times.
         QString whenTheFirstOnesTimeIsOver;
         const auto at = [this](int ms, const std::function<void()> &act) {
             QTimer::singleShot(ms, Qt::PreciseTimer, window.get(), act);

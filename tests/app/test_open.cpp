@@ -199,7 +199,8 @@ private slots:
         QCOMPARE(boxes->lastText(), openFailureText + path + QStringLiteral(".gif"));
     }
 
-    // A picture or the box; then every mode, effect, coefficient and command still works.
+    // Each file gives a picture or the box; then every mode, effect, coefficient and command still
+    // works.
     void badFiles_data()
     {
         QTest::addColumn<QString>("path");
@@ -274,7 +275,7 @@ private slots:
         QVERIFY(!QDir(getDir(QStringLiteral("tableaux"))).exists());
     }
 
-    // Not told apart from a file that cannot be opened; the browser goes to the current folder.
+    // Treated like a file that cannot be opened; the browser goes to the current folder.
     void cancelledDialog()
     {
         QVERIFY(device().pushPicture(gradient({64, 48})));
@@ -332,7 +333,8 @@ private:
 
     void useEverything()
     {
-        // A still is refused by a camera that stands, some time later.
+        // A stopped camera would refuse a still, but only some time later: stores the shown picture
+        // instead.
         kivra::test::storeSetting(QStringLiteral("preferences/rawStore"), false);
         for (int step = 0; step < 7; ++step)
             window->trigger("actionEffet");

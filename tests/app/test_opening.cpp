@@ -1,5 +1,5 @@
-// While a picture is being opened that takes its time: the window goes on, and the user may give up
-// or want something else.
+// While a slow picture is being opened: the window goes on, and the user may give up or want
+// something else.
 
 #include "storage/paths.h"
 #include "tests/app/windowtest.h"
@@ -52,7 +52,7 @@ class TestOpening : public WindowTest
 private slots:
     void init() { begin(); }
 
-    // However long it takes: here until its processor time is used.
+    // However long it takes: this one first uses 600 ms of processor time.
     void slowPictureOpens()
     {
         openWindow();
@@ -108,7 +108,7 @@ private slots:
         QCOMPARE(boxes->answered(), 0);
     }
 
-    // Where the frames go on meanwhile.
+    // The camera goes on delivering frames meanwhile.
     void noFrameEntersBehindTheFailureBox()
     {
         openWindow();
@@ -136,7 +136,8 @@ private slots:
         QCOMPARE(window->probe.lastFrame().size(), QSize(30, 20));
     }
 
-    // Or it would give up one after the other, and show none.
+    // Otherwise each repeat would give up the picture that is being opened, and none would be
+    // shown.
     void heldKeyWaits()
     {
         storedPicture(QStringLiteral("a.png"), {30, 20});
@@ -167,7 +168,7 @@ private slots:
         window.reset();
     }
 
-    // As if it had been asked for after the picture was there.
+    // The later wish counts, as if the picture had been there already.
     void startingTheCameraIsTheLaterWish()
     {
         openWindow();
@@ -215,7 +216,7 @@ private slots:
         QVERIFY(window->action("actionStartCamera")->isEnabled());
     }
 
-    // The next picture in the direction of the last step is there when it is asked for.
+    // The next picture in the direction of the last step is ready before it is asked for.
     void looksAhead()
     {
         const QString first = storedPicture(QStringLiteral("a.png"), {30, 20});
@@ -245,7 +246,7 @@ private slots:
         window->trigger("actionStartCamera");
         QTRY_VERIFY(device().isRunning());
         QVERIFY(!window->probe.isLookingAhead());
-        QTest::keyClick(window.get(), Qt::Key_Backspace); // was held, and is forgotten
+        QTest::keyClick(window.get(), Qt::Key_Backspace); // this picture is no longer held
         QVERIFY(window->probe.isOpening());
         QTRY_VERIFY(!window->probe.isOpening());
     }

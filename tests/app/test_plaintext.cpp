@@ -1,6 +1,6 @@
-// Texts from outside are shown as they are: no name and no driver's text is followed as markup.
-// Wherever the program, or Qt for it, shows such a text, every widget is looked at; so the next
-// place is found without being named here.
+// Texts from outside are shown as they are: no name and no driver's text is interpreted as markup.
+// Every widget that the program, or Qt for it, paints is checked; so new places are found without
+// being named here.
 
 #include "tests/app/windowtest.h"
 #include "tests/support/pictures.h"
@@ -33,7 +33,7 @@ QString documents()
     return Sandbox::instance().documents();
 }
 
-// A picture that markup names, and whether anybody opened it.
+// A picture that markup refers to. Tells whether anybody opened it.
 class Bait
 {
 public:
@@ -54,7 +54,7 @@ public:
         return read(events, event, sizeof event) > 0;
     }
 
-    // A file name cannot have a slash.
+    // A file name cannot contain a slash.
     QString inAName() const
     {
         QString address = path;
@@ -69,14 +69,14 @@ private:
     int events;
 };
 
-// Looks at each widget that is painted. A text that may be markup is found wherever it is rich.
+// Checks each widget that is painted, and reports those that would interpret markup.
 class MarkupWatch : public QObject
 {
 public:
     MarkupWatch() { qApp->installEventFilter(this); }
 
     QStringList seen;  // texts that look like markup, as they were shown
-    QStringList found; // places where such a text would be followed
+    QStringList found; // places where it would be interpreted
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
@@ -127,7 +127,7 @@ private slots:
         QVERIFY2(boxes->verify().isEmpty(), qPrintable(boxes->verify()));
     }
 
-    // The watch itself finds what it is to find: a label that the program does not see to.
+    // The watch itself finds what it should: a label that interprets markup.
     void watchFindsMarkup()
     {
         QLabel label(bait->inAText());
@@ -232,7 +232,7 @@ private slots:
         QToolTip::hideText();
     }
 
-    // Qt's own dialog lists names, and tells of files that are not there.
+    // Qt's own dialog lists names, and complains of files that do not exist.
     void fileDialog()
     {
         const QString name = bait->inAName() + QStringLiteral(".png");

@@ -41,7 +41,7 @@ private slots:
     void init()
     {
         begin();
-        device().setDevices({}); // there is the demonstration camera alone
+        device().setDevices({}); // only the demonstration camera is left
         window = std::make_unique<Window>();
         QTRY_VERIFY_WITH_TIMEOUT(window->probe.imageCapture()->isReadyForCapture(), patienceMs);
     }

@@ -82,9 +82,9 @@ private slots:
         QVERIFY(window->probe.displayTimeMsPerMp() > 0);
     }
 
-    // In milliseconds per megapixel: together no more than the whole took, and not a fraction of
-    // it. Medians and means of every neighbourhood take longer than a table, unless another program
-    // took the processor meanwhile: then again.
+    // In milliseconds per megapixel: together no more than the whole took, and not a small fraction
+    // of it. Medians and means of neighbourhoods take longer than a table, unless another program
+    // took the processor meanwhile; then the test tries again.
     void figuresShareTheTimeOfAFrame()
     {
         bool asExpected = false;
@@ -102,7 +102,7 @@ private slots:
         QVERIFY(asExpected);
     }
 
-    // A table and an effect after a mode are no part of the mode's figure.
+    // The mode's figure does not include the table and the effect that follow it.
     void figuresTellModeFromEffect()
     {
         for (const int mode : {1, 2, 6}) {
@@ -154,7 +154,7 @@ private slots:
             window->trigger(modeNames[mode]);
             QCOMPARE(window->probe.imageProcessing(), mode);
             QVERIFY(window->action(modeNames[mode])->isChecked());
-            // Neither refreshed nor announced: the next frame shows it.
+            // Selecting neither repaints nor shows a message: the next frame shows the mode.
             KIVRA_COMPARE_PICTURES(window->shownPicture(frameSize), before);
             QCOMPARE(window->messageText(), QString());
         }
@@ -238,7 +238,8 @@ private slots:
         const QImage shown = window->shownPicture(frameSize);
         for (const QPoint &at : {QPoint(3, 3), QPoint(60, 40), QPoint(100, 70)}) {
             const QRgb word = shown.pixel(at);
-            // White ink is light: yellow. The board, dark green: a mixture towards blue.
+            // White ink is light and becomes yellow. The dark green board becomes a mixture towards
+            // blue.
             QVERIFY(word ==
                     reference::tableAndEffect(reference::mode(frame, 5), 0, 100, 3).pixel(at));
             QVERIFY(word != 0xffffffff && word != 0xff006400);
@@ -247,8 +248,7 @@ private slots:
 
     void shownPictureSharesThePixels()
     {
-        // From the processing to the view without another copy: what the pixmap holds is the
-        // picture itself.
+        // No copy is made between processing and view: the pixmap holds the picture itself.
         QImage picture = window->probe.lastFrame();
         window->call("fProcessing", Q_ARG(QImage *, &picture), Q_ARG(int, 1), Q_ARG(int, 0));
         QVERIFY(picture.constBits() != window->probe.lastFrame().constBits());

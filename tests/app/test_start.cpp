@@ -76,7 +76,7 @@ private slots:
         QCOMPARE(window->focusWidget(), window.get());
     }
 
-    // Nothing stored, everything, or one key alone: they do not depend on each other.
+    // Nothing stored, everything, or one key alone: the keys do not depend on each other.
     void restore_data()
     {
         QTest::addColumn<QVariant>("restore");
@@ -151,7 +151,7 @@ private slots:
         QVERIFY(shown.pixelColor(middle + QPoint(-70, 0)) != QColor(Qt::white));
     }
 
-    // What is read at the start is not read again when it is changed.
+    // Settings that are read at the start are not read again when they change.
     void preferencesOfTheStartActAtTheNextOne()
     {
         openWindow();
@@ -306,7 +306,7 @@ private slots:
         QVERIFY(window->isVisible());
     }
 
-    // A box that opens while the window is made lets the camera's frames in.
+    // A box that opens while the window is being made runs an event loop, which delivers frames.
     void frameBeforeTheWindowIsCompleteIsDropped()
     {
         _imgAOuvrir = QStringLiteral("nulle/part.jpg");

@@ -312,7 +312,7 @@ private:
         QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
     }
 
-    // What the camera was asked for by the window's command.
+    // Takes a still by the window's command; returns what the camera was asked for.
     kivra::cameras::StillRequest takeStill()
     {
         const int before = device().record().stills.size();

@@ -1,4 +1,4 @@
-// The tool bar and the picture's presses: a double click never meets a button, and the keyboard
+// The tool bar and presses on the picture: a double click never hits a button, and the keyboard
 // stays with the window.
 
 #include "tests/app/windowtest.h"
@@ -105,7 +105,7 @@ private slots:
         QCOMPARE(zoom.count(), 0);
     }
 
-    // As after a pull at its handle, which makes it a window of its own.
+    // As if pulled off at its handle, the tool bar is a window of its own.
     void buttonOfABarPulledOffLeavesTheKeyboardToTheWindow()
     {
         toolBar->setWindowFlag(Qt::Tool);

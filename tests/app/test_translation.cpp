@@ -64,7 +64,7 @@ private slots:
                  QStringLiteral("Nom de fichier :"));
     }
 
-    // What the framework says where it has no camera service at all; in the tests it has one.
+    // What the framework says if there is no camera service at all; in the tests there is one.
     void errorsOfTheFrameworkAreFrench()
     {
         translateFramework(cataloguesOfTheSystem());

@@ -136,7 +136,7 @@ private slots:
         QCOMPARE(shownSize().width(), width);
         window->resize(900, 700);
         QTRY_VERIFY(window->probe.view()->width() != width);
-        QCOMPARE(shownSize().width(), width); // a resize is no matter of an opened picture
+        QCOMPARE(shownSize().width(), width); // a resize does not fit an opened picture anew
     }
 
     void nextStartFitsAgain()
@@ -171,7 +171,7 @@ private:
         window->open(path);
     }
 
-    // The extent of the white page, with what its frame covers at the left and at the top.
+    // The extent of the white page inside its frame.
     QSize shownSize() const
     {
         const QImage shown = window->probe.view()->grab().toImage();
@@ -185,7 +185,7 @@ private:
         return {extent({-1, 0}) + extent({1, 0}) - 1, extent({0, -1}) + extent({0, 1}) - 1};
     }
 
-    // One side is the view's, the other in proportion and not larger.
+    // One side is as long as the view's, the other in proportion and no longer.
     bool isWhole(const QSize &frame) const
     {
         const QSize expected = frame.scaled(window->probe.view()->size(), Qt::KeepAspectRatio);

@@ -52,7 +52,7 @@ private slots:
         const QSize before = window->size();
         QTest::ignoreMessage(QtDebugMsg, "QRect(1,2 30x40)");
         QTest::ignoreMessage(QtDebugMsg, "0");
-        // As the first screen would tell it.
+        // As the first screen would report it.
         emit QGuiApplication::screens().constFirst()->virtualGeometryChanged(QRect(1, 2, 30, 40));
         QCOMPARE(window->size(), before);
     }

@@ -44,7 +44,7 @@ QString Window::statusText() const
     return statusBar()->currentMessage();
 }
 
-// The bar has a timer as long as it has a text that goes by itself.
+// The bar has a timer only while it shows a text that goes by itself.
 int Window::statusTimeMs() const
 {
     const auto *const timer = statusBar()->findChild<QTimer *>();

@@ -18,7 +18,7 @@ public:
 
     CameraProbe probe{*this};
 
-    /// The object of this name and type; ends the program when there is none.
+    /// The object of this name and type; ends the program if there is none.
     template<typename T>
     T *find(const char *name) const
     {
@@ -28,7 +28,7 @@ public:
         return found;
     }
     QAction *action(const char *name) const { return find<QAction>(name); }
-    /// Does what a click on the action does. Ends the program when it is disabled.
+    /// Does what a click on the action does. Ends the program if the action is disabled.
     void trigger(const char *name) const;
     /// Calls a slot by name, as a signal would.
     template<typename... Arguments>
@@ -37,17 +37,17 @@ public:
         if (!QMetaObject::invokeMethod(this, slot, Qt::DirectConnection, arguments...))
             qFatal("the window has no slot %s", slot);
     }
-    /// Opens this file, and comes back when the outcome is known.
+    /// Opens this file, and returns when the outcome is known.
     void open(const QString &path);
-    /// Presses this key, and comes back when no file is being opened any more.
+    /// Presses this key, and returns when no file is being opened any more.
     void pressAndWait(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     QString statusText() const;
-    /// How long the status bar shows a text such as the present one; 0 for until the next one
-    /// comes.
+    /// For how long the status bar shows its present text, in all; 0 if it stays until the next
+    /// one.
     int statusTimeMs() const;
     /// The message on the picture; empty when none is shown.
     QString messageText() const;
-    /// What the view shows in its middle, of this size: a picture of that size at its own scale.
+    /// The middle of the view, of this size: all of a picture of this size at its own scale.
     QImage shownPicture(const QSize &size) const;
 };
 

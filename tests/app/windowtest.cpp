@@ -24,7 +24,7 @@ void WindowTest::openWindow()
     QTRY_VERIFY(window->probe.imageCapture()->isReadyForCapture());
 }
 
-// In the menu, after start, stop and a line.
+// In the menu, the cameras follow Start, Stop and a separator.
 void WindowTest::chooseDevice(int number) const
 {
     window->find<QMenu>("menuDevices")->actions().at(3 + number)->trigger();

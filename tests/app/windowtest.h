@@ -37,7 +37,7 @@ protected:
     /// Chooses the camera of this number, from 0, in the window's menu.
     void chooseDevice(int number) const;
 
-    /// Presses a key and lets the keyboard repeat it so many times, without a pause.
+    /// Presses a key and auto-repeats it this many times, without a pause.
     void hold(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, int repeats = 6) const;
 
     /// Expects a warning of this title above the window, with OK alone, and answers it by

@@ -24,7 +24,7 @@ public:
 
     std::string node(int number) const { return folders.nodes + "/video" + std::to_string(number); }
 
-    /// What the system says of a camera on USB. Written before the camera is plugged in.
+    /// Writes what the system says of a USB camera. Call it before plugging the camera in.
     void describeUsb(int number, const char *name, const char *serial, const char *port,
                      const char *removable = "removable") const
     {
@@ -42,7 +42,7 @@ public:
         writeFile(usb + QStringLiteral("/removable"), removable);
     }
 
-    /// What udev found out about a node; \a words as in ":capture:".
+    /// Writes what udev found out about a node; \a words as in ":capture:".
     void describeByUdev(int number, const QByteArray &words) const
     {
         writeFile(QString::fromStdString(folders.udev) + QStringLiteral("/c81:%1").arg(number),

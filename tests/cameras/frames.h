@@ -13,23 +13,23 @@ namespace kivra::test {
 /// The number that V4L2 makes of the four letters.
 std::uint32_t fourccOf(const std::string &letters);
 
-/// All that V4L2 calls the raw formats that are read.
+/// V4L2's names of all raw formats that can be read.
 const std::vector<std::string> &rawFormats();
 
-/// Turns and mirrorings, all eight.
+/// All eight turns and mirrorings.
 const std::vector<cameras::Orientation> &orientations();
 
-/// The quarters of a turn.
+/// The orientation's turn in quarters.
 int quartersOf(cameras::Orientation orientation);
 
 /// A frame of changing bytes. \a padding is added to the strides.
 reference::CameraFrame makeFrame(const std::string &fourcc, int width, int height,
                                  std::size_t padding = 0);
 
-/// What the driver of \a frame would say.
+/// The format that the driver of \a frame would report.
 cameras::FrameFormat formatOf(const reference::CameraFrame &frame);
 
-/// The frame in memory that ends where nobody may read.
+/// The frame in memory that ends just before a page that may not be touched.
 class DriverFrame
 {
 public:
@@ -41,8 +41,9 @@ private:
     std::deque<GuardedBytes> memory;
 };
 
-/// Decodes into memory that ends where nobody may write, with \a padding bytes between the rows,
-/// which are found untouched. Nothing if the decoder says that the frame is not good.
+/// Decodes into memory that ends just before a page that may not be touched, with \a padding bytes
+/// between the rows, and checks that these stay untouched. Nothing if the decoder rejects the
+/// frame.
 std::optional<reference::CameraPicture> decoded(cameras::FrameDecoder &decoder,
                                                 const cameras::RawFrame &raw, cameras::Size size,
                                                 std::size_t padding = 0);

@@ -1,5 +1,5 @@
-// What the controls of a camera service answer to those who ask more than Qt's own camera classes
-// do.
+// What the controls of a camera service answer to callers that ask for more than Qt's own camera
+// classes do.
 
 #include "cameras/demo/picturepool.h"
 #include "cameras/service/cameraservice.h"

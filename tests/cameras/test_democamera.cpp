@@ -128,8 +128,8 @@ private slots:
         QCOMPARE(rig.camera.status(), QCamera::UnloadedStatus);
 
         rig.camera.start();
-        // The device has not answered yet: the state is what was asked for, the status is on its
-        // way.
+        // The device has not answered yet: the state is already the requested one, the status is
+        // not.
         QCOMPARE(rig.camera.state(), QCamera::ActiveState);
         QCOMPARE(rig.camera.status(), QCamera::StartingStatus);
         QVERIFY(!rig.surface.isActive());
@@ -173,7 +173,7 @@ private slots:
         QVERIFY(rig.surface.onOwnThread);
         QCOMPARE(rig.surface.starts, 1);
         QVERIFY(isOpaque(first));
-        // No camera sees one even colour.
+        // A camera never sees one even colour.
         QVERIFY(first.copy(0, 0, 640, 360) != first.copy(640, 360, 640, 360));
     }
 
@@ -185,7 +185,7 @@ private slots:
         const int frames = rig.surface.frames;
         Rig running;
         QVERIFY(running.start());
-        QVERIFY(running.waitForFrames(5)); // time enough for some of the first one
+        QVERIFY(running.waitForFrames(5)); // enough time for a frame of the first one
         QCOMPARE(rig.surface.frames, frames);
     }
 
@@ -347,7 +347,8 @@ private slots:
         });
         QVERIFY(rig.start());
         QTRY_VERIFY(middles.size() >= 3);
-        // By name, the unreadable one passed over, and over again; the wide one has black above it.
+        // In the order of names, over and over, without the unreadable one; the wide one has black
+        // above it.
         QCOMPARE(middles.mid(0, 3), (QList<QRgb>{0xFFFF0000, 0xFF0000FF, 0xFFFF0000}));
         QCOMPARE(edges.mid(0, 3), (QList<QRgb>{0xFFFF0000, 0xFF000000, 0xFFFF0000}));
     }
@@ -430,7 +431,7 @@ private slots:
         rig.capture.setEncodingSettings(settings);
         QCOMPARE(rig.capture.encodingSettings(), settings);
         QSignalSpy saved(&rig.capture, &QCameraImageCapture::imageSaved);
-        // The codec decides, whatever the name says.
+        // The codec decides the format, whatever the name says.
         rig.capture.capture(inDocuments("im.jpg"));
         QVERIFY(saved.wait(patienceMs));
         QImageReader reader(inDocuments("im.jpg"));
@@ -616,7 +617,7 @@ private slots:
 
     void destructionDuringACapture()
     {
-        // At every stage: asked for, exposed, taken; and with either object going first.
+        // At every stage (asked for, exposed, taken), and with either object destroyed first.
         for (int stage = 0; stage < 3; ++stage) {
             for (const bool cameraFirst : {true, false}) {
                 FrameRecorder surface;
@@ -666,7 +667,7 @@ private slots:
         rig.camera.unlock();
         QCOMPARE(rig.camera.lockStatus(), QCamera::Unlocked);
 
-        // What is unlocked while it is searched for is not found later.
+        // A lock that is released while it is searched for is not found later.
         Rig later;
         QVERIFY(later.start());
         QSignalSpy lockedLater(&later.camera, &QCamera::locked);
@@ -678,7 +679,7 @@ private slots:
         QCOMPARE(locked.count(), 0);
         QCOMPARE(rig.camera.lockStatus(), QCamera::Unlocked);
         rig.camera.searchAndLock();
-        QCOMPARE(rig.camera.lockStatus(), QCamera::Searching); // nothing is locked already
+        QCOMPARE(rig.camera.lockStatus(), QCamera::Searching); // nothing is locked yet
     }
 
     void stoppingLosesTheLocks()
@@ -707,7 +708,7 @@ private slots:
         QVERIFY(rig.start());
         const auto brightnessAt = [&](double ev) {
             rig.camera.exposure()->setExposureCompensation(ev);
-            // The frame that is ready and the one being made were exposed before.
+            // The frame that is ready and the one being made were exposed before this change.
             return rig.waitForFrames(3) ? meanBrightness(rig.surface.picture()) : -1;
         };
         const double normal = brightnessAt(0);

@@ -12,7 +12,7 @@ using namespace cameras;
 
 constexpr const char *controlledNode = "/dev/video0";
 
-/// Focus and white balance are automatic, the exposure by itself in the way of USB cameras.
+/// Focus, white balance and exposure are automatic, the exposure in the way of USB cameras.
 FakeCamera automaticCamera()
 {
     FakeCamera camera;
@@ -27,7 +27,7 @@ FakeCamera automaticCamera()
     return camera;
 }
 
-/// The controls of the one camera of a kernel, while it is open.
+/// The controls of a kernel's only camera, while it is open.
 struct Rig
 {
     explicit Rig(const FakeCamera &camera)
@@ -137,7 +137,7 @@ private slots:
         QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 1);
         rig.controls->compensate(1.6);
         QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 4);
-        // The automatic exposure goes on.
+        // The automatic exposure stays on.
         QCOMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO), std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
         rig.controls->compensate(0);
         QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 2);
@@ -152,7 +152,7 @@ private slots:
         rig.controls->compensate(-1);
         QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 100);
         rig.controls->compensate(8);
-        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 2000); // as long as it can
+        QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_ABSOLUTE), 2000); // the longest that it can
         rig.controls->compensate(0);
         QTRY_COMPARE(rig.value(V4L2_CID_EXPOSURE_AUTO),
                      std::int32_t(V4L2_EXPOSURE_APERTURE_PRIORITY));
@@ -223,7 +223,7 @@ private slots:
         rig.kernel.holdControls(true);
         rig.controls->lock(LockOfFocus);
         QTRY_COMPARE(rig.kernel.controlsSet(), 1);
-        // As each picture does, and none of it waits for the slow focus.
+        // Each picture locks and unlocks like this; none of it waits for the slow focus.
         for (int i = 0; i < 10; ++i) {
             rig.controls->lock(all);
             rig.controls->unlock(all);

@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(textOf(ranked.at(0)), QStringLiteral("YUYV 1920x1080@30"));
         QCOMPARE(nextSmaller(ranked, 0), std::optional<std::size_t>(1));
         QCOMPARE(textOf(ranked.at(1)), QStringLiteral("MJPG 1920x1080@30"));
-        // 1280 x 720 raw at 60 asks for more than the JPEG did.
+        // 1280 x 720 raw at 60 needs more room on the bus than the JPEG did.
         const std::optional<std::size_t> next = nextSmaller(ranked, 1);
         QVERIFY(next.has_value());
         QCOMPARE(textOf(ranked.at(*next)), QStringLiteral("YUYV 640x480@30"));

@@ -27,7 +27,7 @@ constexpr ColourCode bt709Full{0.2126, 0.0722, true};
 constexpr ColourCode bt2020{0.2627, 0.0593, false};
 constexpr ColourCode bt2020Full{0.2627, 0.0593, true};
 
-/// Lets libyuv see a processor with these of its features only, as long as it lives.
+/// While it lives, libyuv sees only these features of the processor.
 class Processor
 {
 public:
@@ -58,7 +58,7 @@ int errorOf(const CameraFrame &frame, const CameraPicture &upright, Orientation 
     return reference::difference(*picture, expected);
 }
 
-/// Every luma, and chroma in steps that contain its ends and its zero, as a row for each chroma.
+/// A row for each chroma, with every luma. The steps of chroma include both ends and zero.
 CameraFrame everyColour(const ColourCode &code)
 {
     std::vector<int> levels{1, 127, 129, 254};
@@ -92,8 +92,7 @@ private slots:
             QTest::newRow(fourcc.c_str()) << fourcc;
     }
 
-    // Sizes about the widths of vectors and pieces; tight and padded rows, padded by an odd number
-    // too.
+    // Sizes around the widths of vectors and pieces; rows tight and padded, also by an odd number.
     void picturesAreThoseOfTheReference()
     {
         QFETCH(std::string, fourcc);
@@ -168,7 +167,7 @@ private slots:
         }
     }
 
-    // A row of the next frame, or of nothing, would show up.
+    // Otherwise a row of the next frame, or of nothing, would show.
     void cutFramesAreTold_data() { picturesAreThoseOfTheReference_data(); }
 
     void cutFramesAreTold()
@@ -193,7 +192,7 @@ private slots:
         QVERIFY(decoded(decoder, driver.raw, decoder.size()).has_value());
     }
 
-    // Drivers count the padding behind the last row, or do not.
+    // Some drivers count the padding after the last row, others do not.
     void theLastRowNeedsNoPadding()
     {
         const CameraFrame frame = makeFrame("YUYV", 34, 6, 12);

@@ -53,8 +53,8 @@ StillRequest stillRequest(int id)
     return request;
 }
 
-/// A maker of frames of 8 x 6, and what it told. Its signals come from its own thread, where a
-/// QSignalSpy would record them; here they are queued to the test's.
+/// A maker of frames of 8 x 6, and a record of its signals. A QSignalSpy would record them in the
+/// maker's thread, from which they come; here they are queued to the test's thread.
 struct MakerRig : QObject
 {
     struct Still
@@ -83,8 +83,9 @@ struct MakerRig : QObject
         return came ? frame : nullptr;
     }
 
-    /// Returns when the maker has done all that was asked of it. It makes stills first and then
-    /// frames, so when a second still is there, no frame was left to make. Makes two pictures.
+    /// Returns when the maker has done all that was asked of it; takes two stills to find out. The
+    /// maker makes stills before frames, so once the second still is there, no frame was left to
+    /// make.
     bool waitUntilIdle()
     {
         for (int i = 0; i < 2; ++i) {
@@ -140,7 +141,7 @@ private slots:
         QVERIFY(rig.waitUntilIdle());
         QVERIFY(!rig.frames.takeFrame());
 
-        // A frame given back is used again, and one that is kept is not written over.
+        // A frame that was given back is used again; one that is kept is not overwritten.
         const QRgb pixel = kept.back()->pixel(0, 0);
         kept.erase(kept.begin());
         QVERIFY(rig.waitForFrame());

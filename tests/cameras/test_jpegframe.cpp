@@ -193,7 +193,7 @@ private slots:
         }
     }
 
-    // A frame without tables does not get those of the frame before.
+    // A frame without tables must not use those of the frame before.
     void framesStandAlone()
     {
         FrameDecoder decoder(jpegFormat(70, 41), {});
@@ -223,7 +223,7 @@ private slots:
         QTest::newRow("grey") << JpegRecipe{70, 41, {}, Colours::Grey};
     }
 
-    // All but the end marker and the bits that fill the last byte up are needed.
+    // Everything is needed except the end marker and the bits that pad the last byte.
     void cutFramesAreTold()
     {
         QFETCH(JpegRecipe, recipe);
@@ -248,7 +248,7 @@ private slots:
         }
     }
 
-    // Whatever comes out, nothing is read or written elsewhere, and a changed header is told.
+    // Whatever comes out, no memory is touched out of bounds, and a changed header is reported.
     void corruptFramesAreHarmless()
     {
         const Bytes jpeg = jpegOf({70, 41, {{{2, 1}, {1, 1}, {1, 1}}}});
@@ -265,7 +265,7 @@ private slots:
         QVERIFY(told > 0);
     }
 
-    // For each scan the whole picture is gone through, however few bytes it has.
+    // Each scan costs a pass over the whole picture, however few bytes the scan has.
     void tooManyScansAreRefused()
     {
         JpegRecipe recipe{70, 41};

@@ -67,7 +67,7 @@ private slots:
         }
     }
 
-    // The standard tables are those that the maker put in, and was robbed of.
+    // The standard tables are the ones that the maker wrote and the test removed.
     void missingTablesArePutIn()
     {
         const Bytes jpeg = jpegOf({70, 41, usual});
@@ -115,11 +115,11 @@ private slots:
         const Bytes lastColumnIncomplete = jpegOf({72, 48, usual});
         QVERIFY(fileOf(lastColumnIncomplete, {Turn::By90, false}).has_value());
         QVERIFY(!fileOf(lastColumnIncomplete, {Turn::None, true}));
-        // What most cameras give.
+        // As from most cameras.
         QVERIFY(fileOf(jpegOf({1920, 1080, usual}), {Turn::By180, false}).has_value());
     }
 
-    // A camera's bytes before a marker are warned of, and harmless.
+    // A camera's extra bytes before a marker cause a warning, and are harmless.
     void bytesBeforeTheEndMarkerDoNotPreventATurn()
     {
         Bytes jpeg = jpegOf({64, 48, usual});

@@ -36,7 +36,7 @@ FrameFormat jpegFormat()
     return format;
 }
 
-/// A stream whose buffers are kept apart: frame n lies in buffer n.
+/// A stream in which every frame has a buffer of its own: frame n lies in buffer n.
 class Stream
 {
 public:
@@ -127,7 +127,7 @@ private slots:
         QCOMPARE(greyOf(stream.newest->take()), -1);
     }
 
-    // The window stood still for five seconds: what it shows next is what the camera sees now.
+    // After a window has stood still for five seconds, it next shows what the camera sees now.
     void anOldPictureIsThrownAway()
     {
         Stream stream(greyFormat());
@@ -164,7 +164,7 @@ private slots:
                 ++shown;
             QTRY_COMPARE(stream.pictures.load(), 1 + i);
         }
-        // Three are thrown away for each one.
+        // For each picture shown, three are thrown away.
         QCOMPARE(shown, 3);
     }
 
@@ -183,7 +183,7 @@ private slots:
         QTRY_COMPARE(stream.pictures.load(), 1);
         QCOMPARE(stream.newest->lastGood(), start + 1s);
         QCOMPARE(greyOf(stream.newest->take()), 50);
-        // One that comes while a picture waits is not looked at.
+        // A frame that comes while a picture waits is not checked.
         stream.offer(jpegOf(60));
         QTRY_COMPARE(stream.pictures.load(), 2);
         stream.pass(1s);

@@ -34,7 +34,7 @@ QImage evenPicture(const QColor &colour, QSize size = {64, 48})
     return picture;
 }
 
-/// A frame that cannot be looked into.
+/// A frame that cannot be mapped.
 class LockedBuffer : public QAbstractVideoBuffer
 {
 public:
@@ -124,7 +124,7 @@ private slots:
         rig.camera->start();
         QCOMPARE(rig.camera->error(), QCamera::ServiceMissingError);
 
-        // Qt itself stops there; the service holds without a device all the same.
+        // Qt itself stops there; the service must hold without a device all the same.
         cameras::CameraService service(device());
         auto *control = service.requestControl<QCameraControl *>();
         QSignalSpy errors(control, &QCameraControl::error);
@@ -134,7 +134,7 @@ private slots:
         QVERIFY(errors.first().last().toString().startsWith(
             QStringLiteral("Aucune caméra n'est branchée.")));
         QCOMPARE(control->state(), QCamera::ActiveState);
-        QCOMPARE(control->status(), QCamera::StartingStatus); // until the first one comes
+        QCOMPARE(control->status(), QCamera::StartingStatus); // until the first device comes
 
         auto *settings = service.requestControl<QImageEncoderControl *>();
         QVERIFY(settings->supportedImageCodecs().isEmpty());
@@ -163,7 +163,7 @@ private slots:
         Rig rig;
         QVERIFY(rig.start());
         device().setDevices({{"autre", QStringLiteral("Autre")}});
-        // The open one goes on: that a list no longer names it ends nothing.
+        // The open device goes on, although the list no longer names it.
         QVERIFY(device().pushPicture(evenPicture(Qt::red)));
         QCOMPARE(rig.surface.frames, 1);
     }
@@ -189,7 +189,7 @@ private slots:
         QVERIFY(device().pushPicture(picture));
         QCOMPARE(rig.surface.picture(), picture);
 
-        // A driver that delivers what it did not announce.
+        // A driver may deliver another size than it announced.
         const QImage larger = evenPicture(Qt::blue, {80, 60});
         QVERIFY(device().pushPicture(larger));
         QCOMPARE(rig.surface.picture(), larger);
@@ -224,7 +224,7 @@ private slots:
         QVERIFY(device().pushFrame(QVideoFrame()));
         QVERIFY(!rig.surface.lastFrame.isValid());
         QVERIFY(device().pushFrame(QVideoFrame(0, QSize(0, 0), 0, QVideoFrame::Format_RGB32)));
-        // None of them ended anything.
+        // None of them stopped the camera.
         QVERIFY(device().pushPicture(evenPicture(Qt::green)));
         QCOMPARE(rig.surface.frames, 4);
         QCOMPARE(rig.camera->status(), QCamera::ActiveStatus);
@@ -377,7 +377,7 @@ private slots:
     {
         Rig rig;
         QVERIFY(rig.start());
-        // Whoever stops in the middle of a frame gets no more of them.
+        // A stop during a frame ends the frames at once.
         const auto stopAtOnce =
             connect(&rig.surface, &FrameRecorder::presented, this, [&] { rig.camera->stop(); });
         device().pushPicture(evenPicture(Qt::red));
@@ -385,7 +385,7 @@ private slots:
         QCOMPARE(rig.camera->status(), QCamera::LoadedStatus);
         disconnect(stopAtOnce);
 
-        // A start in the answer to a stop wins.
+        // A start during a stop wins.
         QVERIFY(rig.start());
         const auto startAgain =
             connect(rig.camera.get(), &QCamera::statusChanged, this, [&](QCamera::Status status) {
@@ -410,7 +410,7 @@ private slots:
         QSignalSpy saved(rig.capture.get(), &QCameraImageCapture::imageSaved);
         const QString path = inDocuments("im.jpg");
         const int id = rig.capture->capture(path);
-        // Later settings are for later pictures.
+        // Later settings apply only to later pictures.
         rig.capture->setEncodingSettings({});
         QVERIFY(saved.wait());
         QCOMPARE(saved.first(), (QVariantList{id, path}));
@@ -434,7 +434,7 @@ private slots:
         rig.capture->capture(inDocuments("2.jpg"));
         QTRY_COMPARE(device().record().stills.size(), 1);
         device().answerStill();
-        // The second one only when the first is on the disk.
+        // The second is taken only when the first is on the disk.
         QCOMPARE(device().record().stills.size(), 1);
         QVERIFY(saved.wait());
         QTRY_COMPARE(device().record().stills.size(), 2);
@@ -543,7 +543,7 @@ private slots:
         rig.capture->cancelCapture();
         QCOMPARE(device().record().cancelled, 1);
         QVERIFY(rig.capture->isReadyForCapture());
-        // The answer that comes all the same is nobody's.
+        // The late answer belongs to no request.
         device().answerStill();
         QCOMPARE(captured.size(), 0);
     }
@@ -558,7 +558,7 @@ private slots:
         QTRY_COMPARE(device().record().stills.size(), 1);
         device().answerStill();
         rig.capture->cancelCapture();
-        // The writer takes one after the other: the first is over when the second is saved.
+        // The writer takes one after the other: once the second is saved, the first is over.
         const int second = rig.capture->capture(inDocuments("2.jpg"));
         QTRY_COMPARE(device().record().stills.size(), 2);
         device().answerStill();

@@ -47,7 +47,7 @@ QImage evenPicture(const QColor &colour, QSize size = {64, 48})
     return picture;
 }
 
-/// Whether all pixels are opaque and of this grey, but for one level.
+/// Whether all pixels are opaque and of this grey, within one level.
 bool isEven(const QImage &picture, int grey)
 {
     for (int y = 0; y < picture.height(); ++y) {
@@ -100,7 +100,7 @@ public:
         return QTest::qWaitFor([&] { return surface.frames > before; });
     }
 
-    /// Delivers all the while: a stream that is about to end swallows frames.
+    /// Keeps delivering frames, because a stream that is about to end swallows some.
     bool startAndShow(std::uint8_t value)
     {
         const int before = surface.frames;
@@ -199,7 +199,8 @@ private slots:
         frame.unmap();
     }
 
-    // Each component in memory of its own, its content behind bytes of the driver's, rows padded.
+    // Each component has memory of its own, in which the content follows bytes of the driver's;
+    // rows are padded.
     void multiPlanarInterface_data()
     {
         QTest::addColumn<quint32>("fourcc");
@@ -221,7 +222,7 @@ private slots:
         ServiceRig rig(machine);
         QVERIFY(rig.startAndShow(128));
         QVERIFY(isEven(rig.surface.picture(), 130));
-        // Luma, and what is left, which is chroma where that has planes of its own.
+        // Raises the luma where chroma has planes of its own; the rest stays at 128.
         std::vector<std::uint8_t> bytes(machine.kernel.format().sizeimage, 128);
         std::fill_n(bytes.begin(), fourcc == yuyv ? 0 : 80 * 48, std::uint8_t{235});
         QVERIFY(QTest::qWaitFor([&] {
@@ -386,7 +387,7 @@ private slots:
         machine.kernel.advance(2s);
         QTRY_VERIFY(!machine.kernel.isOpen());
         QCOMPARE(rig.control->status(), QCamera::StartingStatus);
-        // In another socket it is the one that is missing.
+        // A camera in another socket counts as the missing one.
         machine.describeUsb(2, "Visualiseur", "0001", "1.4");
         machine.plug(2, smallCamera());
         QVERIFY(rig.showEven(100));
@@ -406,7 +407,7 @@ private slots:
         QTRY_COMPARE(rig.catalogue->devices().size(), 1);
         machine.kernel.advance(5s);
         QTRY_VERIFY(machine.kernel.somebodyWaits());
-        // The list of cameras asks the node, and nobody else does.
+        // Only the list of cameras opens the node.
         QVERIFY(machine.kernel.opened() <= opened + 1);
         QVERIFY(!machine.kernel.isStreaming());
         QVERIFY(rig.startAndShow(100));
@@ -510,7 +511,7 @@ private slots:
         const int begun = machine.kernel.streamsBegun();
         QVERIFY(rig.passTimeUntil([&] { return rig.errors.size() == 1; }));
         QVERIFY(rig.lastError().contains(QStringLiteral("n'envoie plus d'image")));
-        // It is opened anew, and frames bring it back.
+        // The camera is opened anew, and its frames bring the picture back.
         QVERIFY(rig.passTimeUntil([&] { return machine.kernel.streamsBegun() > begun; }));
         QVERIFY(rig.showEven(100));
         QCOMPARE(rig.control->status(), QCamera::ActiveStatus);
@@ -627,7 +628,7 @@ private slots:
         QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
         rig.stills->capture(stillPath("im.png"));
         QTRY_COMPARE(machine.kernel.format().width, 128u);
-        // The exposure begins anew: the first frames are dark.
+        // The exposure starts over, so the first frames are dark.
         int level = 0;
         const auto deliver = [&] {
             const int grey = std::min(level, 100);
@@ -678,7 +679,7 @@ private slots:
         machine.kernel.holdControls(false);
         QTRY_COMPARE(locks->lockStatus(QCamera::LockFocus), QCamera::Locked);
         rig.control->setState(QCamera::LoadedState);
-        // Left as it was found.
+        // The focus is left as it was found.
         QTRY_VERIFY(!machine.kernel.isOpen());
         QCOMPARE(machine.kernel.control(machine.node(0), V4L2_CID_FOCUS_AUTO), 1);
     }

@@ -145,7 +145,7 @@ private slots:
             QCOMPARE(found.back().kind, kind);
             ++number;
         }
-        // Where udev is not there either, a device's first node is its camera.
+        // If udev does not tell either, a device's first node is its camera.
         FakeCamera closed = usualCamera();
         closed.openError = EACCES;
         machine.describeUsb(8, "Visualiseur", "", "1");
@@ -241,7 +241,7 @@ private slots:
         sought.foundAs(mine, {mine});
         const VideoDevice moved = deviceAt("/dev/video0", "usb-9");
         QCOMPARE(sought.findIn({moved})->place, moved.place);
-        // Its own place goes before another.
+        // The camera in its own place goes before one elsewhere.
         QCOMPARE(sought.findIn({moved, mine})->place, mine.place);
     }
 

@@ -27,7 +27,7 @@ namespace kivra::test {
 
 namespace {
 
-// Each returns a negative number, with errno, when it is refused.
+// Each returns a negative number, and sets errno, if it is refused.
 
 long readFile(const char *path)
 {
@@ -50,7 +50,7 @@ long runProgram()
     return execv(arguments[0], const_cast<char *const *>(arguments));
 }
 
-// A child that comes into being ends at once.
+// If a child is created, it ends at once.
 long fork()
 {
     const long child = syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr);
@@ -86,8 +86,8 @@ long raiseLimit()
     return setrlimit(RLIMIT_CPU, &none);
 }
 
-// The descriptors that a decoder has: standard ones, its socket, what wakes its event loop, and the
-// file it reads.
+// Looks for descriptors that a decoder must not have: it has the standard ones, its socket, those
+// that wake its event loop, and the file that it reads.
 long useOtherDescriptors()
 {
     long found = -1;

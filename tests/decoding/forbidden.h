@@ -5,8 +5,8 @@
 
 namespace kivra::test {
 
-/// Which part of the decoder's confinement is against a deed: one, each of the two alone, or how it
-/// is started.
+/// Which part of the decoder's confinement prevents a deed: one of them, either of the two alone,
+/// or the way in which the decoder is started.
 enum class Guard { Files, SystemCalls, Either, Start };
 
 struct Deed
@@ -24,7 +24,7 @@ struct Attempt
     int error; ///< errno of what was refused
 };
 
-/// Tries it, in this process.
+/// Tries \a deed in this process.
 Attempt attemptForbidden(const QByteArray &deed);
 
 } // namespace kivra::test

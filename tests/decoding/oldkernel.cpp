@@ -1,6 +1,6 @@
-// The decoder program on a kernel without a part of what confines it: for these system calls this
-// program has the kernel say that it does not know them, and becomes the decoder beside it.
-// KIVRA_MISSING_CALLS, set by CMake, names them.
+// Runs the decoder program as on a kernel that lacks a part of what confines it: makes the kernel
+// refuse these system calls as unknown, and becomes the decoder beside this program.
+// KIVRA_MISSING_CALLS, set by CMake, names the calls.
 
 #include <cerrno>
 #include <cstdio>
@@ -15,7 +15,7 @@ int main(int, char **argv)
     const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
     for (const char *call : {KIVRA_MISSING_CALLS})
         seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), seccomp_syscall_resolve_name(call), 0);
-    // Who may leave it to the decoder to give up new privileges does.
+    // Leaves it to the decoder to give up new privileges, if this process may (as root may).
     seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 0);
     bool isLoaded = seccomp_load(filter) == 0;
     if (!isLoaded) {

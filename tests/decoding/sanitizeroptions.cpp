@@ -1,6 +1,6 @@
-// What the sanitizers are told in the tests' decoder program, which gets no such variables. It is
-// ended without a look for leaks; so it need not remember thoroughly where memory was taken, which
-// would make its start ten times as long.
+// The sanitizers' options in the tests' decoder program, which gets no variables for them. It is
+// ended without a check for leaks, so it need not record thoroughly where memory was allocated,
+// which would make its start ten times as long.
 
 extern "C" {
 

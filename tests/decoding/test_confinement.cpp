@@ -41,7 +41,7 @@ QString variant(const char *name)
            QLatin1String(name);
 }
 
-// What the program says of itself.
+// What the program says about its confinement.
 QByteArray checked(const QString &program)
 {
     QProcess process;
@@ -55,7 +55,7 @@ bool holds(const QByteArray &words, const char *part)
     return words.contains(QByteArray(part) + ": yes");
 }
 
-// The children of this process that run this program.
+// The running decoders among the children of this process.
 QList<int> decoders()
 {
     QList<int> found;
@@ -80,7 +80,8 @@ class TestConfinement : public QObject
 private slots:
     void initTestCase()
     {
-        // What a library has opened for programs to inherit, too.
+        // A library may have opened descriptors that programs inherit; a decoder must not keep this
+        // one.
         QVERIFY(open("/", O_RDONLY | O_DIRECTORY) >= 0);
         const QByteArray words = checked(PictureDecoder::installedProgram());
         QVERIFY(!words.isEmpty());
@@ -132,7 +133,7 @@ private slots:
             QVERIFY2(errors.contains(outcome.height()), strerror(outcome.height()));
     }
 
-    // A name that nobody knows is not taken for one that was refused.
+    // An unknown name does not count as refused.
     void triesAreCounted()
     {
         PictureDecoder decoder;
@@ -169,7 +170,7 @@ private slots:
         QVERIFY(contentOf(status).contains("\nNoNewPrivs:\t1\n"));
     }
 
-    // As the system knows the running program, in each of its threads.
+    // What the system says of the running program, for each of its threads.
     void runningDecoder()
     {
         const int decoder = startedDecoder();
@@ -204,7 +205,7 @@ private slots:
         QCOMPARE(limit("Max cpu time", 2), QStringLiteral("unlimited"));
     }
 
-    // The system adds up what a process uses; so each request moves its limit on.
+    // The system's limit counts from the start of the process, so each request raises it.
     void processorLimitMovesOn()
     {
         PictureDecoder decoder;
@@ -220,7 +221,7 @@ private slots:
         QVERIFY2(limit() >= first + 2, qPrintable(QString::number(limit())));
     }
 
-    // Nobody else of the same user may look inside; root may look anywhere.
+    // No other process of the same user may look inside; root may look anywhere.
     void descriptorsOfTheRunningDecoder()
     {
         const QString folder = QStringLiteral("/proc/%1/fd").arg(startedDecoder());
@@ -243,7 +244,7 @@ private slots:
             QVERIFY2(targets.isEmpty(), qPrintable(targets.join(QLatin1Char(' '))));
     }
 
-    // One that the system has ended between two pictures costs none.
+    // A decoder that the system has ended between two pictures costs no picture.
     void decoderThatHasEnded()
     {
         PictureDecoder decoder;
@@ -273,7 +274,7 @@ private slots:
         QVERIFY(decoders() != first);
     }
 
-    // What readers and fonts leave behind adds up.
+    // What readers and fonts leave in memory adds up.
     void decoderIsRenewedNowAndThen()
     {
         PictureDecoder decoder;
@@ -286,8 +287,8 @@ private slots:
         QVERIFY(decoders() != first);
     }
 
-    // A viewer that was killed has no time for it: the system ends its decoder with the thread that
-    // has started it.
+    // A killed viewer cannot end its decoder: the system does, when the thread that started it
+    // ends.
     void systemEndsTheDecoderWithItsViewer()
     {
         std::unique_ptr<kivra::DecoderProcess> process;
@@ -311,7 +312,7 @@ private slots:
         QTRY_VERIFY(decoders().isEmpty());
     }
 
-    // The session's secrets are no business of a decoder.
+    // A decoder must not see the session's secrets.
     void environmentIsNotPassedOn()
     {
         qputenv("KIVRA_SECRET", "42");
@@ -322,7 +323,7 @@ private slots:
         QVERIFY(!environment.contains("DISPLAY"));
     }
 
-    // Nor is it lost on the way to a file.
+    // The report also arrives if it goes to a file.
     void checkGoesToAFile()
     {
         QProcess process;
@@ -370,8 +371,8 @@ private:
             QTest::addRow("%s, %s", parts, deed.name) << program << QByteArray(deed.name) << errors;
     }
 
-    // The number of a decoder that has confined itself; it lives as long as the test function's
-    // next call of this.
+    // The process number of a decoder that has confined itself. It lives until the next call of
+    // this, or the end of the test function.
     int startedDecoder()
     {
         shared = std::make_unique<PictureDecoder>();

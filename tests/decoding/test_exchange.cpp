@@ -1,4 +1,4 @@
-// The viewer's side of the talk with a decoder that does as it likes.
+// The viewer's side of the protocol, with a decoder that does as it likes.
 
 #include "decoding/confined/exchange.h"
 #include "decoding/decoder.h"
@@ -59,7 +59,7 @@ private slots:
         }
     }
 
-    // The picture is the viewer's own: what a decoder writes later is not in it.
+    // The picture is the viewer's own: what a decoder writes later does not reach it.
     void pictureIsOutOfReach()
     {
         begin();

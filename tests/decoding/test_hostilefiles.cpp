@@ -1,4 +1,4 @@
-// Files made to do harm: a picture or none comes out, and this process is still here.
+// Files made to do harm: whether a picture comes out or not, this process survives.
 
 #include "decoding/picturedecoder.h"
 #include "tests/support/patience.h"
@@ -30,7 +30,7 @@ private slots:
     }
 
 private:
-    // For those that would be decoded for minutes. The program's own start is in it.
+    // For files whose decoding would take minutes. Includes the start of the program itself.
     static constexpr qint64 limitMs = 400;
 };
 

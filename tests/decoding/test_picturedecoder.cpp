@@ -25,7 +25,7 @@ using kivra::test::written;
 
 namespace {
 
-// Beside what a picture itself takes: the start of the decoder program counts.
+// Added to what a picture itself takes: the start of the decoder program counts.
 constexpr qint64 startMs = 400;
 
 QDir corpus()
@@ -64,7 +64,7 @@ private slots:
             QTest::addRow("%s", format.constData()) << format;
     }
 
-    // As Qt reads it into the same process, in the window's format.
+    // Pictures are as Qt reads them in this process, in the window's format.
     void formats()
     {
         QFETCH(QByteArray, format);
@@ -82,7 +82,7 @@ private slots:
         }
     }
 
-    // Their pixels are converted, by Qt's readers or by ours.
+    // Qt's readers or ours convert the pixels of these.
     void largePictures_data()
     {
         const QSize page(2480, 400);
@@ -152,7 +152,7 @@ private slots:
             QVERIFY2(tried.contains(format) || format == "faulty", format.constData());
     }
 
-    // Fonts are found by the decoder, which may open nothing else.
+    // The confined decoder still finds fonts.
     void vectorPictureWithText()
     {
         const QByteArray svg =
@@ -222,7 +222,7 @@ private slots:
         KIVRA_COMPARE_PICTURES(loadPicture(path), gradient({20, 30}));
     }
 
-    // Each picture has the whole time, however much of it those before have used.
+    // Each picture has the whole time, however much earlier pictures have used.
     void limitIsThatOfOnePicture()
     {
         decoder = impatient(startMs + 300);
@@ -300,7 +300,7 @@ private slots:
         QVERIFY(!opened.at(1).constFirst().value<QImage>().isNull());
     }
 
-    // What the header does not tell, or tells wrongly, comes after the decoding.
+    // A size that the header does not tell, or tells wrongly, comes after the decoding.
     void sizeThatIsToldLate()
     {
         QCOMPARE(loadPicture(written(QStringLiteral("a"), faultyPicture("size 70 50"))).size(),
@@ -342,7 +342,8 @@ private slots:
         QVERIFY(loadPicture(large).isNull());
     }
 
-    // The reader of vector pictures opens what they refer to, and would wait at a pipe for ever.
+    // The reader of vector pictures opens the files that they refer to, and would block on a pipe
+    // for ever.
     void pictureThatRefersToAPipe()
     {
         const QString pipe = pathOf(QStringLiteral("pipe"));
@@ -354,7 +355,7 @@ private slots:
         loadPicture(written(QStringLiteral("a.svg"), svg));
     }
 
-    // Chosen by mistake: it is known by its first bytes, and the rest is not read.
+    // A film chosen by mistake: its first bytes tell, and the rest is not read.
     void film()
     {
         QFile film(pathOf(QStringLiteral("film.jpg")));
@@ -411,7 +412,7 @@ private slots:
         KIVRA_COMPARE_PICTURES(loadPicture(path), white);
     }
 
-    // The memory serves again, but not while a picture is in it.
+    // The memory is used again, but not while a picture is in it.
     void picturesKeepTheirPixels()
     {
         QList<QImage> pictures;
@@ -424,7 +425,7 @@ private slots:
             KIVRA_COMPARE_PICTURES(pictures.at(number), gradient({50 + number * 40, 60}));
     }
 
-    // More than one decoder program lives for.
+    // More pictures than one decoder program decodes.
     void manyPictures()
     {
         const QString path = pathOf(QStringLiteral("image.png"));
@@ -447,7 +448,7 @@ private:
 
     static std::unique_ptr<PictureDecoder> impatient(qint64 processorMs)
     {
-        constexpr qint64 stillMs = 1500; // a busy machine lets it wait, too
+        constexpr qint64 stillMs = 1500; // a busy machine makes it wait, too
         return std::make_unique<PictureDecoder>(PictureDecoder::installedProgram(),
                                                 DecodingLimits{processorMs, stillMs});
     }

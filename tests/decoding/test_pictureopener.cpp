@@ -1,4 +1,4 @@
-// Looking at one picture after the other: the last request counts, and the next one is there.
+// Looking at one picture after the other: the last request counts, and the next picture is ready.
 
 #include "decoding/pictureopener.h"
 #include "tests/decoding/faultyformat.h"
@@ -106,7 +106,7 @@ private slots:
         QCOMPARE(opened->constLast().at(1).value<QImage>().size(), QSize(30, 20));
     }
 
-    // At either end, a step leads nowhere else; and back to the one before.
+    // At either end, a step opens the same picture again; then back to the one before.
     void theSameAgainIsThereAtOnce()
     {
         const QString first = saved(QStringLiteral("a.png"), {30, 20});
@@ -135,7 +135,7 @@ private slots:
         QCOMPARE(open(pathOf(QStringLiteral("c.png"))), QSize(0, 0));
     }
 
-    // Wanted while it is decoded ahead: it is not decoded twice.
+    // A picture that is wanted while it is being decoded ahead is not decoded twice.
     void lookedAheadIsWaitedFor()
     {
         const QString next = written(QStringLiteral("b"), faultyPicture("work 200"));
@@ -151,7 +151,7 @@ private slots:
         opener->lookAhead(written(QStringLiteral("slow"), faultyPicture("work")));
         QCOMPARE(open(saved(QStringLiteral("a.png"), {30, 20})), QSize(30, 20));
         QCOMPARE(opened->size(), 1);
-        // And not while one is being opened.
+        // Nor does it look ahead while a picture is being opened.
         opener->open(written(QStringLiteral("slow"), faultyPicture("wait")));
         opener->lookAhead(pathOf(QStringLiteral("a.png")));
         opener->giveUp();
@@ -193,7 +193,7 @@ private slots:
         QTRY_COMPARE(opened->size(), 1);
     }
 
-    // The owner may ask for the next one, or go away, when it is told.
+    // A slot of opened() may open the next picture, or delete the opener.
     void ownerActsWhenTold()
     {
         const QString next = saved(QStringLiteral("b.png"), {40, 20});
@@ -217,7 +217,7 @@ private:
         return opened->constLast().at(1).value<QImage>().size();
     }
 
-    // Until it is decoded.
+    // Looks ahead, and waits until the picture is decoded.
     void lookAhead(const QString &path)
     {
         opener->lookAhead(path);

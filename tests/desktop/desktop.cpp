@@ -55,7 +55,7 @@ Desktop::~Desktop()
     }
 }
 
-// The path of a configuration for the window manager.
+// Writes a configuration for the window manager, and returns its path.
 QString Desktop::writeMargins(const QMargins &margins) const
 {
     QFile file(folder.filePath(QStringLiteral("openbox.xml")));
@@ -79,8 +79,8 @@ void Desktop::setVariable(const QString &name, const QString &value)
     program.setProcessEnvironment(environment);
 }
 
-// A qt.conf beside the program points it to the plug-ins that it is to have; what the file does not
-// name would be looked for beside the program too.
+// A qt.conf beside the program names the folders of its plug-ins. What the file does not name, Qt
+// looks for beside the program too.
 void Desktop::placeProgram(Cameras cameras)
 {
     const QDir built(besideTheProgram());
@@ -208,7 +208,7 @@ QImage Desktop::contentOf(const QString &window)
 
 QPoint Desktop::contentPosition() const
 {
-    // The answer has a line each: X=<number>, Y=<number>, and others.
+    // The answer has one value per line: X=<number>, Y=<number>, and others.
     const QStringList lines =
         xdo(QStringLiteral("getwindowgeometry --shell ") + windowId).split(QLatin1Char('\n'));
     QPoint position(-1, -1);

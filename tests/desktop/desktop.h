@@ -15,9 +15,9 @@ namespace kivra::test {
 
 /// A window manager on the X server of this test, and the built program in it, driven by X events.
 ///
-/// The program is a copy in a folder of its own, with those camera services beside it that are
-/// asked for and, unless asked for, without the machine's. Environment variables that the test sets
-/// reach it.
+/// The program is a copy in a folder of its own. Beside it are only the camera services that the
+/// test asks for; it finds the machine's own only if the test asks for them, too. It gets the
+/// test's environment variables.
 class Desktop
 {
 public:
@@ -29,37 +29,37 @@ public:
         VideoAndDemonstration,
     };
 
-    /// The window manager leaves windows \a margins less than the screen.
+    /// The window manager keeps \a margins of the screen free of windows.
     explicit Desktop(Cameras cameras = Cameras::Demonstration, const QMargins &margins = {});
     ~Desktop();
 
     /// Sets an environment variable of the program alone, from its next start on.
     void setVariable(const QString &name, const QString &value);
 
-    /// Starts the program and waits for its window; false when none came.
+    /// Starts the program and waits for its window; false if none came.
     bool start(const QStringList &arguments = {});
-    /// Ends the program as its window's close button would; its exit code, -1 when it had to be
-    /// killed.
+    /// Ends the program as its window's close button would. Returns its exit code, or -1 if it had
+    /// to be killed.
     int close();
     bool running() const { return program.state() == QProcess::Running; }
     /// What the program wrote since the last call.
     QString log();
 
-    /// Runs xdotool with these words, separated by blanks; its output. Fails the process when
-    /// xdotool fails.
+    /// Runs xdotool with these words, separated by blanks, and returns its output. Ends the process
+    /// if xdotool fails.
     QString xdo(const QString &words) const;
     void key(const QString &name) const { xdo(QStringLiteral("key ") + name); }
     void moveTo(const QPoint &at) const;
     void click(const QPoint &at, int button = 1) const;
     void doubleClick(const QPoint &at) const;
-    /// A left click at a place counted from the corner of the window's content.
+    /// A left click at a place relative to the corner of the window's content.
     void clickInWindow(const QPoint &at) const;
     /// The same in the dialog that has the keyboard.
     void clickInDialog(const QPoint &at) const;
 
-    /// Waits for a dialog or box of the program to take the keyboard; false when none came.
+    /// Waits until a dialog or box of the program has the keyboard; false if none came.
     bool waitForDialog() const;
-    /// Waits for the program's main window to have the keyboard; false when it does not get it.
+    /// Waits until the program's main window has the keyboard; false if it does not get it.
     bool waitForMainWindow() const;
 
     /// The content of the screen.
@@ -70,7 +70,7 @@ public:
     QImage dialogContent() const;
     /// Where the content of the program's window begins on the screen.
     QPoint contentPosition() const;
-    /// Keeps the screen's content as a picture in the build folder.
+    /// Saves the screen's content as a picture in the build folder.
     void keepScreenshot(const QString &name) const;
 
 private:

@@ -1,5 +1,6 @@
-// The dialogs and boxes of the running program, by X's keys and mouse. What they did is seen from
-// outside: in the file of the settings store, in the stills on disk, in what the browser is told.
+// The dialogs and boxes of the running program, used by X's keys and mouse. What they did is
+// checked from outside: in the file of the settings store, in the stills on disk, in what the
+// browser is told.
 
 #include "tests/desktop/desktop.h"
 #include "tests/support/sandbox.h"
@@ -139,7 +140,8 @@ private slots:
         QVERIFY(desktop->waitForMainWindow());
         QCOMPARE(storeFile(), QByteArray());
 
-        // What is stored stays, and the next use shows it: one box changes, the others do not.
+        // What is stored stays, and the dialog shows it at its next use: one box has changed, the
+        // others have not.
         openPreferences();
         desktop->key(QStringLiteral("Tab Tab Tab space Return"));
         QVERIFY(desktop->waitForMainWindow());
@@ -166,7 +168,7 @@ private slots:
         QVERIFY(desktop->waitForMainWindow());
         expectStill("png", {640, 360});
 
-        // Opened on this choice: another format alone.
+        // The dialog opens on this choice. Changes the format alone.
         openImageSettings();
         desktop->key(QStringLiteral("Tab Up Return"));
         QVERIFY(desktop->waitForMainWindow());
@@ -215,7 +217,7 @@ private slots:
         QCOMPARE(storeFile(), QByteArray());
     }
 
-    // The browser fails, and the program says nothing of it.
+    // The browser fails, and the program says nothing about it.
     void helpOpensTheManual()
     {
         desktop->key(QStringLiteral("F1"));
@@ -228,7 +230,8 @@ private slots:
 private:
     static QString visited() { return Sandbox::instance().home() + QStringLiteral("/visited"); }
 
-    // First in the search path: what the desktop opens addresses with. It notes them, and fails.
+    // Puts a program of its own first in the search path, under the name of the one by which the
+    // desktop opens addresses. It notes each address, and fails.
     static void placeBrowser()
     {
         const QDir folder(Sandbox::instance().home() + QStringLiteral("/programs"));
@@ -241,8 +244,8 @@ private:
         qputenv("PATH", QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
     }
 
-    // From the first menu to the left: the last one, then the one before it. Its first entry is
-    // chosen as it opens; the second one is wanted.
+    // To the left of the first menu comes the last one, then the last but one. That opens with its
+    // first entry chosen; the second one is wanted.
     void openPreferences()
     {
         desktop->clickInWindow({20, 10});
@@ -256,7 +259,7 @@ private:
         QVERIFY(desktop->waitForDialog());
     }
 
-    // Takes a picture, which has this format and size, and removes it.
+    // Takes a picture, checks its format and size, and removes it.
     void expectStill(const QByteArray &format, const QSize &size)
     {
         desktop->key(QStringLiteral("ctrl+s"));

@@ -182,7 +182,7 @@ private slots:
         }
     }
 
-    // As long as no press of a held key is taken for a new one.
+    // No auto-repeat of a held key may be taken for a new press.
     void heldKeyAsksOnce()
     {
         desktop->xdo(QStringLiteral("keydown ctrl keydown s"));

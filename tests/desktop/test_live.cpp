@@ -20,7 +20,7 @@ constexpr QSize liveSize(320, 240);
 const QColor topLeft(230, 40, 40);
 const QColor bottomRight(40, 60, 220);
 const QColor blinking[] = {QColor(40, 200, 60), QColor(220, 200, 40)};
-// Not simply in turn: a test that looks at the same pace would see one colour only.
+// Not simply in turn: a test that looks at the same rate would see only one colour.
 constexpr int sequence[] = {0, 1, 0, 0, 1, 1, 0};
 
 // Corner markers that show place and size, and a middle that tells one frame from the next.
@@ -149,7 +149,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(Sandbox::instance().storedFiles().size(), 1, patienceMs);
     }
 
-    // Where the first press brings the button that ends the program.
+    // The first press brings up the tool bar, with the button that ends the program at this place.
     void doubleClickNearTheTopStoresAPicture()
     {
         desktop->xdo(QStringLiteral("mousemove --window %1 437 41")
@@ -190,14 +190,14 @@ private:
         return !extentOf(content.copy(middle), colour).isEmpty();
     }
 
-    // What is seen once need not be there at a second look, as QTRY_VERIFY takes one.
+    // QTRY_VERIFY would look again at the end, when the colour may already be gone.
     bool comesToShow(const QColor &colour) const
     {
         return QTest::qWaitFor([&] { return shows(colour); }, patienceMs);
     }
 
-    // For that long this colour is never seen, which at four frames a second and two of a kind in a
-    // row at most means that the picture stands still.
+    // True if this colour is not seen for that long. At four frames a second and at most two of a
+    // kind in a row, that means that the picture stands still.
     bool neverShows(const QColor &colour, int ms) const
     {
         QElapsedTimer looking;

@@ -28,7 +28,7 @@ QString documents()
     return Sandbox::instance().documents();
 }
 
-// White, with a square that tells one picture from the other.
+// White, with a square that tells one picture from another.
 QImage marked(const QColor &marker)
 {
     QImage picture(320, 200, QImage::Format_RGB32);
@@ -55,7 +55,7 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     return process.readAllStandardOutput();
 }
 
-// What another program gets from the clipboard in this form.
+// What another program gets from the clipboard in this format.
 QByteArray clipboard(const QString &target)
 {
     return outputOf(QStringLiteral("xclip"),
@@ -68,7 +68,7 @@ QStringList picturesOfThisMonth()
     return filesBelow(documents() + QStringLiteral("/TablinoQt/tableaux/") + monthDir());
 }
 
-// The greatest difference of a channel in a picture from the same place of another.
+// The greatest difference of a channel between the same places of two pictures.
 int greatestDifference(const QImage &one, const QImage &other)
 {
     int greatest = 0;
@@ -131,9 +131,9 @@ private slots:
         }
     }
 
-    // The file has what is on the screen, as JPEG: that keeps flat areas to a few steps of 255 and
-    // rounds the colour of four pixels to one, so the pixels are compared where nothing changes
-    // within eight of them.
+    // The file has what is on the screen, as JPEG. That keeps flat areas to a few steps of 255, but
+    // rounds the colours of four pixels to one. So the pixels are compared only where nothing
+    // changes within eight of them.
     void doubleClickStoresWhatIsOnTheScreen()
     {
         QSettings settings(QStringLiteral("Orvane"), QStringLiteral("KivraQt"));
@@ -178,7 +178,7 @@ private slots:
             QVERIFY2(!picture.isNull(), format);
             QCOMPARE(flatArea(picture).isEmpty(), false);
         }
-        // And goes on to, while the program does other things.
+        // It goes on serving them while the program does other things.
         desktop->key(QStringLiteral("F6"));
         const QImage again = QImage::fromData(clipboard(QStringLiteral("image/png")), "png");
         QCOMPARE(extentOf(again, liveColour).size(), QSize(60, 60));
@@ -212,7 +212,7 @@ private:
         return !extentOf(desktop->screen(), marker).isEmpty();
     }
 
-    // Where the marker is in a picture that has lost a little.
+    // Where the marker is in a picture that compression has changed a little.
     static QRect flatArea(const QImage &picture)
     {
         QRect area;

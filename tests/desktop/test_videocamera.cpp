@@ -32,21 +32,21 @@ const Quarters seen = {QColor(200, 40, 40), QColor(40, 180, 60), QColor(50, 60, 
 const QColor demonstration(180, 40, 200);
 const QColor storedPage(230, 180, 20);
 
-// So much of the middle of each frame is looked at; the view shows at least that.
+// This much of the middle of each frame is examined; the view shows at least that.
 constexpr QSize middle(640, 480);
 
 // Below the middle, where no box covers it.
 constexpr QRect beacon(-12, 200, 24, 24);
 
-// As USB document cameras are: compressed at full rate, and raw the slower the larger.
+// Like USB document cameras: compressed at full rate; raw, the larger the slower.
 const QStringList documentCamera = {
     QStringLiteral("YUYV 1920x1080@5"),  QStringLiteral("YUYV 1280x720@10"),
     QStringLiteral("YUYV 640x480@30"),   QStringLiteral("MJPG 1280x720@30"),
     QStringLiteral("MJPG 1920x1080@30"), QStringLiteral("MJPG 3840x2160@30")};
 const QStringList webcam = {QStringLiteral("YUYV 640x480@30")};
 
-// As far as the way to the camera's colour space and back allows, compression included, and the
-// blinking square, which has its share in what equalises the whole picture.
+// Alike within what the way to the camera's colour space and back costs, compression included, and
+// what the blinking square adds where the whole picture is equalised.
 bool alike(const QColor &one, const QColor &other)
 {
     constexpr int tolerance = 6;
@@ -61,7 +61,7 @@ bool alike(const Quarters &one, const Quarters &other)
                       [](const QColor &a, const QColor &b) { return alike(a, b); });
 }
 
-// In the middle of each quarter of the picture.
+// The colours in the middle of each quarter of the picture.
 Quarters quarters(const QImage &picture)
 {
     const int x = picture.width() / 4;
@@ -162,7 +162,7 @@ private slots:
             << documentCamera << QStringLiteral("3840x2160@30") << QSize(3840, 2160);
     }
 
-    // Neither mirrored nor upside down, and no two colours changed for each other.
+    // Neither mirrored nor upside down, and no two colours swapped.
     void everyKind()
     {
         QFETCH(QStringList, formats);
@@ -181,7 +181,7 @@ private slots:
     void everyMode_data()
     {
         QTest::addColumn<int>("mode");
-        for (int mode = 0; mode <= 5; ++mode) // the menu does not let the user have the last one
+        for (int mode = 0; mode <= 5; ++mode) // the menu does not offer the last one
             QTest::addRow("%d", mode) << mode;
     }
 
@@ -362,7 +362,7 @@ private slots:
         QVERIFY(moves());
     }
 
-    // Which has a camera with compressed pictures alone for none.
+    // The machine's service ignores a camera that offers only compressed pictures.
     void besideTheMachinesService()
     {
         const QDir plugins(QLibraryInfo::location(QLibraryInfo::PluginsPath));
@@ -469,7 +469,7 @@ private:
 
     bool standsStill(int forMs = 2000) const { return !moves(forMs); }
 
-    // The box covers the middle.
+    // Looks at the beacon, because the box covers the middle.
     bool movesBesideTheBox() const
     {
         const QRect place = beacon.translated(picture().rect().center());

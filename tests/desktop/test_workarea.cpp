@@ -1,4 +1,4 @@
-// The presets of the window's size where a panel or the like keeps a part of the screen to itself.
+// The presets of the window's size when a panel or the like keeps a part of the screen to itself.
 
 #include "tests/desktop/desktop.h"
 #include "tests/support/sandbox.h"

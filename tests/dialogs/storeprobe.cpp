@@ -1,5 +1,5 @@
-// Prints the user's settings store, without what the system's adds: a line "key=value" each,
-// sorted.
+// Prints the user's settings store without what the system's store adds, as sorted lines
+// "key=value".
 
 #include <QSettings>
 #include <QTextStream>

@@ -9,7 +9,7 @@
 
 namespace {
 
-// The rectangle of what is not background in a picture of a widget.
+// The rectangle around all that is not background in a picture of a widget.
 QRect inkOf(const QImage &picture)
 {
     const QRgb background = picture.pixel(picture.width() - 1, 0);

@@ -266,7 +266,7 @@ private slots:
         const ImageSettings dialog(&device.capture);
     }
 
-    // First for the log, then for the boxes.
+    // They are asked for twice: first for the log, then for the boxes.
     void codecsAreAskedForBeforeSizes()
     {
         Device device;
@@ -554,7 +554,7 @@ private slots:
         Device device;
         ImageSettings dialog(&device.capture);
         open(dialog);
-        QCoreApplication::processEvents(); // what opening has left
+        QCoreApplication::processEvents(); // handles what opening has left
         PaintCount paintings(&dialog);
         QEvent change(QEvent::EnabledChange);
         QCoreApplication::sendEvent(&dialog, &change);

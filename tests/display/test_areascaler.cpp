@@ -79,7 +79,7 @@ QString fault(const QImage &actual, const QImage &exact)
     return {};
 }
 
-// Of everything the picture fills.
+// The fault in all that the picture fills.
 QString faultOfAll(const QImage &picture, const ScaledPlace &place)
 {
     const QRect all = pixelsFilled(picture.size(), place);
@@ -101,8 +101,8 @@ QImage plusSign(const QPoint &centre)
     return page;
 }
 
-// The darkness of a line of the shown page through an arm of the sign with this centre: the ink of
-// the post, above the bar, or of the bar, left of the post; in pixels of the page.
+// The darkness along a line of the shown page that crosses an arm of the sign with this centre: the
+// ink of the post above the bar, or of the bar left of the post, in pixels of the page.
 double inkOfStroke(const QImage &shown, double scale, const QPoint &centre, bool post)
 {
     const int along = int((post ? centre.y() - arm / 2 : centre.x() - arm / 2) * scale);
@@ -210,7 +210,7 @@ private slots:
         }
     }
 
-    // More rows than sums of 16 bits have room for, around each multiple of the room.
+    // More rows than sums of 16 bits have room for, around each multiple of that number.
     void manyRowsInOne()
     {
         for (const int rows : {255, 256, 257, 258, 259, 514, 515, 516, 1000, 5000}) {
@@ -289,7 +289,7 @@ private slots:
         }
     }
 
-    // Rows of a part of a picture are farther apart than its width.
+    // In a part of a picture, rows are farther apart than the part's width.
     void rowsMayBePadded()
     {
         const QImage whole = noise({100, 80}, 6);
@@ -299,8 +299,8 @@ private slots:
         QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
     }
 
-    // The scales are 64ths, so that after 64 places each phase has been seen. Of the phase, the
-    // memory that is read depends little.
+    // The scales are 64ths, so 64 places show every phase. Fewer will do under the sanitizers: the
+    // memory that is read hardly depends on the phase.
     void everyStrokeOfThreePixelsKeepsItsInk()
     {
         for (int phase = 0; phase < 64; phase += kivra::test::isSanitized() ? 9 : 1) {

@@ -46,7 +46,7 @@ public:
     {
         return grab(part).toImage().convertToFormat(QImage::Format_RGB32);
     }
-    // As on a screen with so many pixels a point.
+    // As on a screen with this many pixels per point.
     QImage shownAt(double density)
     {
         QImage picture(size() * density, QImage::Format_RGB32);
@@ -127,7 +127,7 @@ bool isNear(QRgb one, QRgb other)
            std::abs(qBlue(one) - qBlue(other)) <= 1;
 }
 
-// Of a white picture in the view, through its middle.
+// The extent of a white picture in the view, measured through the middle.
 QSize extentOfWhite(View &view)
 {
     const QImage shown = view.shown();
@@ -139,7 +139,7 @@ QSize extentOfWhite(View &view)
     return extent;
 }
 
-// The zoom as the picture shows it: the width of a white picture in the view.
+// The zoom as the picture shows it: the width of a white picture of 80 pixels in the view.
 float shownZoom(View &view)
 {
     const QImage shown = view.shown();
@@ -156,7 +156,7 @@ class TestPixmapWidget : public QObject
     Q_OBJECT
 
 private slots:
-    // Slots are found by their text, and moc numbers them in this order.
+    // Slots are found by their signature, and moc numbers them in this order.
     void interfaceIsInItsOrder()
     {
         const QMetaObject &view = PixmapWidget::staticMetaObject;
@@ -581,7 +581,7 @@ private slots:
         View view;
         QTest::mousePress(view.windowHandle(), Qt::LeftButton, Qt::NoModifier, {50, 50});
         QTRY_VERIFY(view.busy);
-        bool looked = false; // at the buttons, several times
+        bool looked = false; // the view has looked at the buttons several times
         QTimer::singleShot(200, &view, [&] { looked = true; });
         QTRY_VERIFY(looked);
         QVERIFY(view.busy);
@@ -624,7 +624,8 @@ private slots:
 
     void intervalOfTheDoubleClick()
     {
-        // Under load the presses may come too late to tell: then again, with another view.
+        // Under load the presses may come too late to tell: then the test tries again with another
+        // view.
         Presses presses = TooLate;
         for (int attempt = 0; presses == TooLate && attempt < 20; ++attempt)
             presses = pressThreeTimes();
@@ -640,7 +641,7 @@ private slots:
         QElapsedTimer sinceFirst;
         sinceFirst.start();
         QTRY_VERIFY(sinceFirst.elapsed() >= 500);
-        QCoreApplication::processEvents(); // a timer that ended meanwhile
+        QCoreApplication::processEvents(); // handles a timer that ended meanwhile
         view.press(Qt::LeftButton);
         QCOMPARE(captures.count(), 0);
     }
@@ -673,7 +674,7 @@ private slots:
         View view;
         QSignalSpy menu(&view, &PixmapWidget::menuGraphique);
         view.press(Qt::LeftButton);
-        // However late they are, timers go off in the order of their times; Qt's own vary by 5 %.
+        // Timers may be late, but fire in the order of their times; Qt's coarse ones vary by 5 %.
         int before = 0;
         int after = 0;
         const auto at = [&view](int ms, const std::function<void()> &act) {
@@ -781,7 +782,8 @@ private slots:
 private:
     enum Presses { TooLate, SecondCaptures, Otherwise };
 
-    // Left presses 300 ms and, when the interval of the first is over, 450 ms after the first.
+    // Presses left again 300 ms after the first press, and 450 ms after it, when its interval is
+    // over.
     static Presses pressThreeTimes()
     {
         View view;
@@ -792,7 +794,7 @@ private:
         const auto pressAfter = [&](int ms) {
             if (!QTest::qWaitFor([&] { return sinceFirst.elapsed() >= ms; }))
                 qFatal("the clock stands still");
-            QCoreApplication::processEvents(); // a timer that ended meanwhile
+            QCoreApplication::processEvents(); // handles a timer that ended meanwhile
             view.press(Qt::LeftButton);
         };
         pressAfter(300);

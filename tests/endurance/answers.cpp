@@ -22,8 +22,8 @@ namespace {
 
 constexpr int deepest = 3;
 
-// The tests themselves run no event loop: one that runs waits for an answer. A menu of the menu bar
-// has none, and stays open for what the user does next.
+// The tests themselves run no event loop: if one runs, something waits for an answer. A menu of the
+// menu bar runs none, and stays open for what the user does next.
 bool somethingWaits()
 {
     return QThread::currentThread()->loopLevel() > 0;
@@ -57,7 +57,7 @@ void Answers::opened(QDialog *shown)
     ++count;
     if (open <= deepest && dice.chance(40))
         meanwhile();
-    // The dialog that opens files could also delete and rename: it is not played with.
+    // The dialog that opens files can also delete and rename, so nothing is tried out in it.
     if (auto *const opening = qobject_cast<QFileDialog *>(dialog.data()))
         choose(opening);
     else if (dialog && dialog->isVisible())

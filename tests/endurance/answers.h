@@ -11,23 +11,23 @@ class QMenu;
 
 namespace kivra::test {
 
-/// Closes every menu and list that hangs open.
+/// Closes every menu and list that is still open.
 void closePopups();
 
-/// Answers every box and dialog as somebody does who does not know what to answer: tries this and
-/// that in it, and then accepts it, cancels it or closes it. From a menu for which the program
-/// waits, as for the one that shows what has no room in a tool bar, something is chosen or nothing.
+/// Answers every box and dialog like a user who does not know what to answer: tries this and that
+/// in it, then accepts, cancels or closes it. If the program waits for a menu, such as the one with
+/// what has no room in a tool bar, chooses something from it or nothing.
 class Answers : public DialogWatch
 {
     Q_OBJECT
 
 public:
-    /// \a files are what the dialog that opens files is told to open, by chance. \a meanwhile is
+    /// The dialog that opens files is told to open one of \a files, by chance. \a meanwhile is
     /// called now and then while a box is open.
     Answers(Dice &dice, QStringList files, std::function<void()> meanwhile);
 
     int answered() const { return count; }
-    /// Boxes that are open, one from within the other.
+    /// How many boxes are open, each from within another.
     int depth() const { return open; }
 
 protected:

@@ -6,7 +6,7 @@
 
 namespace kivra::test {
 
-/// Chance that can be had again: the same seed gives the same throws on every machine.
+/// Repeatable chance: the same seed gives the same throws on every machine.
 class Dice
 {
 public:

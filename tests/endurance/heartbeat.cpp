@@ -48,7 +48,7 @@ Heartbeat::Moment Heartbeat::now() const
     return {readClock(CLOCK_MONOTONIC), readClock(threadClock)};
 }
 
-// In the watched thread.
+// Runs in the watched thread.
 void Heartbeat::beat(Moment asked)
 {
     const Moment reached = now();
@@ -62,7 +62,7 @@ void Heartbeat::beat(Moment asked)
     changed.notify_all();
 }
 
-// In the watching thread: asks for a turn, waits for it, and asks again.
+// Runs in the watching thread: asks for a turn, waits for it, and asks again.
 void Heartbeat::watch(int hangMs)
 {
     std::unique_lock<std::mutex> lock(guard);

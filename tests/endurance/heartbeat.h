@@ -10,8 +10,8 @@
 
 namespace kivra::test {
 
-/// Measures, from a thread of its own, how long the event loop of the thread that makes it does not
-/// turn, and ends the process with SIGABRT when it does not turn at all any more.
+/// Measures, from a thread of its own, how long the turns of the creating thread's event loop take,
+/// and ends the process with SIGABRT if the loop hangs.
 class Heartbeat : public QObject
 {
     Q_OBJECT
@@ -21,19 +21,19 @@ public:
     struct Turn
     {
         qint64 ms = 0;          ///< by the clock
-        qint64 processorMs = 0; ///< that the thread itself was at work
+        qint64 processorMs = 0; ///< at work in the thread itself
         QByteArray during;      ///< what it was doing
     };
 
-    /// A turn of more than \a hangMs counts as the end of all turning.
+    /// A turn of more than \a hangMs counts as a hang.
     explicit Heartbeat(int hangMs);
     ~Heartbeat() override;
 
-    /// What the thread does from now on, for the report.
+    /// Tells what the thread does from now on, for the report.
     void doing(const QByteArray &what);
 
     Turn longest() const { return byClock; }
-    /// The one with the most work in it: how long it would have been on an idle machine, but for
+    /// The turn with the most work: how long it would have taken on an idle machine, apart from
     /// what it waited for.
     Turn busiest() const { return byProcessor; }
 

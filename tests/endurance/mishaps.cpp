@@ -66,7 +66,7 @@ void Mishaps::pushFrames()
         camera().pushPicture(picture);
 }
 
-// Its memory and its claims disagree, or there is none.
+// A frame whose memory and claims disagree, or no frame at all.
 void Mishaps::pushOddFrame()
 {
     const QSize size = dice.oneOf(frameSizes);

@@ -15,11 +15,11 @@ class Mishaps
 public:
     explicit Mishaps(Dice &dice);
 
-    /// One thing happens, \a tell is told before what it is.
+    /// Makes one thing happen; tells \a tell beforehand what it is.
     void happen(const Tell &tell);
-    /// A few sound frames come.
+    /// Delivers a few sound frames.
     void pushFrames();
-    /// All devices are there and do what they are told.
+    /// Brings all devices back, and makes them answer as they should.
     void repair();
 
 private:

@@ -1,8 +1,8 @@
 // Long use by somebody without a plan, at cameras that fail: the program does not crash, does not
 // hang, always comes back to a live picture, and does not grow.
 //
-// KIVRA_ENDURANCE_SECONDS is how long, KIVRA_SEED what is thrown. The same seed is the same use,
-// except where the answer of a thread or a timer comes earlier or later. KIVRA_TRACE=1 prints each
+// KIVRA_ENDURANCE_SECONDS sets how long, KIVRA_SEED the random numbers. The same seed gives the
+// same use, except where a thread or a timer answers earlier or later. KIVRA_TRACE=1 prints each
 // step before it is taken.
 
 #include "storage/paths.h"
@@ -33,9 +33,9 @@ using namespace kivra::test;
 
 namespace {
 
-// The user's view of a hang: the window does not answer. What counts is the work that the window's
-// thread does, since on a busy machine any program is kept waiting; code for the sanitizers takes
-// several times as long.
+// For the user, a hang is a window that does not answer. What counts is the work of the window's
+// thread, not the time, because a busy machine keeps any program waiting. Code under the sanitizers
+// takes several times as long.
 const int longestTurnMs = isSanitized() ? 2500 : 500;
 // No turn at all for this long is a dead window on any machine.
 constexpr int hangMs = 60000;
@@ -43,11 +43,13 @@ constexpr int hangMs = 60000;
 // Between two closings of the window.
 constexpr int stepsOfAUse = 200;
 
-// What may be added between the second third of all uses and the last; caches fill in the first.
+// How much memory may grow between the second third of all uses and the last. In the first, caches
+// fill.
 constexpr qint64 allowedHeapGrowth = qint64(1) << 19;
 constexpr qint64 allowedResidentGrowth = qint64(4) << 20;
 
-// Now and then a use leaves a large picture in a cache until the next one: of too few, most might.
+// Now and then a use leaves a large picture in a cache until the next use. In too few samples, most
+// might have one.
 const int fewestSamples = isSanitized() ? 1 : 24;
 
 struct Sample
@@ -63,8 +65,8 @@ int numberFrom(const char *variable, int otherwise)
     return isNumber ? number : otherwise;
 }
 
-// The largest picture, and those whose decoding is ended after all the time that it may take: what
-// is permitted is tested where it is permitted.
+// The largest picture, and those whose decoding uses up all the time that it may take. Other tests
+// cover what these files may do.
 bool isExtreme(const QString &name)
 {
     const QStringList names = {QStringLiteral("bomb.svgz"),   QStringLiteral("huge.mng"),
@@ -91,8 +93,8 @@ QDir loanFolder()
     return QDir(Sandbox::instance().documents() + QStringLiteral("/prêt"));
 }
 
-// Hostile and sound files in a folder of their own, which may be browsed once one is opened, and
-// what is no file.
+// Hostile and sound files in a folder of their own, which can be browsed once one is opened; also
+// that folder, and a file that does not exist.
 QStringList pathsToOpen()
 {
     QStringList paths = {loanFolder().path(), QStringLiteral("nowhere.png")};
@@ -118,7 +120,7 @@ void fillDocuments()
         fill(QDir(storageRoot() + QStringLiteral("/tableaux/") + QLatin1String(month)));
 }
 
-// The program and Qt have much to say about all this.
+// Drops all but fatal messages: the program and Qt log much about all this.
 void dropMessages(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
     if (type != QtFatalMsg)
@@ -127,8 +129,9 @@ void dropMessages(QtMsgType type, const QMessageLogContext &, const QString &tex
     std::abort();
 }
 
-// What a use leaves behind differs with its last pictures, and what the system can take back of it
-// with their places; a leak raises the least of it, but for a lucky sample or two.
+// What a use leaves in memory varies with its last pictures, and how much of that the system can
+// take back varies with their addresses. A leak raises even the smallest samples, apart from a
+// lucky one or two.
 qint64 lowerQuartile(const QList<Sample> &samples, qint64 Sample::*part)
 {
     std::vector<qint64> sizes;
@@ -191,7 +194,7 @@ private slots:
     }
 
 private:
-    // A use ends early when the window is closed in its course.
+    // A use ends early if the window is closed during it.
     void use()
     {
         TestCamera::instance().reset();
@@ -229,7 +232,7 @@ private:
         });
     }
 
-    // Without what the test holds itself, and what is kept on purpose until it is replaced.
+    // First releases what the test holds itself, and what is kept on purpose until it is replaced.
     void takeSample()
     {
         TestCamera::instance().reset();

@@ -11,7 +11,7 @@ namespace kivra::test {
 
 namespace {
 
-// Those that the window knows, by themselves or as a shortcut, and some that it does not.
+// Keys that the window knows, by themselves or as a shortcut, and some that it does not.
 constexpr Qt::Key keys[] = {
     Qt::Key_Plus, Qt::Key_Minus, Qt::Key_Up,     Qt::Key_Down,        Qt::Key_Left, Qt::Key_Right,
     Qt::Key_C,    Qt::Key_L,     Qt::Key_R,      Qt::Key_Z,           Qt::Key_F1,   Qt::Key_F3,
@@ -126,7 +126,7 @@ void User::turnWheel()
     QApplication::sendEvent(view, &event);
 }
 
-// Any that could be chosen from a menu; most of what there is in a menu does not end the program.
+// Any command that could be chosen from a menu. Few of them end the program.
 void User::command()
 {
     const QList<QAction *> actions = shown->findChildren<QAction *>();
@@ -136,7 +136,7 @@ void User::command()
     chosen->trigger();
 }
 
-// Who sees no live picture starts the camera, and chooses one if that does not help.
+// A user who sees no live picture starts the camera, or chooses one.
 void User::startCamera()
 {
     const auto *const cameras = shown->find<QMenu>("menuDevices");
@@ -160,7 +160,7 @@ void User::changeSize()
     shown->resize(200 + dice.below(800), 150 + dice.below(600));
 }
 
-// The window's second, and the time that a message is shown.
+// Lets the window's second pass, or the time for which a message is shown.
 void User::letTimePass()
 {
     shown->call(dice.chance(50) ? "aTimerSlot" : "bTimerSlot");

@@ -10,7 +10,7 @@ namespace kivra::test {
 class User
 {
 public:
-    /// \a files are what the user has to open from the command line.
+    /// \a files are files that the user may open from the command line.
     User(Dice &dice, QStringList files);
 
     /// Starts the program, now and then on a file.
@@ -19,9 +19,9 @@ public:
     /// Null when the program has not been started.
     Window *window() const { return shown.get(); }
 
-    /// One thing is done; \a tell is told before what it is.
+    /// Does one thing; tells \a tell beforehand what it is.
     void act(const Tell &tell);
-    /// Lets go of everything that is held or hangs open.
+    /// Releases all that is held, and closes all that is still open.
     void letGo();
 
 private:

@@ -1,6 +1,6 @@
-// An input is what a decoder says that has been taken over by a picture: messages of any length and
-// content, with and without descriptors, at any time. It must not hurt the viewer, which believes
-// nothing and never waits.
+// An input is what a decoder says after a picture has taken it over: messages of any length and
+// content, with and without descriptors, at any time. It must not hurt the viewer, which trusts
+// nothing and never blocks.
 //
 // The first byte of each step says what is done; the rest of the step is a message.
 
@@ -19,7 +19,7 @@ namespace {
 
 using protocol::Message;
 
-// Fuzzed sizes would otherwise spend the time on filling memory.
+// With larger pictures, filling memory would take most of the time.
 constexpr qint64 mostFuzzedPixels = 1 << 16;
 
 struct Input
@@ -45,7 +45,7 @@ struct Input
     }
 };
 
-// The decoder's side, which does as it is told.
+// The decoder's side, which does as the input says.
 class Decoder
 {
 public:
@@ -61,7 +61,7 @@ public:
         ::send(socket.get(), bytes, length, MSG_DONTWAIT | MSG_NOSIGNAL);
     }
 
-    // Kinds and sizes that are likely to be taken, so that the talk goes on.
+    // Says kinds and sizes that are likely to be accepted, so that the exchange goes on.
     void saySensibly(Input *input)
     {
         const Message message = {protocol::Kind(input->next() % 7), input->next() - 8,

@@ -1,9 +1,9 @@
 // An input is a frame as a driver may give it, with the mode and effect that it meets. The video
 // surface takes what it has of a picture, and the window shows it.
 //
-// The header has 16 bytes, shorter ones count as filled up with zeros: pixel format, flags, width
-// and height (2 bytes each), stride and reported length (4 bytes each), mode, effect. The memory of
-// the frame is the bytes that follow.
+// The header has 16 bytes (a shorter one is padded with zeros): pixel format, flags, width and
+// height (2 bytes each), stride and reported length (4 bytes each), mode, effect. The memory of the
+// frame is the bytes that follow.
 
 #include "tests/app/window.h"
 #include "tests/fuzz/desktop.h"
@@ -49,7 +49,7 @@ enum Flag : std::uint8_t {
     ChangesFormat = 8,
 };
 
-// Closes what tells of a refused format.
+// Closes the box about a refused format.
 class Closer : public test::DialogWatch
 {
 protected:
@@ -95,8 +95,8 @@ struct Input
     }
 };
 
-// The words of the frame's memory without the trailer; from there on the last of them again where
-// the memory has the whole picture, otherwise black.
+// Requires the words of the frame's memory without the trailer. The rest repeats the last of them
+// if the memory has the whole picture, and is black otherwise.
 void requirePicture(const QImage &picture, const Input &input)
 {
     const QSize expected = input.size.isEmpty() ? QSize(0, 0) : input.size;

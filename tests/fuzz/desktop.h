@@ -7,8 +7,7 @@
 
 namespace kivra::fuzz {
 
-/// What the window needs around it: a home of its own and an application. What is logged is
-/// forgotten.
+/// What the window needs around it: a home of its own and an application. Drops all that is logged.
 struct Desktop : Surroundings
 {
     test::Sandbox sandbox;

@@ -1,9 +1,8 @@
 // An input is what a camera's driver answers. Whatever it is, listing, streaming, decoding and
-// setting controls end, and read and write nothing that they were not given.
+// setting controls must end, and must not touch memory that they were not given.
 //
 // One byte decides on each call: below 128 the driver is honest, below 192 it refuses with an
-// error, else its structure is filled with the bytes that follow. At the end of the input it is
-// honest.
+// error, otherwise the bytes that follow fill its structure. At the end of the input it is honest.
 
 #include "cameras/video/devicecontrols.h"
 #include "cameras/video/framedecoder.h"
@@ -31,7 +30,7 @@ constexpr const char *path = "/dev/video0";
 constexpr int frames = 4;
 constexpr int mostPixels = 1 << 20; // larger ones only take longer
 
-/// The input, asked by the camera's threads in the order in which they come.
+/// The input, consumed by the camera's threads in the order of their calls.
 class Script
 {
 public:

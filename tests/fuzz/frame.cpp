@@ -1,10 +1,10 @@
 // An input is a picture with its settings. It is rendered, and operated on in place, and each is
 // compared with the reference.
 //
-// The header has 16 bytes, shorter ones count as filled up with zeros: width and height (a byte
-// each), format and padding, mode, effect (a signed byte each), brightness and contrast (4 bytes
-// each, little-endian), kind of operation, seed. The pixels are the bytes that follow, repeated,
-// each time changed by the seed.
+// The header has 16 bytes (a shorter one is padded with zeros): width and height (a byte each),
+// format and padding, mode, effect (a signed byte each), brightness and contrast (4 bytes each,
+// little-endian), kind of operation, seed. The pixels are the bytes that follow, repeated, each
+// time changed by the seed.
 
 #include "tests/fuzz/target.h"
 

@@ -1,6 +1,6 @@
 #include "tests/fuzz/target.h"
 
-// The entries of clang's fuzzer.
+// The entry points of clang's fuzzer.
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 

@@ -1,5 +1,5 @@
 // An input is the content of a picture file. It is opened as the window opens it, so that a fault
-// of a reader stays in the decoder program; what is looked for is a fault that does not.
+// of a reader stays in the decoder program. The fuzzer looks for faults that do not stay there.
 
 #include "decoding/picturedecoder.h"
 #include "tests/fuzz/target.h"
@@ -29,7 +29,7 @@ struct Application : Surroundings
     }
 };
 
-// Every pixel is read; what is loaded has the form that it is promised to have.
+// Reads every pixel, and checks that the picture has the form that was promised.
 bool isWhole(const QImage &picture)
 {
     if (picture.isNull())

@@ -1,5 +1,5 @@
-// An input is the content of a photograph, of which the command itself reads how the camera was
-// held.
+// An input is the content of a photograph. The command itself, not the decoder, reads from it how
+// the camera was held.
 
 #include "rendu/orientation.h"
 #include "tests/fuzz/target.h"

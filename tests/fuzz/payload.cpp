@@ -1,9 +1,9 @@
 // An input is a driver's format and a frame of it. The frame and the picture end at a page that may
-// not be touched, as the libraries' vector code is seen by no sanitizer.
+// not be touched, because no sanitizer sees the libraries' vector code.
 //
-// The header has 8 bytes, shorter ones count as filled up with zeros: number of the format, width,
-// height, stride beyond the width, orientation, colours, bytes that the second and third plane take
-// of the rest (a 16th each), planes. The frame is what follows.
+// The header has 8 bytes (a shorter one is padded with zeros): number of the format, width, height,
+// stride beyond the width, orientation, colours, bytes that the second and third plane take of the
+// rest (a 16th each), planes. The frame is what follows.
 
 #include "cameras/video/framedecoder.h"
 #include "cameras/video/jpegstill.h"
@@ -25,7 +25,7 @@ using test::GuardedBytes;
 constexpr std::size_t headerSize = 8;
 using Header = std::array<std::uint8_t, headerSize>;
 
-// JPEG stands where an input of zeros begins.
+// JPEG comes first, so an input of zeros selects it.
 constexpr std::array formats{
     V4L2_PIX_FMT_MJPEG,   V4L2_PIX_FMT_YUYV,  V4L2_PIX_FMT_UYVY,   V4L2_PIX_FMT_NV12,
     V4L2_PIX_FMT_NV12M,   V4L2_PIX_FMT_NV21,  V4L2_PIX_FMT_YUV420, V4L2_PIX_FMT_YUV420M,
@@ -56,7 +56,7 @@ FrameFormat formatOf(const Header &header)
     return format;
 }
 
-// The payload, shared among the planes.
+// The payload, divided among the planes.
 struct Frame
 {
     std::deque<GuardedBytes> memory;
@@ -112,7 +112,8 @@ void run(const std::uint8_t *data, std::size_t size)
 
     FrameDecoder decoder(format, orientation);
     const auto found = decoder.sizeOf(frame.raw);
-    // What a camera claims, the caller provides; here a fuzzer would do nothing else.
+    // The caller provides as many pixels as a camera claims. With more than this, the fuzzer would
+    // do nothing else.
     constexpr int mostPixels = 1 << 20;
     if (found && found->width * found->height <= mostPixels)
         decode(decoder, frame.raw, *found);

@@ -22,7 +22,7 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "cannot read %s\n", qPrintable(name));
             return 2;
         }
-        std::printf("%s\n", qPrintable(name)); // the last one printed is the one that failed
+        std::printf("%s\n", qPrintable(name)); // the failing input is the last one printed
         std::fflush(stdout);
         const QByteArray input = file.readAll();
         kivra::fuzz::run(reinterpret_cast<const std::uint8_t *>(input.constData()),

@@ -1,9 +1,9 @@
 // An input is a picture with a place on the grid and a part of what it fills there. It is scaled
 // under each instruction set of this machine and compared with the reference.
 //
-// The header has 16 bytes, shorter ones count as filled up with zeros: width and height (2 bytes
-// each), scaling, origin across and down (2 bytes each, little-endian), wanted part (4 bytes:
-// where it begins and ends, in 256ths), flags. The pixels are the bytes that follow, repeated.
+// The header has 16 bytes (a shorter one is padded with zeros): width and height (2 bytes each),
+// scaling, origin across and down (2 bytes each, little-endian), wanted part (4 bytes: where it
+// begins and ends, in 255ths), flags. The pixels are the bytes that follow, repeated.
 
 #include "tests/fuzz/target.h"
 
@@ -52,7 +52,7 @@ double scaleOf(const Header &header)
                                     : std::exp2(2 - header.scale / 16384.0);
 }
 
-// Between two places in 256ths of the whole, at least one pixel.
+// Between two places in 255ths of the whole, at least one pixel.
 QRect partOf(const QRect &whole, const Header &header)
 {
     const auto place = [](int length, std::uint8_t share) { return (length - 1) * share / 255; };

@@ -1,5 +1,5 @@
 // An input is the content of the settings store. The window starts with it, shows a picture, and
-// the first step of each coefficient, up and down, brings it into its range.
+// the first step of each coefficient, up and down, brings the coefficient into its range.
 
 #include "storage/settings.h"
 #include "dialogs/preferences.h"
@@ -24,14 +24,14 @@ struct Range
     int highest;
 };
 
-// By the numbers of the coefficients.
+// Indexed by the number of the coefficient.
 constexpr std::array<Range, 4> ranges{{{&CameraProbe::contraste, 10, 1000},
                                        {&CameraProbe::lumiere, -100, 100},
                                        {&CameraProbe::reglage, 0, 100},
                                        {&CameraProbe::coefZoom, 12, 800}}};
 
-// The store goes by size and time of its file, which two inputs may have in common: so it is made
-// to look in between.
+// The store reads its file again only if size or time differ, and two inputs may have the same: so
+// it is synchronised once without a file in between.
 void store(const std::uint8_t *data, std::size_t size)
 {
     QFile file(settingsStore().fileName());

@@ -14,13 +14,14 @@ struct Surroundings
     virtual ~Surroundings() = default;
 };
 
-/// Called once, before the first input, with the program's arguments, which stay. May be null.
+/// Called once, before the first input, with the program's arguments, which stay valid. The result
+/// may be null.
 std::unique_ptr<Surroundings> prepare(int &argc, char **argv);
 
 /// Feeds one input to what is under test; ends the process by abort() at a fault.
 void run(const std::uint8_t *data, std::size_t size);
 
-/// Ends the process with a word on what is wrong, unless \a holds.
+/// Ends the process with the message \a what, unless \a holds.
 void require(bool holds, const char *what);
 
 } // namespace kivra::fuzz

@@ -1,6 +1,7 @@
 // kernel_probe NODE [FORMAT...]: streams from a node of the kernel's virtual camera in each of its
-// formats, or in these, and compares the decoded picture with the colour bars that it shows. One
-// line for each format; exit status 1 if one that ought to be read is not, or wrongly.
+// formats, or in these, and compares the decoded picture with the colour bars that the camera
+// shows. Prints one line for each format; exit status 1 if a format that must be readable is not,
+// or is decoded wrongly.
 
 #include "cameras/video/capture.h"
 #include "cameras/video/framedecoder.h"
@@ -21,7 +22,7 @@ namespace {
 
 constexpr int frames = 3;
 constexpr std::chrono::seconds patience{20}; // the machine is emulated
-constexpr int tolerance = 3;                 // what limited range and subsampled colours cost
+constexpr int tolerance = 3;                 // cost of limited range and subsampled colours
 
 // From left to right: white, yellow, cyan, green, magenta, red, blue, black at three quarters.
 constexpr int lit = 191;
@@ -36,7 +37,7 @@ constexpr std::array<std::array<int, 3>, 8> bars = {{
     {0, 0, 0},
 }};
 
-// What is to be read, as far as the virtual camera has it.
+// The formats that must be readable, as far as the virtual camera has them.
 const std::set<std::string> expected = {"YUYV", "UYVY", "NV12", "YU12", "YV12", "RGB3", "BGR3",
                                         "RGB4", "BGR4", "XR24", "XB24", "BX24", "RX24", "GREY"};
 
@@ -70,7 +71,7 @@ int worstBar(const std::vector<std::uint32_t> &pixels, Size size, bool grey)
     return worst;
 }
 
-// Takes some frames and decodes the last. Empty when all is well, else what is not.
+// Takes some frames and decodes the last. Returns what is wrong; empty if all is well.
 std::string tryFormat(Node &node, const Offer &offer)
 {
     Capture capture(node);

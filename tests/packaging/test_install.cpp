@@ -55,7 +55,7 @@ class TestInstall : public QObject
 private slots:
     void initTestCase()
     {
-        const mode_t mask = umask(0); // takes nothing away from what is installed
+        const mode_t mask = umask(0); // removes no permission from what is installed
         install(&everything, {});
         install(&programOnly, {QStringLiteral("--component"), QStringLiteral("program")});
         umask(mask);
@@ -105,7 +105,7 @@ private slots:
         QCOMPARE(filesIn(programOnly), wanted);
     }
 
-    // So that they hold wherever the folders are moved to.
+    // Relative links hold wherever the folders are moved to.
     void commandsAreRelativeLinks()
     {
         for (const char *name : {"/kivra", "/kivra-rendu"}) {
@@ -117,7 +117,7 @@ private slots:
         }
     }
 
-    // By its link it finds the decoder beside itself.
+    // Started by its link, the command finds the decoder beside itself.
     void renduStarts()
     {
         QTemporaryDir folder;
@@ -129,7 +129,7 @@ private slots:
         QVERIFY(QFileInfo::exists(folder.filePath(QStringLiteral("page.png"))));
     }
 
-    // What the completion offers, after the option before it.
+    // What the completion offers, and the option before it.
     void completion_data()
     {
         QTest::addColumn<QString>("line");
@@ -249,7 +249,7 @@ private slots:
         }
     }
 
-    // Each text of the catalogue's page in both languages.
+    // Each text of the catalogue's page is there in both languages.
     void metainfoIsInTwoLanguages()
     {
         QXmlStreamReader xml(contentOf(installed(metainfo())));
@@ -360,8 +360,8 @@ private:
         return files;
     }
 
-    // What the installed command writes to its log until it is up and has written this. A size that
-    // the demonstration camera cannot use makes it complain, which nobody else does.
+    // What the installed command writes to its log until the log contains \a expected. A size that
+    // the demonstration camera cannot use makes that camera complain; nothing else complains of it.
     static QByteArray startedLog(const QTemporaryDir &root, const QByteArray &expected)
     {
         QProcess program;

@@ -74,7 +74,7 @@ private slots:
         QCOMPARE(_src.at<cv::Vec3b>(0, 0), cv::Vec3b(0x30, 0x20, 0x10));
     }
 
-    // These channels are levels of the operation itself, so only the way there and back shows.
+    // The operation leaves these levels as they are, so only the way there and back shows.
     void colourComesBackUnchanged()
     {
         QImage picture = rowOf({0xFF007FFFU});
@@ -153,7 +153,7 @@ private slots:
         QVERIFY(qimage_to_mat_cpy(QImage(), CV_8UC1).empty());
     }
 
-    // Each picture gets a source matrix of its own as far as anybody can see.
+    // As far as a caller can see, each picture gets a source matrix of its own.
     void operationKeepsAnOlderSourceMatrix()
     {
         QImage first = uniformPicture(QSize(4, 4), 0xFF000000U);
@@ -182,7 +182,7 @@ private slots:
         QVERIFY(qimage_to_mat_ref(empty, CV_8UC3).empty());
     }
 
-    // Beside depth and channels, the types of matrices carry marks of their own.
+    // Besides depth and channels, a matrix's type field carries flags.
     void marksOfTheTypeAreLeftOut()
     {
         QImage picture = randomPicture(QSize(3, 2));

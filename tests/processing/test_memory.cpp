@@ -1,4 +1,4 @@
-// Without the memory for a step nothing is thrown, and pictures stay pictures.
+// If there is no memory for a step, nothing is thrown, and pictures stay pictures.
 
 #include "processing/buffers.h"
 #include "processing/operations.h"
@@ -70,7 +70,7 @@ private slots:
             QImage shared = picture;
             runWithin(room, operation, &shared);
             QCOMPARE(shared.size(), size);
-            if (room < 77) // not even the copy of what is shared
+            if (room < 77) // no room even for the copy of shared pixels
                 QCOMPARE(shared.constBits(), picture.constBits());
         }
     }

@@ -23,7 +23,7 @@ QImage thresholded(QImage picture, int level, int method)
     return picture;
 }
 
-// Sizes, types and all bytes.
+// True if sizes, types and all bytes are equal.
 bool holdsTheSame(const cv::Mat &actual, const cv::Mat &expected)
 {
     return actual.type() == expected.type() && actual.size() == expected.size() &&
@@ -102,7 +102,7 @@ private slots:
         KIVRA_COMPARE_PICTURES(thresholded(rowOf({0U, 0U}), 50, 9), result);
     }
 
-    // Whoever changes the working matrices between two calls gets a defined picture.
+    // The picture is defined even if somebody changes the working matrices between two calls.
     void strangeMatricesDoNoHarm()
     {
         const QImage picture = randomPicture(QSize(6, 4));
@@ -146,7 +146,8 @@ private slots:
         }
     }
 
-    // The colours of the picture before; its grey, after the median where there is one; the result.
+    // _src has the colours of the picture before; _src_gray its grey, after the median if there is
+    // one; _dst the result.
     void matricesHoldTheSteps_data()
     {
         QTest::addColumn<int>("method");

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio> // jpeglib.h does without, and needs it
+#include <cstdio> // jpeglib.h needs it but does not include it
 #include <cstdlib>
 #include <jpeglib.h>
 

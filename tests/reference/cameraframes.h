@@ -48,10 +48,10 @@ std::uint32_t colourOf(int y, int u, int v, const ColourCode &code);
 
 CameraPicture cameraPicture(const CameraFrame &frame);
 
-/// A complete JPEG, its chroma without transitions, by libjpeg's slowest way. Of YCbCr and grey.
+/// Decodes a complete JPEG of YCbCr or grey in libjpeg's slowest way, without smoothing chroma.
 CameraPicture jpegPicture(const std::vector<std::uint8_t> &jpeg);
 
-/// Turned clockwise by so many quarters, then mirrored left to right.
+/// Turned clockwise by this many quarters, then mirrored left to right.
 CameraPicture turned(const CameraPicture &picture, int quarters, bool mirrored);
 
 /// The largest difference between channels; 256 if the sizes differ or an alpha is not 255.

@@ -29,10 +29,10 @@ QImage twoColours(const QImage &picture, unsigned int dark, unsigned int light);
 QImage grey(const QImage &picture);
 QImage negative(const QImage &picture);
 
-/// Each pixel of \a wanted is the mean of the area of the picture that it covers, weighted by the
-/// part of each pixel, all four channels alike, rounded. The picture's pixel (x, y) lies in the
-/// square of side \a scale from origin + scale * (x, y) on; each wanted pixel must meet the
-/// picture.
+/// Each pixel of \a wanted is the rounded mean of the area of the picture that it covers: each of
+/// the picture's pixels counts by its covered part, all four channels alike. The picture's pixel
+/// (x, y) lies in the square of side \a scale from origin + scale * (x, y) on; each wanted pixel
+/// must meet the picture.
 QImage areaMean(const QImage &picture, const QPointF &origin, double scale, const QRect &wanted);
 
 Lut brightnessContrastLut(int lumiere, int contraste);

@@ -3,7 +3,7 @@
 #include <QImage>
 #include <opencv2/core/mat.hpp>
 
-// The way between pixel words and channels, for the sources of this library.
+// Conversions between pixel words and channels, for the sources of this library.
 
 namespace kivra::reference {
 

@@ -13,7 +13,7 @@ unsigned int *rowOf(QImage &picture, int y)
     return reinterpret_cast<unsigned int *>(picture.scanLine(y));
 }
 
-// A copy of \a size with the word that \a wordOf(x, y) gives.
+// A picture of \a size with the word that \a wordOf(x, y) gives at each place.
 template<typename WordOf>
 QImage drawn(QSize size, QImage::Format format, const WordOf &wordOf)
 {

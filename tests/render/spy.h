@@ -12,8 +12,8 @@ namespace kivra::test {
 template<auto kernel>
 class Spy;
 
-/// While it lives, the kernel \c kernel of the version in use, such as &Kernels::grey, notes who
-/// calls it, and takes as long as it is told. One for each kernel at a time.
+/// While it lives, the kernel \c kernel of the version in use, such as &Kernels::grey, notes which
+/// threads call it, and each call takes \a each longer. At most one for each kernel at a time.
 template<typename Result, typename... Arguments, Result (*Kernels::*kernel)(Arguments...)>
 class Spy<kernel>
 {

@@ -29,7 +29,7 @@ Pixel through(const reference::Lut &lut, Pixel pixel)
     return 0xFF000000U | entry(16) | entry(8) | entry(0);
 }
 
-// The row that the tone makes of all levels, as the table says.
+// True if the tone makes of a row of all levels what the table says.
 bool isExact(const Tone &tone, const reference::Lut &lut)
 {
     const Words from = allLevels();

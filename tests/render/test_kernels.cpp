@@ -169,7 +169,7 @@ private slots:
         QVERIFY(hsvPlace.ran());
     }
 
-    // Otherwise some version would be tested and another one run.
+    // Otherwise the tests might check one version while another one runs.
     void versionsAreFunctionsOfTheirOwn()
     {
         std::set<void (*)(const Pixel *, Pixel *, int, const ToneWords &)> tones;
@@ -357,7 +357,7 @@ private slots:
         }
     }
 
-    // With the luma halved on the way, so that it is not the same as nothing.
+    // The luma is changed on the way; otherwise the picture would come back as it was.
     void wayThroughYCrCbOfAllColoursIsTheLibrarys()
     {
         cv::Mat luma = viaLibrary(colours, cv::COLOR_BGR2YCrCb);

@@ -1,4 +1,4 @@
-// What cannot be had is not rendered, and nothing else happens.
+// A picture for which memory is short is not rendered, and nothing else happens.
 
 #include "render/renderer.h"
 #include "tests/render/pictures.h"
@@ -29,7 +29,7 @@ private slots:
         if (isSanitized())
             QSKIP("the sanitizer has all of the address space");
         picture = gradient(largeSize);
-        // Threads and tables that stay.
+        // Makes threads and tables that stay.
         for (int mode = 0; mode <= 6; ++mode)
             Renderer().render({gradient(QSize(400, 400))}, {mode, 1, 20, 150});
     }
@@ -55,12 +55,12 @@ private slots:
                     KIVRA_COMPARE_PICTURES(result, expected);
                 QVERIFY2(room >= 77 || result.isNull(), "the limit limits nothing");
             }
-            // Once there is room again, so are pictures.
+            // Once there is room again, pictures are rendered again.
             KIVRA_COMPARE_PICTURES(renderedWithin(200, renderer, settings), expected);
         }
     }
 
-    // The result has room, the plane has not.
+    // There is room for the result, but not for the plane.
     void pictureWithoutItsPlane_data()
     {
         QTest::addColumn<int>("mode");

@@ -55,9 +55,9 @@ QImage pictureIn(QImage::Format format)
     return randomPicture(QSize(20, 10)).convertToFormat(format);
 }
 
-// The first difference of some effects and coefficients of a mode: of a small picture a quarter of
-// them, of a large one, where each takes long, an eighth; other ones for each \a turn. Half as many
-// under the sanitizers: which memory is used depends on the size and the mode.
+// The first difference in a mode, with some effects and coefficients: a quarter of them for a small
+// picture, an eighth for a large one, which takes long; others for each \a turn. Half as many under
+// the sanitizers: which memory is used depends only on the size and the mode.
 QString differenceOfMode(const QImage &picture, int mode, int turn)
 {
     const bool isLarge = picture.width() * picture.height() > 100000;
@@ -220,8 +220,8 @@ private slots:
         }
     }
 
-    // A mean over repeated rows, which is that of one row but for its rounding, would turn one
-    // pixel in a million around.
+    // A mean over repeated rows equals the mean of one row except for rounding, which would flip
+    // one pixel in a million.
     void rowOrColumnAloneMatchesTheReference()
     {
         constexpr int length = 4000000;
@@ -278,7 +278,7 @@ private slots:
             const Spy<&kivra::Kernels::negative> negative;
             Renderer(1).render({picture}, {mode, 1, 20, 150});
             Renderer(2).render({picture}, {mode, 2, 20, 150});
-            // The modes of two colours finish these alone.
+            // A mode of two colours applies the effect only to these two, on one thread.
             QCOMPARE(shade.callers(), std::set{std::this_thread::get_id()});
             QVERIFY(negative.callers().size() <= 2);
         }
@@ -401,7 +401,7 @@ private slots:
         };
         const QImage first = rendered(picture, {1, 0, 0, 100});
         const QImage second = rendered(picture, {2, 0, 0, 100});
-        QVERIFY(!first.isDetached()); // for the memory's next use
+        QVERIFY(!first.isDetached()); // kept for the memory's next use
         QVERIFY(!second.isDetached());
         QImage plain(picture.size(), QImage::Format_RGB32);
         plain.fill(Qt::black);
@@ -444,7 +444,7 @@ private slots:
         QVERIFY(times.effect > 0);
     }
 
-    // A kernel that dawdles shows where its time is counted.
+    // A slowed kernel shows where its time is counted.
     void modeAndEffectAreTimedApart_data()
     {
         QTest::addColumn<int>("mode");

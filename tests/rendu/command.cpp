@@ -102,7 +102,8 @@ QString Command::complaintsOf(QProcess *process)
     QString all = QString::fromUtf8(process->readAllStandardError());
     if (!isSanitized())
         return all;
-    // Wherever they begin: a decoder that is ended amid its words leaves its line open.
+    // The command's own lines, wherever they begin: a decoder that is killed while it prints leaves
+    // its line unfinished.
     static const QRegularExpression ownLine(QStringLiteral("kivra-rendu : [^\n]*\n"));
     QString own;
     for (QRegularExpressionMatchIterator lines = ownLine.globalMatch(all); lines.hasNext();)

@@ -16,23 +16,23 @@ public:
 
     /// Path of a file of this name in the folder; the folder itself for an empty one.
     QString path(const QString &name = {}) const;
-    /// Writes a picture there, in the format of its suffix, and gives its path.
+    /// Writes a picture there, in the format of its suffix, and returns its path.
     QString picture(const QString &name, const QImage &content) const;
-    /// Writes this content there, and gives its path.
+    /// Writes this content there, and returns its path.
     QString file(const QString &name, const QByteArray &content) const;
     /// Names of the files in a folder there, sorted, hidden ones too.
     QStringList filesIn(const QString &folder) const;
     QByteArray contentOf(const QString &name) const;
-    /// A result as opaque words of 32 bits; null when it is no picture.
+    /// A result as opaque words of 32 bits; null if it is no picture.
     QImage result(const QString &name) const;
-    /// Makes a file so many seconds older than now.
+    /// Sets a file's time to \a seconds ago.
     void age(const QString &name, int seconds) const;
 
-    /// Runs the command, waits for it and gives its exit status; -1 when it does not exit.
+    /// Runs the command, waits for it and returns its exit status; -1 if it does not exit.
     int run(const QStringList &arguments, const QByteArray &input = {});
-    /// The same by another program, which is given the command's path and these arguments.
+    /// The same by another program, which gets \a before, the command's path and \a arguments.
     int runBy(const QString &program, const QStringList &before, const QStringList &arguments);
-    /// Begins to run it.
+    /// Starts the command.
     void start(QProcess *process, const QStringList &arguments) const;
 
     QString out;        ///< what it printed last

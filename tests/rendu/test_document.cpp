@@ -60,7 +60,7 @@ QByteArray littleEndian(quint32 number)
     return bytes;
 }
 
-// Lets another decoder look at G4 data: black and white as a fax has them.
+// Decodes G4 data with another decoder, as a fax in black and white.
 QImage decodedG4(const QByteArray &g4, const QSize &size)
 {
     QByteArray entries;
@@ -83,7 +83,7 @@ QImage decodedG4(const QByteArray &g4, const QSize &size)
     return QImage::fromData(file, "tiff").convertToFormat(QImage::Format_RGB32);
 }
 
-// What libtiff makes of these bits, without what is around them.
+// The size of the file that libtiff makes of these bits.
 int bytesOfLibtiff(const QImage &bits)
 {
     QBuffer file;
@@ -136,7 +136,7 @@ private slots:
         Command command;
         QStringList arguments = {QStringLiteral("-j8"), QStringLiteral("--pdf"),
                                  QStringLiteral("a.pdf")};
-        // Large ones first, which are done last.
+        // Large pictures come first, so they are finished last.
         for (int width = 40; width > 0; --width)
             arguments += command.picture(QStringLiteral("%1.png").arg(width),
                                          noise({width * 10, 20}, unsigned(width)));

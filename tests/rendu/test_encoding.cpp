@@ -98,7 +98,7 @@ private slots:
         const QString path = command.file(name, rendu::withMark(plain, mark));
         KIVRA_COMPARE_PICTURES(command.result(name),
                                QImage::fromData(plain).convertToFormat(QImage::Format_RGB32));
-        // As any other program reads it, which checks the sum.
+        // Read as by any other program, which checks the sum, too.
         QVERIFY(QImage(path).text().contains(QString::fromLatin1(mark)));
         QVERIFY(rendu::bearsMark(path, mark));
         QVERIFY(!rendu::bearsMark(path, mark + "s"));

@@ -82,8 +82,8 @@ private slots:
         QVERIFY(command.complaints.contains(QStringLiteral("lecture")));
     }
 
-    // What crashes readers, misleads them or asks for all memory; each under a name of its own. Not
-    // those that use up the minute that a picture may take.
+    // Files that crash readers, mislead them or ask for all memory; each under a name of its own.
+    // Without those that use up the minute that a picture may take.
     void hostileFiles()
     {
         Command command;
@@ -127,7 +127,7 @@ private slots:
         QTest::newRow("document") << "--pdf disque/a.pdf";
     }
 
-    // A file system of 64 KiB, for which pictures of 30 KiB and more are too many.
+    // A file system of 64 KiB, too small for several pictures of 30 KiB and more.
     void fullDisk()
     {
         QFETCH(QString, where);

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int pictures = 80;
 
-// Of decoders that were started in this test's home.
+// How many decoders that were started in this test's home still run.
 int decodersLeft()
 {
     const QByteArray home = "HOME=" + QFile::encodeName(kivra::test::Sandbox::instance().home());
@@ -35,7 +35,7 @@ int decodersLeft()
     return count;
 }
 
-// It may have while the test looked at its files.
+// The process may have ended while the test looked at its files.
 bool hasEnded(QProcess *process)
 {
     return process->state() == QProcess::NotRunning || process->waitForFinished(patienceMs);
@@ -73,7 +73,8 @@ private slots:
         for (int goal = 0; goal < pictures; goal += 1 + int(random() % 20)) {
             QProcess process;
             command.start(&process, arguments);
-            // At some moment of the work on the next one, which may be over when one looks again.
+            // Interrupts at some moment of the work on the next picture; by then, the command may
+            // have ended.
             QVERIFY(QTest::qWaitFor(
                 [&] {
                     const int done = command.filesIn(QStringLiteral("propre")).size();
@@ -117,7 +118,8 @@ private slots:
         QCOMPARE(command.run(arguments), 0);
     }
 
-    // Of the terminal's whole group, as Ctrl+C is: the decoders end by themselves.
+    // The signal goes to the terminal's whole group, as Ctrl+C does: the decoders end by
+    // themselves.
     void ofTheWholeGroup()
     {
         Command command;
@@ -141,7 +143,7 @@ private slots:
             QVERIFY(name.endsWith(QLatin1String(".png")));
     }
 
-    // As nohup and shells ask for commands in the background.
+    // Ignored as by nohup, or by shells for commands in the background.
     void ignoredSignalsStayIgnored()
     {
         Command command;
@@ -177,7 +179,7 @@ private:
         return sources;
     }
 
-    // Each result is there as a whole.
+    // Each result is there, and whole.
     static void compareWithUninterrupted(const Command &command)
     {
         for (const QString &name : command.filesIn(QStringLiteral("propre")))

@@ -131,7 +131,7 @@ private slots:
         QCOMPARE(command.filesIn(QStringLiteral("autre")), all.mid(1));
     }
 
-    // As from a clock that starts commands, which sets no language.
+    // As in a scheduled job, which has no language set.
     void namesWithoutALanguage()
     {
         Command command;
@@ -156,7 +156,7 @@ private slots:
         QCOMPARE(command.complaintLines(), 1);
     }
 
-    // A terminal obeys what a name holds.
+    // A terminal would obey the control characters in a name.
     void namesThatATerminalObeys()
     {
         Command command;

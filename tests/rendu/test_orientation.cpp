@@ -1,4 +1,4 @@
-// Notes of orientation that are broken, foreign or meant to do harm: the picture is as it lies.
+// Notes of orientation that are broken, foreign or meant to do harm: the picture stays as it lies.
 
 #include "rendu/orientation.h"
 #include "tests/rendu/command.h"
@@ -11,7 +11,7 @@ using kivra::test::Command;
 
 namespace {
 
-// A JPEG's beginning with one note, in this order of bytes.
+// The beginning of a JPEG with this TIFF structure as its note.
 QByteArray noted(const QByteArray &tiff)
 {
     const int length = 2 + 6 + tiff.size();
@@ -57,7 +57,7 @@ private slots:
         QTest::newRow("0, which is none")
             << noted(QByteArray(little).replace(18, 1, QByteArray(1, 0))) << 1;
         QTest::newRow("9, which is none") << noted(QByteArray(little).replace(18, 1, "\x09")) << 1;
-        // What lies behind its segment is no longer the note's.
+        // What follows the segment does not belong to the note.
         QByteArray cut = noted(little);
         cut[5] = char(2 + 6 + 10);
         QTest::newRow("segment that ends before the entry") << cut << 1;

@@ -1,4 +1,4 @@
-// A second run: what is done is not done again, what is not the same is.
+// A second run: finished results are not made again, those that would differ are.
 
 #include "tests/rendu/command.h"
 #include "tests/support/testmain.h"
@@ -76,7 +76,7 @@ private slots:
                  QStringLiteral("1 image rendue, 2 déjà faites, 0 échec\n"));
     }
 
-    // An older file that took the source's place.
+    // An older file has taken the source's place.
     void sourceOfAnotherSize()
     {
         run("-o propre");
@@ -105,7 +105,7 @@ private slots:
         QCOMPARE(status, 1);
     }
 
-    // It is not taken for finished.
+    // The next run does not take it for finished.
     void documentThatLacksAPage()
     {
         QCOMPARE(command->run(words("--pdf a.pdf a.png rien.png")), 2);

@@ -1,4 +1,4 @@
-// What results are called, and what they may not take the place of.
+// How results are named, and which files they may not replace.
 
 #include "tests/rendu/command.h"
 #include "tests/support/pictures.h"
@@ -14,7 +14,7 @@ using kivra::test::words;
 
 namespace {
 
-// Of the first table of a JPEG; that of the standard is 99, and a fifth of it at quality 90.
+// The last step of a JPEG's first table: 99 in the standard's table, a fifth of it at quality 90.
 int coarsestStep(const QByteArray &jpeg)
 {
     const int table = jpeg.indexOf("\xFF\xDB");
@@ -133,7 +133,7 @@ private slots:
         QVERIFY(!QFileInfo::exists(command.path(QStringLiteral("propre"))));
     }
 
-    // Under whatever path, and with whatever option.
+    // Sources stay, under whatever path and with whatever option.
     void sourcesStay_data()
     {
         QTest::addColumn<QString>("line");

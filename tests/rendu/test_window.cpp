@@ -24,7 +24,7 @@ constexpr const char *modeActions[] = {
 constexpr const char *effectActions[] = {"actionNormal", "actionNoir_et_blanc", "actionNegatif",
                                          "actionBicolore"};
 
-// In lower case, without accents, with hyphens.
+// The text in lower case, without accents, with hyphens.
 QString named(const QString &text)
 {
     QString name;
@@ -75,7 +75,8 @@ private slots:
                      named(window->action(effectActions[effect])->text()));
     }
 
-    // The format tells how a picture is read, which is over when an effect begins.
+    // The format matters only until the picture is read, before any effect: one effect is enough
+    // for the others than PNG.
     void everyEntry_data()
     {
         QTest::addColumn<QString>("suffix");
@@ -131,7 +132,7 @@ private slots:
         }
     }
 
-    // The window shows a file as it lies, so it is given the turned one.
+    // The window does not turn files, so it is given the turned one.
     void telephonesPictures()
     {
         QFETCH(QString, suffix);
@@ -166,7 +167,7 @@ private slots:
     }
 
 private:
-    // How a telephone notes it.
+    // Notes the orientation as a telephone does.
     static void note(Command *command, const QString &name, int orientation)
     {
         QByteArray tiff("MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0\x06\0\0\0\0\0\0", 26);
@@ -180,7 +181,7 @@ private:
         command->file(name, file);
     }
 
-    // What becomes of the picture that is shown.
+    // The window's rendering of the picture that it shows.
     QImage ofTheWindow(int mode, int effect)
     {
         QImage picture = window->probe.lastFrame();

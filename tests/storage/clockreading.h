@@ -17,7 +17,7 @@ struct ClockReading
 
 /// Calls \a function in a process of its own whose clock shows \a instant, "yyyy-MM-dd hh:mm:ss" in
 /// the time zone \a zone, and stands still; with \a advance it moves by that (such as "i61" for 61
-/// seconds) at each reading. Empty text when the process failed.
+/// seconds) at each reading. Empty text if the process failed.
 inline ClockReading readAt(const QString &function, const QString &instant,
                            const QString &advance = {}, const QString &zone = QStringLiteral("UTC"))
 {

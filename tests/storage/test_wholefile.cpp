@@ -36,7 +36,7 @@ int countedSync(long call, int descriptor)
 
 } // namespace
 
-// In place of the C library's, for Qt's calls too.
+// Replace the C library's functions, for Qt's calls too.
 extern "C" {
 int fsync(int descriptor)
 {
@@ -71,7 +71,7 @@ private slots:
         }
     }
 
-    // The live picture would stand still for as long.
+    // If the caller waited, the live picture would stand still.
     void anotherThreadWaitsForTheDisk()
     {
         QVERIFY(writeWholeFile(pathOf(QStringLiteral("a")), "content"));
@@ -132,7 +132,7 @@ private slots:
         QVERIFY(kivra::test::Sandbox::instance().storedFiles().isEmpty());
     }
 
-    // As any other file of the user's.
+    // Permissions are those of any other file of the user's.
     void rightsFollowTheMask()
     {
         const mode_t mask = umask(027);

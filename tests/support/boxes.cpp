@@ -48,7 +48,7 @@ void Boxes::opened(QDialog *box)
     ++count;
     const QPointer<QDialog> alive(box);
     answer(box);
-    // A check that fails in an answer leaves it early; the program would wait in its box for ever.
+    // A failing check leaves the answer early. The program would then wait in its box for ever.
     if (alive && alive->isVisible() && QTest::currentTestFailed())
         alive->reject();
 }

@@ -9,8 +9,8 @@
 namespace kivra::test {
 
 /// Answers the modal boxes and dialogs of the program under test. One is made for each test
-/// function: every box that opens must have been expected, in this order, by its window title, and
-/// every expected one must come; verify() says so. An unexpected box is closed.
+/// function. Every box that opens must have been expected, in this order, by its window title, and
+/// every expected one must come: verify() checks both. An unexpected box is closed.
 class Boxes : public DialogWatch
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ public:
     QString lastText() const { return text; }
     /// Number of boxes that were answered.
     int answered() const { return count; }
-    /// Empty when all is as expected, else what is not, in words.
+    /// Empty if all is as expected; otherwise says what is not.
     QString verify() const;
 
 protected:

@@ -6,8 +6,8 @@ class QDialog;
 
 namespace kivra::test {
 
-/// Tells of each modal box and dialog that the program under test opens, once its own event loop
-/// runs: then it can be answered.
+/// Reports each modal box and dialog that the program under test opens, as soon as its own event
+/// loop runs: from then on it can be answered.
 class DialogWatch : public QObject
 {
     Q_OBJECT

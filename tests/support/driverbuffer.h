@@ -6,12 +6,12 @@
 
 namespace kivra::test {
 
-/// A frame's memory as a driver may report it: any length, any stride, mappable or not. To be owned
-/// by a QVideoFrame.
+/// A frame's memory as a driver may report it: any length, any stride, mappable or not. A
+/// QVideoFrame must own it.
 class DriverBuffer : public QAbstractVideoBuffer
 {
 public:
-    /// \a reported is the length that map() gives, in bytes, which \a content has or has not;
+    /// \a reported is the length in bytes that map() gives, whatever the length of \a content;
     /// \a rowBytes is the stride.
     DriverBuffer(QByteArray content, int reported, int rowBytes, bool canBeMapped)
         : QAbstractVideoBuffer(NoHandle)

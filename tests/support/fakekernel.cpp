@@ -11,7 +11,7 @@ using cameras::Offer;
 
 namespace {
 
-// From one plane of a buffer to the next, in the offsets by which they are mapped.
+// The distance between the planes of a buffer, in the offsets by which they are mapped.
 constexpr std::uint32_t planeStep = 1024;
 
 template<std::size_t Length>

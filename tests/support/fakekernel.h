@@ -62,10 +62,10 @@ public:
     void change(const std::string &path, const std::function<void(FakeCamera &)> &function);
     /// The call \a request ends with \a error from now on; 0 ends that.
     void refuse(unsigned long request, int error);
-    /// Is asked before the camera: an answer in place of the camera's, or nothing.
+    /// Called before the camera is: gives an answer in place of the camera's, or nothing.
     using Answer = std::function<std::optional<int>(unsigned long request, void *argument)>;
     void answerBy(const Answer &function);
-    /// Setting a control takes until the test says otherwise.
+    /// While \a held, setting a control blocks.
     void holdControls(bool held);
     /// @}
 
@@ -77,7 +77,7 @@ public:
     /// A raw frame of the present format with all bytes \a value.
     bool deliverEven(std::uint8_t value);
     void advance(std::chrono::nanoseconds time);
-    /// The machine sleeps for so long.
+    /// Lets the machine sleep for this long.
     void suspend(std::chrono::nanoseconds time);
     /// @}
 
@@ -87,7 +87,7 @@ public:
     bool isStreaming() const;
     int opened() const;
     int streamsBegun() const;
-    /// Buffers that the driver has.
+    /// How many buffers the driver holds.
     int queuedBuffers() const;
     v4l2_pix_format format() const;
     std::int32_t control(const std::string &path, std::uint32_t id) const;
@@ -147,7 +147,7 @@ private:
     int waiting = 0;
 };
 
-/// The offer of \a fourcc with so many frames a second.
+/// The offer of \a fourcc with this many frames a second.
 cameras::Offer offer(std::uint32_t fourcc, int width, int height, std::uint32_t rate);
 
 } // namespace kivra::test

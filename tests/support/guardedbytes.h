@@ -9,8 +9,8 @@
 
 namespace kivra::test {
 
-/// Memory whose last byte is the last one before a page that may not be touched: who reads or
-/// writes behind it ends the process, also in code that no sanitizer sees.
+/// Memory that ends just before a page that may not be touched: reading or writing beyond it ends
+/// the process, even in code that no sanitizer sees.
 class GuardedBytes
 {
 public:

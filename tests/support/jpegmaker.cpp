@@ -1,6 +1,6 @@
 #include "tests/support/jpegmaker.h"
 
-#include <cstdio> // jpeglib.h does without, and needs it
+#include <cstdio> // jpeglib.h needs it but does not include it
 #include <cstdlib>
 #include <jpeglib.h>
 
@@ -61,7 +61,8 @@ Bytes rowOf(const JpegRecipe &recipe, int y)
     return row;
 }
 
-// Calls \a found(place, length) for each segment before the first scan; gives where that begins.
+// Calls \a found(place, length) for each segment before the first scan; returns where that scan
+// begins.
 template<typename Found>
 std::size_t walk(const Bytes &jpeg, Found found)
 {

@@ -33,7 +33,7 @@ qint64 allocatedMemory()
 AddressSpaceLimit::AddressSpaceLimit(qint64 bytes)
     : before()
 {
-    malloc_trim(0); // what the heap holds in reserve would be had all the same
+    malloc_trim(0); // otherwise the heap's reserve would remain available
     getrlimit(RLIMIT_AS, &before);
     rlimit limit = before;
     limit.rlim_cur = rlim_t(memoryFigure(0) + bytes);

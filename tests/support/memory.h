@@ -5,14 +5,14 @@
 
 namespace kivra::test {
 
-/// Bytes of this process that are in memory. Ends the program where the system does not tell.
+/// Bytes of this process that are in memory. Ends the program if the system does not tell.
 qint64 residentMemory();
 
 /// Bytes that this process has allocated on the heap and not freed.
 qint64 allocatedMemory();
 
-/// While it lives, this process gets no more than \a bytes of address space beside what it has. Not
-/// for the sanitizers, which have all of it.
+/// While it lives, this process gets at most \a bytes of address space more than it has. Not for
+/// the sanitizers, which have all of it.
 class AddressSpaceLimit
 {
 public:

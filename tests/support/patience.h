@@ -2,8 +2,8 @@
 
 namespace kivra::test {
 
-/// How long a test waits for what takes its time on a busy machine: what a screen is to show, what
-/// a program or a camera is to do. Nothing is wrong with what is late.
+/// How long a test waits for what may be slow on a busy machine: what a screen must show, what a
+/// program or a camera must do. Being late is no fault.
 constexpr int patienceMs = 30000;
 
 } // namespace kivra::test

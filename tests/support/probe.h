@@ -9,7 +9,7 @@
 
 #include <QTimer>
 
-/// The tests' eye on state of the window that no widget shows.
+/// Lets the tests see state of the window that no widget shows.
 class CameraProbe
 {
 public:
@@ -41,7 +41,7 @@ public:
     bool closePending() const { return window.closePending; }
     bool captureInProgress() const { return window.captureInProgress; }
     void setCaptureInProgress(bool on) { window.captureInProgress = on; }
-    /// By its number, without what else a change does.
+    /// Sets a coefficient by its number, without the other effects of a change.
     void setCoefficient(int number, int value)
     {
         int *const coefficients[] = {&window.contraste, &window.lumiere, &window.reglage,

@@ -93,8 +93,8 @@ const Sandbox &Sandbox::instance()
     return *theSandbox;
 }
 
-// Qt finds every kind of plug-in below the same folders, so its own folder is replaced by one that
-// links to all kinds but this one.
+// Qt looks for all kinds of plug-ins below the same folders. So its own folder is replaced by one
+// with links to all kinds except media services.
 void Sandbox::hideMediaServices() const
 {
     const QDir plugins(QLibraryInfo::location(QLibraryInfo::PluginsPath));

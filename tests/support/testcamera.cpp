@@ -13,8 +13,8 @@ namespace kivra::test {
 
 namespace {
 
-/// Hides the demonstration camera, which Qt would find beside the test program: where a test brings
-/// its cameras, there are no others.
+/// Hides the demonstration camera, which Qt would find beside the test program: a test that brings
+/// its own cameras must have no others.
 void hideOtherCameras()
 {
     QCoreApplication::removeLibraryPath(QCoreApplication::applicationDirPath());
@@ -360,7 +360,7 @@ std::unique_ptr<FrameSource> TestCamera::open(const QByteArray &name)
     return nullptr;
 }
 
-/// A camera that shows and takes no pictures.
+/// A camera that shows a live picture but takes no stills.
 class Viewfinder : public cameras::CameraService
 {
 public:
@@ -387,7 +387,7 @@ public:
     }
 };
 
-/// How Qt comes to know of the test's cameras.
+/// The plug-in by which Qt finds the test's cameras.
 class TestCameraPlugin : public cameras::CameraPlugin
 {
     Q_OBJECT

@@ -10,9 +10,9 @@ namespace kivra::test {
 /// in use: the test decides what they are, what they deliver and how they fail, and asks what they
 /// were told. The service around them is the demonstration camera's own.
 ///
-/// Everything on the window's thread. A function that plays an event of the device ("push",
-/// "raise", "answer") does nothing while no camera is open; frames before the start are lost, as
-/// elsewhere.
+/// All functions are called on the window's thread. A function that plays an event of the device
+/// ("push", "raise", "answer") does nothing while no camera is open; frames before the start are
+/// lost, as elsewhere.
 class TestCamera : public cameras::DeviceCatalogue
 {
     Q_OBJECT
@@ -85,7 +85,7 @@ public:
     void changeFormat(const QVideoSurfaceFormat &format);
     /// Answers a start that waits.
     void answerStart();
-    /// Answers the last still asked for, as if it were the first time; also over again.
+    /// Answers the last still asked for; may be called again for the same still.
     void answerStill();
     /// Reports the last still as exposed, without more.
     void exposeStill();

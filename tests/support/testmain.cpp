@@ -27,8 +27,8 @@ Registration::Registration(const char *source, Run run)
 
 } // namespace kivra::test
 
-// Usage: test_ROOM SUBJECT [arguments of QtTest]. A class a process: the tests count on settings
-// and plug-ins that nobody has used before.
+// Usage: test_ROOM SUBJECT [arguments of QtTest]. One class per process: the tests count on
+// settings and plug-ins that nobody has used before.
 int main(int argc, char **argv)
 {
     using namespace kivra::test;

@@ -4,19 +4,19 @@
 
 namespace kivra::test {
 
-/// Makes a test class one of those that its program runs: a static object beside the class.
+/// Registers a test class with the program that runs it: a static object beside the class.
 class Registration
 {
 public:
     /// Runs the class with QtTest's arguments; 0 when all its functions passed.
     using Run = int (*)(int argc, char **argv);
 
-    /// \a source is the path of the file that the class stands in; its subject, by which the
-    /// program is told to run it, is the name without "test_" and suffix.
+    /// \a source is the path of the class's source file. The subject, by which the program is asked
+    /// to run the class, is that file's name without "test_" and suffix.
     Registration(const char *source, Run run);
 };
 
-/// Where the registration of a class stands: under the name of the class, so that no two meet.
+/// Holds the registration of a class under the name of the class, so that no two collide.
 template<class TestClass>
 struct Registered
 {
@@ -25,8 +25,8 @@ struct Registered
 
 } // namespace kivra::test
 
-/// Registers \a TestClass, a QObject whose private slots are the tests. Once a source, outside of
-/// namespaces.
+/// Registers \a TestClass, a QObject whose private slots are the tests. Used once per source,
+/// outside of namespaces.
 #define KIVRA_TEST(TestClass)                                                                      \
     template<>                                                                                     \
     const kivra::test::Registration kivra::test::Registered<TestClass>::registration(              \

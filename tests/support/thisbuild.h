@@ -4,7 +4,7 @@
 
 namespace kivra::test {
 
-// All that differs between the builds, so that the other files of the tests are the same to the
+// All that differs between the builds, so that the tests' other files are the same for the
 // compiler.
 
 /// The path of a file beside the program as it is built here, such as "kivra-decoder"; without a
@@ -14,12 +14,12 @@ QString besideTheProgram(const QString &name = {});
 /// A folder for pictures of the windows that tests open.
 QString screenshotFolder();
 
-/// Whether the address sanitizer watches the program. It keeps what is freed for a while, so that
-/// memory says nothing.
+/// Whether the address sanitizer watches the program. It keeps what is freed for a while, so
+/// figures of memory say nothing.
 bool isSanitized();
 
-/// Whether the sanitizer or coverage counters are in the program, which then has files and memory
-/// of theirs.
+/// Whether a sanitizer or coverage counters are in the program, which then has files and memory of
+/// theirs.
 bool isInstrumented();
 
 } // namespace kivra::test

@@ -1,5 +1,6 @@
 // Cameras on their threads without Qt, so that the thread sanitizer sees all of them: a driver that
-// delivers, a window that takes, and whoever starts, stops, locks, captures and pulls the plug.
+// delivers, a window that takes, and a caller that starts, stops, locks, captures and pulls the
+// plug.
 
 #include "cameras/video/camerathread.h"
 #include "tests/support/fakekernel.h"
@@ -27,7 +28,7 @@ void require(bool holds, const char *what)
     std::exit(1);
 }
 
-/// Counts what is told, and wakes who waits for it.
+/// Counts the callbacks, and wakes threads that wait for them.
 class Hearer : public CameraListener
 {
 public:
@@ -63,7 +64,7 @@ private:
     std::condition_variable told;
 };
 
-/// A program that delivers and one that shows, each on its thread.
+/// A driver that delivers and a window that takes, each on a thread of its own.
 class Surroundings
 {
 public:
@@ -119,7 +120,7 @@ VideoDevice device()
     return result;
 }
 
-/// One use of a camera after the other, each at another moment of what the camera does.
+/// Uses a camera again and again, each time at another moment of what the camera does.
 void use(CameraThread &camera, Hearer &hearer, FakeKernel &kernel)
 {
     for (int round = 1; round <= rounds; ++round) {
@@ -162,7 +163,7 @@ int main()
         CameraThread camera(around, device(), hearer);
         const Surroundings others(kernel, camera);
         use(camera, *hearer, kernel);
-        // Another one for the same node waits until this one lets go of it.
+        // Another thread for the same node waits until this one releases the node.
         CameraThread next(around, device(), hearer);
         camera.start();
         next.start();

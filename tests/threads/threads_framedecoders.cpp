@@ -1,4 +1,4 @@
-// Decoders on threads of their own, at the same time: each gives what it gives alone.
+// Decoders on threads of their own, at the same time: each gives what it gives when alone.
 
 #include "cameras/video/framedecoder.h"
 #include "cameras/video/jpegstill.h"

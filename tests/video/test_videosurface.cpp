@@ -27,8 +27,8 @@ QByteArray bytesOf(const QImage &picture)
                       int(picture.sizeInBytes()));
 }
 
-// What the surface must hold: the block's words up to its last 32 bytes. From there the last of
-// them again in a frame that is whole, otherwise black.
+// What the surface must hold: the block's words up to its last 32 bytes. The rest repeats the last
+// of them in a whole frame, and is black otherwise.
 QImage wordsThenRest(const QByteArray &memory, const QSize &size)
 {
     QImage picture(size, QImage::Format_RGB32);
@@ -133,7 +133,7 @@ private slots:
             QCOMPARE(surface.frame().pixel(x, 19), 0xff000000);
     }
 
-    // Nothing is copied of eight pixels, and one of nine.
+    // Of eight pixels none is copied, of nine one.
     void smallestFrames()
     {
         VideoSurface surface;
@@ -211,7 +211,7 @@ private slots:
         QCOMPARE(surface.frame().size(), size); // the last good picture stays
     }
 
-    // Never offered, yet nobody may have asked.
+    // The surface never offers these formats, but a camera may not have asked.
     void frameOfSeveralPlanesIsDropped()
     {
         VideoSurface surface;

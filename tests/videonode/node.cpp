@@ -50,7 +50,7 @@ void setText(__u8 (&field)[Length], const std::string &text)
     std::strncpy(reinterpret_cast<char *>(field), text.c_str(), Length - 1);
 }
 
-// Of a row, in bytes.
+// The stride of a row, in bytes; 0 for JPEG.
 int strideOf(const Format &format)
 {
     switch (format.fourcc) {
@@ -65,13 +65,13 @@ int strideOf(const Format &format)
     }
 }
 
-// No frame of a format is larger.
+// The largest size of a frame in this format.
 __u32 frameBytes(const Format &format)
 {
     return __u32(format.width) * __u32(format.height) * 2;
 }
 
-// Of whole pages, each buffer being mapped by itself.
+// In whole pages, because each buffer is mapped by itself.
 long bufferBytes(const Format &format)
 {
     const long page = sysconf(_SC_PAGESIZE);
@@ -279,7 +279,7 @@ int Node::describe(v4l2_buffer &answer) const
     return 0;
 }
 
-// The last one that is not wider, as drivers do that round down.
+// Chooses the widest size that fits, like drivers that round down.
 int Node::choose(v4l2_format &wanted, bool keep)
 {
     if (keep && (exists("busy") || count > 0))
@@ -443,7 +443,7 @@ void Node::deliver()
     }
 }
 
-// False when the stream ended meanwhile.
+// False if the stream ended meanwhile.
 bool Node::deliverOne(std::unique_lock<std::mutex> &guard)
 {
     const __u32 sequence = number++;

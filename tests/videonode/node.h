@@ -18,14 +18,15 @@ namespace kivra::test::videonode {
 /// What all nodes of this process have done; a benchmark reads it as kivra_videonode_figures.
 struct Figures
 {
-    std::atomic<long long> delivered{0};      ///< frames that were put into a buffer
-    std::atomic<long long> lost{0};           ///< frames for which no buffer was there
-    std::atomic<long long> lastDequeuedNs{0}; ///< when that frame was complete; CLOCK_MONOTONIC
-    std::atomic<long long> startDelayNs{0};   ///< from the last start to its first frame
+    std::atomic<long long> delivered{0}; ///< frames that were put into a buffer
+    std::atomic<long long> lost{0};      ///< frames for which no buffer was there
+    /// When the frame dequeued last was complete, by CLOCK_MONOTONIC.
+    std::atomic<long long> lastDequeuedNs{0};
+    std::atomic<long long> startDelayNs{0}; ///< from the last start to its first frame
 };
 
-/// A camera's node, opened once, under any number of descriptors. Its frames come at their rate
-/// into the buffers that wait for them, on a thread of its own.
+/// A camera's node, opened once, under any number of descriptors. A thread of its own fills the
+/// waiting buffers with frames at the camera's rate.
 class Node
 {
 public:
@@ -36,12 +37,13 @@ public:
     Node(const Node &) = delete;
     Node &operator=(const Node &) = delete;
 
-    /// Readable while there is a frame, or the camera was unplugged. Stays the node's.
+    /// A descriptor that is readable while a frame is there, or once the camera is unplugged. The
+    /// node owns it.
     int ready() const { return readyDescriptor; }
-    /// What is mapped when the node is. Stays the node's.
+    /// The descriptor that is mapped in place of the node. The node owns it.
     int memory() const { return memoryDescriptor; }
 
-    /// As ioctl() does.
+    /// Answers as ioctl() does.
     int answer(unsigned long request, void *argument);
 
 private:
@@ -76,7 +78,7 @@ private:
     void forgetBuffers();
 
     const std::string node;
-    const bool waits; ///< a call for a frame does
+    const bool waits; ///< a call for a frame blocks
     const ino_t plug; ///< tells this camera from the next one of that name
     const int readyDescriptor;
     const int memoryDescriptor;

@@ -1,6 +1,6 @@
-// Cameras of Video4Linux without a kernel that has them. Preloaded, this library answers for the
-// nodes, and for what the system tells of them, in place of the C library; everything else it
-// passes on. What there is stands in a folder of the test's (tree.h).
+// Cameras of Video4Linux without a kernel that has them. Preloaded, this library answers in place
+// of the C library for the nodes, and for what the system tells of them; it passes everything else
+// on. A folder of the test's (tree.h) says which cameras there are.
 
 #include "tests/videonode/node.h"
 
@@ -69,7 +69,7 @@ public:
 
     void forget(int descriptor)
     {
-        std::shared_ptr<camera::Node> last; // goes when the lock is free: it closes files itself
+        std::shared_ptr<camera::Node> last; // destroyed without the lock: it closes files itself
         const std::lock_guard<std::mutex> guard(lock);
         const auto found = nodes.find(descriptor);
         if (found == nodes.end())
@@ -149,7 +149,7 @@ int open64(const char *path, int flags, ...)
     return openAs("open64", path, flags, mode);
 }
 
-// What a hardened program calls in place of the former.
+// Hardened programs call this in place of open().
 int __open_2(const char *path, int flags)
 {
     return openAs("open", path, flags, 0);

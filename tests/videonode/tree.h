@@ -37,7 +37,7 @@ bool exists(const std::string &path);
 /// A file in the test's folder; empty if there is none.
 std::string contentOf(const std::string &path);
 
-/// Of the node "video0"; those lines that can be read.
+/// The formats of a node such as "video0"; lines that cannot be parsed are left out.
 std::vector<Format> formatsOf(const std::string &node);
 
 /// What the bus has to carry for \a format, in bytes a second.

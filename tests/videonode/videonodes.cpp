@@ -87,7 +87,7 @@ QByteArray VideoNodes::frame(const QString &format, const QSize &size, int numbe
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// The node comes last, when all that there is to know of it is there.
+// Makes the node last, when all that can be known about it is there.
 void VideoNodes::plugIn(const Camera &camera) const
 {
     const QString name = QStringLiteral("video%1").arg(camera.number);
@@ -109,7 +109,7 @@ void VideoNodes::plugIn(const Camera &camera) const
         write(about + QStringLiteral("/device/") + QLatin1String(attribute), value.toUtf8() + '\n');
     write(QStringLiteral("udev/c") + numbers, "E:ID_V4L_CAPABILITIES=:capture:\n");
     write(QStringLiteral("formats/") + name, camera.formats.join(QLatin1Char('\n')).toUtf8());
-    // Qt's own service lists what is neither file nor folder.
+    // A pipe, because Qt's own service lists only what is neither file nor folder.
     mkfifo(QFile::encodeName(path(QStringLiteral("dev/") + name)).constData(), S_IRWXU);
 }
 

@@ -10,8 +10,8 @@
 
 namespace kivra::test {
 
-/// The cameras of the kernel as a program sees them that the library kivra_videonode is preloaded
-/// into: they exist in a folder (tree.h), are plugged in and out, and deliver prepared frames.
+/// The kernel's cameras, as a program sees them into which the library kivra_videonode is
+/// preloaded. They exist in a folder (tree.h), are plugged in and out, and deliver prepared frames.
 class VideoNodes
 {
 public:
@@ -25,7 +25,7 @@ public:
         int speed = 480;                    ///< of its USB connection, Mbit/s
     };
 
-    /// \a folder, an empty one, becomes the machine.
+    /// \a folder, which must be empty, becomes the machine.
     explicit VideoNodes(const QString &folder);
 
     /// The variables that a program needs in its environment to see these cameras, with their
