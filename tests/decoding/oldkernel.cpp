@@ -19,8 +19,8 @@ int main(int, char **argv)
     seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 0);
     bool isLoaded = seccomp_load(filter) == 0;
     if (!isLoaded) {
+        // An unprivileged process may load a filter only once it has given up new privileges.
         seccomp_attr_set(filter, SCMP_FLTATR_CTL_NNP, 1);
-        // The filter's own call may be among them; the older way is left out by the library then.
         isLoaded = seccomp_load(filter) == 0;
     }
     if (!isLoaded)
