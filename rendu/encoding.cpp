@@ -94,7 +94,8 @@ QByteArray pngOf(const QImage &picture)
 
 QByteArray jpegOf(const QImage &picture)
 {
-    return written(picture, "jpg", jpegQuality);
+    const bool isTooLarge = std::max(picture.width(), picture.height()) > longestJpegSide;
+    return isTooLarge ? QByteArray() : written(picture, "jpg", jpegQuality);
 }
 
 } // namespace kivra::rendu

@@ -14,7 +14,11 @@ QImage twoValued(const QImage &picture);
 /// no memory for it.
 QByteArray pngOf(const QImage &picture);
 
-/// The picture as a JPEG file of quality 90. Empty if there is no memory for it.
+/// The longest side of a JPEG file, in pixels: libjpeg-turbo writes no longer one.
+constexpr int longestJpegSide = 65500;
+
+/// The picture as a JPEG file of quality 90. Empty if it is too large for that, and if there is no
+/// memory for it.
 QByteArray jpegOf(const QImage &picture);
 
 } // namespace kivra::rendu

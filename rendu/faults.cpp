@@ -40,6 +40,8 @@ QString reasonOf(int error)
 QString sourceFault(const QString &path)
 {
     const QFileInfo file(path);
+    if (!file.exists() && path.contains(QChar::ReplacementCharacter))
+        return QStringLiteral("son nom n'est pas en UTF-8 ; renommez-le");
     if (!file.exists())
         return QStringLiteral("ce fichier n'existe pas");
     if (file.isDir())
@@ -55,6 +57,8 @@ QString sourceFault(const QString &path)
 
 QString writingFault(const QString &path, int error)
 {
+    if (error == EEXIST && QFileInfo(path).isDir())
+        return writingFault(path, EISDIR);
     if (error == EEXIST)
         return QStringLiteral("« %1 » existe déjà ; --force le remplace").arg(path);
     return QStringLiteral("« %1 » ne peut pas être écrit : %2").arg(path, reasonOf(error));

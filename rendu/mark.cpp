@@ -35,6 +35,22 @@ QByteArray optionsText(const Options &options)
         .toLatin1();
 }
 
+// Pages of one size and name lie in several months' folders.
+QByteArray fileMark(const QString &source)
+{
+    const QFileInfo file(source);
+    return QFile::encodeName(file.canonicalFilePath()) + '\0' + QByteArray::number(file.size()) +
+           '\0' + QByteArray::number(file.lastModified().toMSecsSinceEpoch()) + '\0';
+}
+
+QByteArray digestOf(const QStringList &sources)
+{
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    for (const QString &source : sources)
+        hash.addData(fileMark(source));
+    return hash.result().toHex();
+}
+
 QByteArray bigEndian(quint32 number)
 {
     QByteArray bytes(sizeof number, 0);
@@ -69,19 +85,12 @@ QByteArray bytesAt(const QString &path, qint64 place, int count)
 
 QByteArray markOf(const Options &options, const QString &source)
 {
-    return optionsText(options) + " octets=" + QByteArray::number(QFileInfo(source).size());
+    return optionsText(options) + " source=" + digestOf({source});
 }
 
 QByteArray documentMarkOf(const Options &options)
 {
-    QCryptographicHash sources(QCryptographicHash::Sha256);
-    for (const QString &source : options.sources) {
-        const QFileInfo file(source);
-        sources.addData(QFile::encodeName(file.fileName()) + '\0' +
-                        QByteArray::number(file.size()) + '\n');
-    }
-    return optionsText(options) + " images=" + QByteArray::number(options.sources.size()) +
-           " sources=" + sources.result().toHex();
+    return optionsText(options) + " sources=" + digestOf(options.sources);
 }
 
 QByteArray withMark(const QByteArray &file, const QByteArray &mark)

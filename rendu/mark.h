@@ -11,7 +11,8 @@ namespace kivra::rendu {
 // out the same. The note is a comment of a PNG or JPEG file, or one after the end of a PDF
 // document.
 
-/// The note for the picture at \a source, in ASCII: the options and the size of the source file.
+/// The note for the picture at \a source, in ASCII: the options and a digest
+/// of the source file's path, size and time of change.
 QByteArray markOf(const Options &options, const QString &source);
 
 /// The note for a document of all sources, in their order.

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QThread>
 #include <array>
+#include <cstring>
 #include <getopt.h>
 
 namespace kivra::rendu {
@@ -46,11 +47,20 @@ constexpr std::array<option, 16> longOptions{{
     {nullptr, 0, nullptr, 0},
 }};
 
+constexpr const char *letters = "o:j:fqhV";
+
+// Qt takes a name that begins with a colon for one of its resources.
+QString pathOf(const QByteArray &name)
+{
+    const QString path = QFile::decodeName(name);
+    return path.startsWith(QLatin1Char(':')) ? QStringLiteral("./") + path : path;
+}
+
 class Reading
 {
 public:
     void take(int code, const QString &value);
-    void takeList();
+    void takeLists();
     void check();
 
     CommandLine line;
@@ -61,9 +71,10 @@ private:
     void coefficient(int *chosen, int which, const QString &value, const char *option);
     void chooseFormat(const QString &name);
     void ask(CommandLine::Request request);
+    void takeList(const QString &list);
     void fail(const QString &fault);
 
-    QString list;
+    QStringList lists;
     bool isAsked = false;
 };
 
@@ -144,7 +155,9 @@ void Reading::take(int code, const QString &value)
     case Format:
         return chooseFormat(value);
     case FilesFrom:
-        list = value;
+        if (value.isEmpty())
+            return fail(QStringLiteral("--files-from : le nom du fichier est vide"));
+        lists += value;
         return;
     case 'j':
         return number(&options.jobs, 1, mostJobs, value, "-j");
@@ -163,11 +176,15 @@ void Reading::take(int code, const QString &value)
     }
 }
 
-// One name per line.
-void Reading::takeList()
+void Reading::takeLists()
 {
-    if (list.isEmpty())
-        return;
+    for (const QString &list : lists)
+        takeList(list);
+}
+
+// One name per line.
+void Reading::takeList(const QString &list)
+{
     QFile file(list);
     const bool isOpen = list == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
                                                    : file.open(QIODevice::ReadOnly);
@@ -177,7 +194,7 @@ void Reading::takeList()
     }
     for (const QByteArray &name : file.readAll().split('\n')) {
         if (!name.isEmpty())
-            line.options.sources += QFile::decodeName(name);
+            line.options.sources += pathOf(name);
     }
 }
 
@@ -194,14 +211,26 @@ void Reading::check()
         fail(QStringLiteral("aucune image n'est donnée"));
 }
 
-// Names the option that getopt_long() rejected.
-QString misused(char **argv)
+// The option that getopt_long() rejected. It has gone past the word unless this one has more
+// letters.
+QString rejected(char **argv)
 {
     const QString word = QFile::decodeName(argv[optind - 1]);
-    const bool isLong = word.startsWith(QLatin1String("--")) || optopt == 0;
+    constexpr int lastOfAscii = 0x7E;
+    if (optopt < 0 || (optopt > lastOfAscii && optopt < Effet)) // a byte of a longer letter
+        return QFile::decodeName(argv[optind]);
+    const bool isKnownLetter = optopt > 0 && optopt < Effet && std::strchr(letters, optopt);
+    const bool isLong = word.startsWith(QLatin1String("--"));
+    if (optopt == 0 || optopt >= Effet || (isKnownLetter && isLong))
+        return word;
+    return QLatin1Char('-') + QString(QLatin1Char(char(optopt)));
+}
+
+QString misused(char **argv)
+{
     return QStringLiteral(
                "l'option « %1 » est inconnue, ambiguë, ou sa valeur manque ou est de trop")
-        .arg(isLong ? word : QLatin1Char('-') + QString(QLatin1Char(char(optopt))));
+        .arg(rejected(argv));
 }
 
 } // namespace
@@ -214,20 +243,20 @@ CommandLine readCommandLine(int argc, char **argv)
     opterr = 0; // its own messages are in English
     optind = 0;
     for (;;) {
-        const int code = getopt_long(argc, argv, "o:j:fqhV", longOptions.data(), nullptr);
+        const int code = getopt_long(argc, argv, letters, longOptions.data(), nullptr);
         if (code == -1)
             break;
         if (code == '?') {
             reading.line.fault = misused(argv);
             return reading.line;
         }
-        reading.take(code, QFile::decodeName(optarg));
+        reading.take(code, code == 'o' || code == Pdf ? pathOf(optarg) : QFile::decodeName(optarg));
     }
     if (reading.line.request != CommandLine::Request::Render)
         return reading.line;
     for (int i = optind; i < argc; ++i)
-        reading.line.options.sources += QFile::decodeName(argv[i]);
-    reading.takeList();
+        reading.line.options.sources += pathOf(argv[i]);
+    reading.takeLists();
     reading.check();
     return reading.line;
 }

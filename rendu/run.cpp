@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <algorithm>
 #include <cerrno>
 #include <map>
 #include <utility>
@@ -42,10 +43,21 @@ Outcome nothingOf(const QString &fault)
     return fault.isEmpty() ? Outcome{} : failure(fault);
 }
 
+QString encodingFault(const QImage &picture, bool isJpeg)
+{
+    if (isJpeg && std::max(picture.width(), picture.height()) > longestJpegSide)
+        return QStringLiteral("cette image est trop grande pour devenir du JPEG");
+    return QStringLiteral("la mémoire manque pour cette image");
+}
+
+bool isPng(const QString &target)
+{
+    return target.endsWith(QLatin1String(".png"), Qt::CaseInsensitive);
+}
+
 QByteArray encoded(const QImage &picture, const QString &target)
 {
-    return target.endsWith(QLatin1String(".png"), Qt::CaseInsensitive) ? pngOf(picture)
-                                                                       : jpegOf(picture);
+    return isPng(target) ? pngOf(picture) : jpegOf(picture);
 }
 
 Outcome makeFile(Bench &bench, const Job &job, const Options &options)
@@ -61,7 +73,7 @@ Outcome makeFile(Bench &bench, const Job &job, const Options &options)
         return nothingOf(fault);
     const QByteArray file = encoded(picture, job.target);
     if (file.isEmpty())
-        return failure(writingFault(job.target, ENOMEM));
+        return failure(encodingFault(picture, !isPng(job.target)));
     const QByteArray content = withMark(file, mark);
     const int error = makeWholeFile(job.target, existingFiles(options),
                                     [&](QFile &to) { return to.write(content) == content.size(); });
@@ -80,7 +92,7 @@ Outcome makePage(Bench &bench, const Job &job, const Options &options)
     if (page.bits.isNull())
         page.jpeg = jpegOf(picture);
     if (page.bits.isNull() && page.jpeg.isEmpty())
-        return failure(QStringLiteral("la mémoire manque pour cette image"));
+        return failure(encodingFault(picture, true));
     return {Outcome::Kind::Made, {}, page};
 }
 
@@ -180,6 +192,18 @@ void bind(const Binder &binder, const Plan &plan, const Options &options, const 
         told.fail(writingFault(options.pdf, error));
 }
 
+// Why the document could not be written when its pages are made; 0 for nothing.
+int obstacleTo(const Options &options)
+{
+    const QFileInfo document(options.pdf);
+    const QFileInfo folder(document.path());
+    if (document.exists() && (!options.force || document.isDir()))
+        return EEXIST;
+    if (!folder.isDir())
+        return ENOENT;
+    return folder.isWritable() ? 0 : EACCES;
+}
+
 int makeDocument(const Plan &plan, const Options &options, Told &told)
 {
     const QByteArray mark = documentMarkOf(options);
@@ -188,12 +212,8 @@ int makeDocument(const Plan &plan, const Options &options, Told &told)
             told.note(job.source, {Outcome::Kind::MadeBefore, {}, {}});
         return endOf(told);
     }
-    if (!options.force && QFileInfo::exists(options.pdf)) {
-        told.complain(writingFault(options.pdf, EEXIST));
-        return wrongUse;
-    }
-    if (!QFileInfo(QFileInfo(options.pdf).path()).isDir()) {
-        told.complain(writingFault(options.pdf, ENOENT));
+    if (const int error = obstacleTo(options)) {
+        told.complain(writingFault(options.pdf, error));
         return wrongUse;
     }
     Binder binder;

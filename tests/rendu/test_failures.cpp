@@ -116,8 +116,50 @@ private slots:
         QCOMPARE(command.run(words("-o /proc/self page.png")), 2); // for root too
         QCOMPARE(command.complaintLines(), 1);
         QCOMPARE(command.run(words("-o /proc/rien page.png")), 1);
-        QCOMPARE(command.run(words("--pdf /proc/self/a.pdf page.png")), 2);
+        QCOMPARE(command.run(words("--pdf /proc/self/a.pdf page.png")), 1);
         QCOMPARE(command.run(words("--pdf rien/a.pdf page.png")), 1);
+    }
+
+    void folderInThePlace()
+    {
+        Command command;
+        command.picture(QStringLiteral("page.png"), noise({20, 10}, 1));
+        QDir(command.path()).mkpath(QStringLiteral("propre/page.png"));
+        for (const char *line : {"-o propre page.png", "--force -o propre page.png"}) {
+            QCOMPARE(command.run(words(line)), 2);
+            QVERIFY2(command.complaints.contains(QStringLiteral("un dossier porte ce nom")),
+                     qPrintable(command.complaints));
+        }
+        QCOMPARE(command.run(words("--force --pdf propre page.png")), 1);
+        QVERIFY(command.complaints.contains(QStringLiteral("un dossier porte ce nom")));
+    }
+
+    void nameThatIsNoText()
+    {
+        Command command;
+        const QByteArray name = QFile::encodeName(command.path(QStringLiteral("lat"))) + "\xE9.png";
+        command.picture(QStringLiteral("page.png"), noise({20, 10}, 1));
+        QCOMPARE(link(QFile::encodeName(command.path(QStringLiteral("page.png"))).constData(),
+                      name.constData()),
+                 0);
+        QCOMPARE(command.run(words("-o propre --files-from -"), name), 2);
+        QVERIFY2(command.complaints.contains(QStringLiteral("UTF-8")),
+                 qPrintable(command.complaints));
+        QCOMPARE(unlink(name.constData()), 0);
+    }
+
+    void tooWideForJpeg()
+    {
+        Command command;
+        command.picture(QStringLiteral("page.png"), noise({65501, 2}, 1));
+        command.picture(QStringLiteral("mince.png"), noise({65500, 2}, 1));
+        QCOMPARE(command.run(words("--format jpg -o propre page.png mince.png")), 2);
+        QVERIFY2(command.complaints.contains(QStringLiteral("trop grande")),
+                 qPrintable(command.complaints));
+        QCOMPARE(command.complaintLines(), 1);
+        QCOMPARE(command.filesIn(QStringLiteral("propre")), QStringList("mince.jpg"));
+        QCOMPARE(command.run(words("--pdf a.pdf page.png")), 2);
+        QVERIFY(command.complaints.contains(QStringLiteral("trop grande")));
     }
 
     void fullDisk_data()

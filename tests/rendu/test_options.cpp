@@ -58,6 +58,10 @@ private slots:
                                  << "--rien";
         QTest::newRow("unknown letter") << "-qx -o propre page.png"
                                         << "-x";
+        QTest::newRow("unknown letter before others") << "--force -xq -o propre page.png"
+                                                      << "« -x »";
+        QTest::newRow("letter beyond ASCII") << "-é -o propre page.png"
+                                             << "« -é »";
         QTest::newRow("ambiguous") << "--fo -o propre page.png"
                                    << "--fo";
         QTest::newRow("value missing") << "page.png -o"
@@ -86,6 +90,8 @@ private slots:
                                    << "1x";
         QTest::newRow("no job") << "-j0 -o propre page.png"
                                 << "-j";
+        QTest::newRow("list without a name") << "--files-from= -o propre page.png"
+                                             << "--files-from";
         QTest::newRow("no list") << "--files-from rien.txt -o propre"
                                  << "rien.txt";
         QTest::newRow("name of a file") << "-o page.png/a page.png"
@@ -129,6 +135,21 @@ private slots:
         command.file(QStringLiteral("liste.txt"), names);
         QCOMPARE(command.run(words("-o autre --files-from=liste.txt")), 0);
         QCOMPARE(command.filesIn(QStringLiteral("autre")), all.mid(1));
+        command.file(QStringLiteral("suite.txt"), "./--force.png\n");
+        QCOMPARE(command.run(words("-o tout --files-from=suite.txt --files-from=liste.txt")), 0);
+        QCOMPARE(command.filesIn(QStringLiteral("tout")), all);
+    }
+
+    void namesThatBeginWithAColon()
+    {
+        Command command;
+        command.picture(QStringLiteral("a.png"), noise({20, 10}, 1));
+        QVERIFY(QFile::copy(command.path(QStringLiteral("a.png")),
+                            command.path(QStringLiteral("./:a.png"))));
+        QCOMPARE(command.run(words("-o :propre :a.png")), 0);
+        QCOMPARE(command.filesIn(QStringLiteral(":propre")), QStringList(":a.png"));
+        QCOMPARE(command.run(words("--pdf :a.pdf :a.png")), 0);
+        QVERIFY(command.contentOf(QStringLiteral(":a.pdf")).startsWith("%PDF"));
     }
 
     // As in a scheduled job, which has no language set.

@@ -87,6 +87,26 @@ private slots:
         QCOMPARE(command->result(QStringLiteral("propre/a.png")).width(), 44);
     }
 
+    // Such as that of another month: of the same name, size and time.
+    void sourceInAnotherFolder()
+    {
+        for (const char *name : {"10/1.bmp", "11/1.bmp"}) {
+            command->picture(QLatin1String(name), noise({40, 30}, unsigned(name[1])));
+            command->age(QLatin1String(name), 100);
+        }
+        QCOMPARE(command->run(words("-o propre 10/1.bmp")), 0);
+        QCOMPARE(command->run(words("--pdf a.pdf 10/1.bmp")), 0);
+        const QByteArray before = command->contentOf(QStringLiteral("propre/1.png"));
+        QCOMPARE(command->run(words("-o propre 11/1.bmp")), 2);
+        QVERIFY(command->complaints.contains(QStringLiteral("existe déjà")));
+        QCOMPARE(command->run(words("--pdf a.pdf 11/1.bmp")), 1);
+        QCOMPARE(command->contentOf(QStringLiteral("propre/1.png")), before);
+        QCOMPARE(command->run(words("--force -o propre 11/1.bmp")), 0);
+        QVERIFY(command->contentOf(QStringLiteral("propre/1.png")) != before);
+        QCOMPARE(command->run(words("-o propre 11/1.bmp")), 0);
+        QVERIFY(command->out.contains(QStringLiteral("1 déjà faite")));
+    }
+
     void documents()
     {
         QCOMPARE(run("--pdf a.pdf"), QStringLiteral("3 images rendues, 0 déjà faite, 0 échec\n"));
