@@ -215,7 +215,7 @@ void Reading::check()
 // letters.
 QString rejected(char **argv)
 {
-    const QString word = QFile::decodeName(argv[optind - 1]);
+    QString word = QFile::decodeName(argv[optind - 1]);
     constexpr int lastOfAscii = 0x7E;
     if (optopt < 0 || (optopt > lastOfAscii && optopt < Effet)) // a byte of a longer letter
         return QFile::decodeName(argv[optind]);
