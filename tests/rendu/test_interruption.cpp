@@ -100,6 +100,27 @@ private slots:
         compareWithUninterrupted(command);
     }
 
+    // Each thread has a decoder.
+    void noMoreThreadsThanAskedFor()
+    {
+        Command command;
+        const QStringList sources = makeSources(command);
+        QTRY_COMPARE_WITH_TIMEOUT(decodersLeft(), 0, patienceMs);
+        QProcess process;
+        command.start(&process, QStringList{QStringLiteral("-j1"), QStringLiteral("-o"),
+                                            QStringLiteral("propre")} +
+                                    sources);
+        int most = 0;
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                most = qMax(most, decodersLeft());
+                return process.state() == QProcess::NotRunning;
+            },
+            patienceMs));
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(most, 1);
+    }
+
     void ofADocument()
     {
         Command command;
