@@ -92,10 +92,15 @@ QByteArray pngOf(const QImage &picture)
     return written(bits.isNull() ? picture : bits, "png", usual);
 }
 
+bool isTooLargeForJpeg(const QImage &picture)
+{
+    constexpr int longestSide = 65500;
+    return std::max(picture.width(), picture.height()) > longestSide;
+}
+
 QByteArray jpegOf(const QImage &picture)
 {
-    const bool isTooLarge = std::max(picture.width(), picture.height()) > longestJpegSide;
-    return isTooLarge ? QByteArray() : written(picture, "jpg", jpegQuality);
+    return isTooLargeForJpeg(picture) ? QByteArray() : written(picture, "jpg", jpegQuality);
 }
 
 } // namespace kivra::rendu

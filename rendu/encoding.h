@@ -14,8 +14,9 @@ QImage twoValued(const QImage &picture);
 /// no memory for it.
 QByteArray pngOf(const QImage &picture);
 
-/// The longest side of a JPEG file, in pixels: libjpeg-turbo writes no longer one.
-constexpr int longestJpegSide = 65500;
+/// Whether a side of the picture is longer than JPEG files have it from libjpeg-turbo: 65500
+/// pixels.
+bool isTooLargeForJpeg(const QImage &picture);
 
 /// The picture as a JPEG file of quality 90. Empty if it is too large for that, and if there is no
 /// memory for it.

@@ -250,7 +250,8 @@ CommandLine readCommandLine(int argc, char **argv)
             reading.line.fault = misused(argv);
             return reading.line;
         }
-        reading.take(code, code == 'o' || code == Pdf ? pathOf(optarg) : QFile::decodeName(optarg));
+        const bool isPath = code == 'o' || code == Pdf || code == FilesFrom;
+        reading.take(code, isPath ? pathOf(optarg) : QFile::decodeName(optarg));
     }
     if (reading.line.request != CommandLine::Request::Render)
         return reading.line;

@@ -13,7 +13,6 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
-#include <algorithm>
 #include <cerrno>
 #include <map>
 #include <utility>
@@ -45,7 +44,7 @@ Outcome nothingOf(const QString &fault)
 
 QString encodingFault(const QImage &picture, bool isJpeg)
 {
-    if (isJpeg && std::max(picture.width(), picture.height()) > longestJpegSide)
+    if (isJpeg && isTooLargeForJpeg(picture))
         return QStringLiteral("cette image est trop grande pour devenir du JPEG");
     return QStringLiteral("la mémoire manque pour cette image");
 }

@@ -148,7 +148,8 @@ private slots:
                             command.path(QStringLiteral("./:a.png"))));
         QCOMPARE(command.run(words("-o :propre :a.png")), 0);
         QCOMPARE(command.filesIn(QStringLiteral(":propre")), QStringList(":a.png"));
-        QCOMPARE(command.run(words("--pdf :a.pdf :a.png")), 0);
+        command.file(QStringLiteral("./:liste"), ":a.png\n");
+        QCOMPARE(command.run(words("--pdf :a.pdf --files-from :liste")), 0);
         QVERIFY(command.contentOf(QStringLiteral(":a.pdf")).startsWith("%PDF"));
     }
 
