@@ -108,8 +108,7 @@ Document::~Document() = default;
 
 bool Document::add(const Page &page)
 {
-    if (!parts->isWell())
-        return false;
+    // After an error the library's functions do nothing.
     const HPDF_Doc document = parts->document;
     const HPDF_Page sheet = HPDF_AddPage(document);
     const bool isAcross = page.size.width() > page.size.height();
