@@ -54,6 +54,16 @@ bool copyBlock(const uchar *bits, int mappedBytes, QImage &picture)
     return isOpaque;
 }
 
+// The picture that the frame's sender shares; null if it shares none, or another kind.
+QImage sharedPicture(const QVideoFrame &frame)
+{
+    if (frame.handleType() != QAbstractVideoBuffer::NoHandle)
+        return {};
+    const auto picture = frame.handle().value<QImage>();
+    const bool fits = picture.format() == QImage::Format_RGB32 && picture.size() == frame.size();
+    return fits ? picture : QImage();
+}
+
 } // namespace
 
 VideoSurface::VideoSurface(QObject *parent)
@@ -90,6 +100,12 @@ bool VideoSurface::present(const QVideoFrame &frame)
 {
     if (!frame.isValid() || hasSeveralPlanes(frame.pixelFormat()))
         return false;
+    const QImage shared = sharedPicture(frame);
+    return shared.isNull() ? copy(frame) : keep(shared, true);
+}
+
+bool VideoSurface::copy(const QVideoFrame &frame)
+{
     QVideoFrame mapped(frame);
     if (!mapped.map(QAbstractVideoBuffer::ReadOnly))
         return false;
@@ -99,9 +115,11 @@ bool VideoSurface::present(const QVideoFrame &frame)
     const bool isOpaque =
         !picture.isNull() && copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
     mapped.unmap();
-    if (outOfMemory)
-        return false;
+    return !outOfMemory && keep(picture, isOpaque);
+}
 
+bool VideoSurface::keep(const QImage &picture, bool isOpaque)
+{
     image = picture;
     opaque = isOpaque;
     emit frameAvailable();

@@ -6,7 +6,7 @@
 /// How many frames all surfaces together have presented.
 extern int iFrame;
 
-/// The viewfinder of the camera: keeps a copy of the last frame and tells when there is a new one.
+/// The viewfinder of the camera: keeps the last frame and tells when there is a new one.
 class VideoSurface : public QAbstractVideoSurface
 {
     Q_OBJECT
@@ -24,8 +24,10 @@ public:
     /// Leaves a plain red picture behind, so that a stopped camera is not taken for a live one.
     void stop() override;
 
-    /// Keeps a copy of \a frame and emits frameAvailable(). Returns false, without a signal, for a
-    /// frame that is invalid, has several planes, cannot be mapped or is too large to hold. If a
+    /// Keeps \a frame and emits frameAvailable(). If the handle of its buffer (of type NoHandle) is
+    /// a QImage of its size in Format_RGB32, that picture is kept, and shares its memory. Any other
+    /// frame is copied. Returns false, without a signal, for a frame that is invalid or has several
+    /// planes, and for one to be copied that cannot be mapped or is too large to hold. If a
     /// frame's rows are padded, or its memory is shorter than its size claims, the part that memory
     /// and picture have in common is copied. The last 32 bytes of the memory are never copied: in a
     /// frame that is whole, its last 8 pixels repeat the one before them. Any other gap is black.
@@ -41,6 +43,9 @@ signals:
     void frameAvailable();
 
 private:
+    bool copy(const QVideoFrame &frame);
+    bool keep(const QImage &picture, bool isOpaque);
+
     QImage image;
     bool opaque = false;
 };

@@ -26,15 +26,12 @@ std::shared_ptr<DecodedFrame> DecodedFramePool::take(Size size)
         }
     }
     if (!frame) {
-        const std::size_t words =
-            std::size_t(size.width) * std::size_t(size.height) + DecodedFrame::trailerWords;
         frame = std::make_unique<DecodedFrame>();
         frame->size = size;
+        const std::size_t words = std::size_t(size.width) * std::size_t(size.height);
         frame->pixels.reset(new (std::nothrow) std::uint32_t[words]);
         if (!frame->pixels)
             return nullptr;
-        std::fill_n(frame->pixels.get() + words - DecodedFrame::trailerWords,
-                    DecodedFrame::trailerWords, 0u);
     }
     return {frame.release(), [pool = shared_from_this()](DecodedFrame *used) {
                 pool->giveBack(std::unique_ptr<DecodedFrame>(used));

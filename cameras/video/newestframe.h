@@ -17,10 +17,6 @@ namespace kivra::cameras {
 /// A picture ready to be shown: words 0xFFRRGGBB, row after row without gaps.
 struct DecodedFrame
 {
-    /// Extra words after the pixels: a receiver that counts the last bytes of a frame as the
-    /// driver's own then loses nothing of the picture.
-    static constexpr std::size_t trailerWords = 8;
-
     Size size;
     std::unique_ptr<std::uint32_t[]> pixels;
     std::uint64_t number = 0; ///< of the frame

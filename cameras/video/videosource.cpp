@@ -37,8 +37,22 @@ QCamera::LockTypes toQt(LockSet set)
     return locks;
 }
 
-/// A decoded picture as the content of a QVideoFrame, without a copy. The length that it reports
-/// includes the words after the picture, which Kivra's surface takes for the driver's.
+/// The picture as a QImage, in the same memory.
+QImage imageOf(const std::shared_ptr<const DecodedFrame> &picture)
+{
+    auto *const keeper = new std::shared_ptr<const DecodedFrame>(picture);
+    const auto *const bits = reinterpret_cast<const uchar *>(picture->pixels.get());
+    return {bits,
+            picture->size.width,
+            picture->size.height,
+            picture->size.width * 4,
+            QImage::Format_RGB32,
+            [](void *kept) { delete static_cast<std::shared_ptr<const DecodedFrame> *>(kept); },
+            keeper};
+}
+
+/// A decoded picture as the content of a QVideoFrame, without a copy. As its handle it gives the
+/// picture itself: a surface that keeps a frame then shares it and need not copy it.
 class DecodedBuffer : public QAbstractVideoBuffer
 {
 public:
@@ -57,7 +71,7 @@ public:
         currentMode = mode;
         const int stride = picture->size.width * 4;
         if (numBytes)
-            *numBytes = stride * picture->size.height + int(DecodedFrame::trailerWords * 4);
+            *numBytes = stride * picture->size.height;
         if (bytesPerLine)
             *bytesPerLine = stride;
         return reinterpret_cast<uchar *>(picture->pixels.get());
@@ -65,24 +79,12 @@ public:
 
     void unmap() override { currentMode = NotMapped; }
 
+    QVariant handle() const override { return imageOf(picture); }
+
 private:
     const std::shared_ptr<const DecodedFrame> picture;
     MapMode currentMode = NotMapped;
 };
-
-/// The picture as a QImage, in the same memory.
-QImage imageOf(const std::shared_ptr<const DecodedFrame> &picture)
-{
-    auto *const keeper = new std::shared_ptr<const DecodedFrame>(picture);
-    const auto *const bits = reinterpret_cast<const uchar *>(picture->pixels.get());
-    return {bits,
-            picture->size.width,
-            picture->size.height,
-            picture->size.width * 4,
-            QImage::Format_RGB32,
-            [](void *kept) { delete static_cast<std::shared_ptr<const DecodedFrame> *>(kept); },
-            keeper};
-}
 
 QImage previewOf(const QImage &picture)
 {

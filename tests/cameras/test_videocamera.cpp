@@ -186,17 +186,24 @@ private slots:
         QVERIFY(rig.errors.isEmpty());
     }
 
-    void everyPixelArrives()
+    void framesShareTheirPicture()
     {
         FakeMachine machine;
         machine.plug(0, smallCamera());
-        ServiceRig rig(machine);
-        QVERIFY(rig.startAndShow(128));
-        QVideoFrame frame = rig.surface.lastFrame;
-        QVERIFY(frame.map(QAbstractVideoBuffer::ReadOnly));
-        // The window's surface takes the last 32 bytes for the driver's.
-        QCOMPARE(frame.mappedBytes(), 64 * 48 * 4 + 32);
-        frame.unmap();
+        QImage picture;
+        {
+            ServiceRig rig(machine);
+            QVERIFY(rig.startAndShow(128));
+            QVideoFrame frame = rig.surface.lastFrame;
+            picture = frame.handle().value<QImage>();
+            QCOMPARE(picture.size(), QSize(64, 48));
+            QCOMPARE(picture.format(), QImage::Format_RGB32);
+            QVERIFY(frame.map(QAbstractVideoBuffer::ReadOnly));
+            QCOMPARE(frame.mappedBytes(), 64 * 48 * 4);
+            QCOMPARE(static_cast<const uchar *>(frame.bits()), picture.constBits());
+            frame.unmap();
+        }
+        QVERIFY(isEven(picture, 130)); // it outlives the frame and the camera
     }
 
     // Each component has memory of its own, in which the content follows bytes of the driver's;

@@ -21,6 +21,26 @@ QVideoFrame frameOver(const QByteArray &memory, const QSize &size, bool mappable
                        QVideoFrame::Format_RGB32);
 }
 
+// A frame whose sender shares a picture; its memory has other content.
+QVideoFrame sharingFrame(const QImage &picture, const QSize &size, bool mappable = true)
+{
+    class SharingBuffer : public DriverBuffer
+    {
+    public:
+        SharingBuffer(QImage picture, const QSize &size, bool canBeMapped)
+            : DriverBuffer(QByteArray(size.width() * size.height() * 4, '\x55'),
+                           size.width() * size.height() * 4, size.width() * 4, canBeMapped)
+            , shared(std::move(picture))
+        {
+        }
+        QVariant handle() const override { return shared; }
+
+    private:
+        const QImage shared;
+    };
+    return QVideoFrame(new SharingBuffer(picture, size, mappable), size, QVideoFrame::Format_RGB32);
+}
+
 QByteArray bytesOf(const QImage &picture)
 {
     return QByteArray(reinterpret_cast<const char *>(picture.constBits()),
@@ -171,6 +191,37 @@ private slots:
             QCOMPARE(buffer->mappings,
                      QList<QAbstractVideoBuffer::MapMode>{QAbstractVideoBuffer::ReadOnly});
             QCOMPARE(buffer->mapMode(), QAbstractVideoBuffer::NotMapped);
+        }
+    }
+
+    void sharedPictureIsNotCopied()
+    {
+        const QImage picture = gradient({16, 16});
+        VideoSurface surface;
+        QSignalSpy available(&surface, &VideoSurface::frameAvailable);
+        const int before = iFrame;
+        for (const bool mappable : {true, false})
+            QVERIFY(surface.present(sharingFrame(picture, picture.size(), mappable)));
+        QCOMPARE(available.count(), 2);
+        QCOMPARE(iFrame, before + 2);
+        QCOMPARE(surface.frame().constBits(), picture.constBits());
+        QVERIFY(surface.isOpaque());
+
+        surface.stop();
+        KIVRA_COMPARE_PICTURES(picture, gradient({16, 16}));
+        QCOMPARE(surface.frame().pixel(15, 15), 0xffff0000);
+    }
+
+    // Of another size, or with an alpha that nobody has looked at.
+    void sharedPictureOfAnotherKindIsNotTaken()
+    {
+        const QSize size(16, 16);
+        const QByteArray memory(16 * 16 * 4, '\x55');
+        VideoSurface surface;
+        for (const QImage &other :
+             {gradient({15, 16}), gradient(size).convertToFormat(QImage::Format_ARGB32)}) {
+            QVERIFY(surface.present(sharingFrame(other, size)));
+            KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenRest(memory, size));
         }
     }
 
