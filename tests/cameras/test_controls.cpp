@@ -98,6 +98,9 @@ private slots:
         QCOMPARE(light->requestedValue(compensation), QVariant(0.5));
         QVERIFY(light->supportedParameterRange(QCameraExposureControl::ISO, nullptr).isEmpty());
         QCOMPARE(light->requestedValue(QCameraExposureControl::ISO), QVariant());
+        QVERIFY(!light->setValue(QCameraExposureControl::ISO, 100));
+        QVERIFY(!light->setValue(compensation, QStringLiteral("clair")));
+        QCOMPARE(light->requestedValue(compensation), QVariant(0.5));
     }
 
     void buffersAreMappedOnceForReading()

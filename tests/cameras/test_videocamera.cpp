@@ -586,6 +586,58 @@ private slots:
         QCOMPARE(machine.kernel.streamsBegun(), begun);
     }
 
+    void previewOfAStill_data()
+    {
+        QTest::addColumn<QSize>("picture");
+        QTest::addColumn<QSize>("preview");
+        QTest::newRow("small") << QSize(64, 48) << QSize(64, 48);
+        QTest::newRow("wide") << QSize(1280, 320) << QSize(640, 160);
+        QTest::newRow("high") << QSize(320, 960) << QSize(160, 480);
+    }
+
+    void previewOfAStill()
+    {
+        QFETCH(QSize, picture);
+        QFETCH(QSize, preview);
+        FakeMachine machine;
+        FakeCamera camera;
+        camera.offers = {offer(yuyv, picture.width(), picture.height(), 30)};
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QSignalSpy captured(rig.stills, &QCameraImageCaptureControl::imageCaptured);
+        rig.stills->capture(stillPath("im.png"));
+        QTRY_VERIFY((machine.kernel.deliverEven(128), captured.size() == 1));
+        QCOMPARE(captured.constFirst().at(1).value<QImage>().size(), preview);
+    }
+
+    void stillFailsIfNoFrameComes()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QSignalSpy failed(rig.stills, &QCameraImageCaptureControl::error);
+        rig.stills->capture(stillPath("im.png"));
+        QVERIFY(rig.passTimeUntil([&] { return failed.size() == 1; }));
+        QVERIFY(!QFile::exists(stillPath("im.png")));
+    }
+
+    void stillFailsWhenALostCameraIsStopped()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QSignalSpy failed(rig.stills, &QCameraImageCaptureControl::error);
+        rig.stills->capture(stillPath("im.png"));
+        machine.unplug(0);
+        QTRY_COMPARE(rig.errors.size(), 1);
+        QCOMPARE(failed.size(), 0);
+        rig.control->setState(QCamera::LoadedState);
+        QTRY_COMPARE(failed.size(), 1);
+    }
+
     void jpegIsStoredAsItCame()
     {
         FakeMachine machine;
