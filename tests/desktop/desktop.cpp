@@ -10,6 +10,7 @@
 #include <QPixmap>
 #include <QScreen>
 #include <QTest>
+#include <QTextStream>
 
 namespace kivra::test {
 
@@ -125,8 +126,9 @@ int Desktop::close()
     const bool ended =
         program.waitForFinished(patienceMs) && program.exitStatus() == QProcess::NormalExit;
     const int code = ended ? program.exitCode() : -1;
+    // Not as a warning: in a silent run, QtTest drops those.
     if (code != 0)
-        qWarning().noquote() << "the program wrote:\n" + log();
+        QTextStream(stderr) << "the program wrote:\n" << log();
     return code;
 }
 

@@ -185,6 +185,16 @@ private slots:
         QCOMPARE(command.run(words("--force -o propre page.png")), 0);
         KIVRA_COMPARE_PICTURES(command.result(QStringLiteral("propre/page.png")), picture);
     }
+
+    void slashesAfterTheFolderAreNotTold()
+    {
+        Command command;
+        command.picture(QStringLiteral("page.png"), noise({20, 10}, 1));
+        command.file(QStringLiteral("p/page.png"), "kept");
+        QCOMPARE(command.run(words("-o p// page.png")), 2);
+        QVERIFY2(command.complaints.contains(QStringLiteral("p/page.png")),
+                 qPrintable(command.complaints));
+    }
 };
 
 KIVRA_TEST(TestTargets)
