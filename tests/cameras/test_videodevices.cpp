@@ -75,6 +75,32 @@ private slots:
         QCOMPARE(machine.kernel.opened(), 0);
     }
 
+    void factsFromTheNodeAlone_data()
+    {
+        QTest::addColumn<QByteArray>("bus");
+        QTest::addColumn<bool>("isUsb");
+        QTest::newRow("USB") << QByteArray("usb-0000:00:14.0-1") << true;
+        QTest::newRow("the board's own") << QByteArray("platform:isp") << false;
+    }
+
+    void factsFromTheNodeAlone()
+    {
+        QFETCH(QByteArray, bus);
+        QFETCH(bool, isUsb);
+        FakeMachine machine;
+        FakeCamera camera = usualCamera();
+        camera.bus = bus.toStdString();
+        machine.plug(0, camera);
+        const std::vector<VideoDevice> found = findDevices(machine.folders, machine.kernel);
+        QCOMPARE(found.size(), std::size_t(1));
+        const VideoDevice &device = found.front();
+        QCOMPARE(device.kind, NodeKind::Camera);
+        QCOMPARE(device.name, camera.card);
+        QCOMPARE(device.place, camera.bus);
+        QCOMPARE(device.usb, isUsb);
+        QCOMPARE(device.builtIn, !isUsb);
+    }
+
     void orderOfTheCatalogue()
     {
         FakeMachine machine;
