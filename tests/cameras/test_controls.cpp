@@ -74,6 +74,18 @@ private slots:
         QCOMPARE(selector->deviceName(-1), QString());
     }
 
+    void anotherDeviceGoesOnAsTheOneBefore()
+    {
+        auto *const camera = control<QCameraControl *>();
+        auto *const selector = control<QVideoDeviceSelectorControl *>();
+        for (const QCamera::State state :
+             {QCamera::UnloadedState, QCamera::LoadedState, QCamera::ActiveState}) {
+            camera->setState(state);
+            selector->setSelectedDevice(1 - selector->selectedDevice());
+            QCOMPARE(camera->state(), state);
+        }
+    }
+
     void surface()
     {
         auto *const renderer = control<QVideoRendererControl *>();

@@ -497,6 +497,32 @@ private slots:
         QVERIFY(rig.lastError().contains(QStringLiteral("débit")));
     }
 
+    // Each try may cost a slow camera a second.
+    void twelfthTryIsTheLast_data()
+    {
+        QTest::addColumn<int>("tooLarge");
+        QTest::addColumn<bool>("streams");
+        QTest::newRow("the twelfth fits") << 11 << true;
+        QTest::newRow("the thirteenth would fit") << 12 << false;
+    }
+
+    void twelfthTryIsTheLast()
+    {
+        QFETCH(int, tooLarge);
+        QFETCH(bool, streams);
+        FakeMachine machine;
+        FakeCamera camera;
+        for (int i = tooLarge; i >= 0; --i)
+            camera.offers.push_back(offer(yuyv, 64, 48 + i, 30));
+        camera.largestFrame = 64 * 48 * 2;
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        rig.start();
+        QTRY_VERIFY(machine.kernel.isStreaming() || !rig.errors.isEmpty());
+        QCOMPARE(machine.kernel.isStreaming(), streams);
+        QCOMPARE(rig.errors.isEmpty(), streams);
+    }
+
     void nothingReadable()
     {
         FakeMachine machine;
