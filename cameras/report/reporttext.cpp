@@ -48,6 +48,11 @@ QString kindText(NodeKind kind)
     return QStringLiteral("inconnu : le système ne dit pas ce que c'est");
 }
 
+bool isTooSlow(const VideoDevice &device)
+{
+    return device.usbSpeed > 0 && device.usbSpeed <= usb1Mbits;
+}
+
 QString connectionText(const VideoDevice &device)
 {
     if (!device.usb)
@@ -56,7 +61,7 @@ QString connectionText(const VideoDevice &device)
     if (device.usbSpeed == 0)
         return text;
     text += QStringLiteral(" à %1 Mbit/s").arg(device.usbSpeed);
-    if (device.usbSpeed <= usb1Mbits)
+    if (isTooSlow(device))
         return text + QStringLiteral(" (USB 1 : beaucoup trop lent pour une caméra)");
     if (device.usbSpeed <= usb2Mbits)
         return text + QStringLiteral(" (USB 2)");
@@ -181,6 +186,17 @@ QString adviceText(const CameraReport &report)
     return QStringLiteral("rien");
 }
 
+QString toDo(const CameraReport &report)
+{
+    const QString advice = isUsable(report) ? adviceText(report) : faultText(report.fault);
+    if (!isTooSlow(report.device))
+        return advice;
+    // First, because over such a connection many cameras offer less than they can.
+    const QString direct = QStringLiteral("branchez la caméra directement sur un port de "
+                                          "l'ordinateur, avec un autre câble");
+    return isUsable(report) ? direct : direct + QStringLiteral(". ") + advice;
+}
+
 QString cameraText(const CameraReport &report)
 {
     QString text = line(QStringLiteral("Utilisable"),
@@ -194,8 +210,7 @@ QString cameraText(const CameraReport &report)
         text += offersText(report.offers);
     if (!report.ranked.empty())
         text += line(QStringLiteral("Kivra prendrait"), choiceText(report.ranked.front()));
-    return text + line(QStringLiteral("À faire"),
-                       isUsable(report) ? adviceText(report) : faultText(report.fault));
+    return text + line(QStringLiteral("À faire"), toDo(report));
 }
 
 QString summary(const MachineReport &report)

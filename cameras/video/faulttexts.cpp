@@ -62,8 +62,9 @@ QString faultText(const FaultReport &report)
                          "débranchez les autres caméras.")
             .arg(camera);
     case Fault::NothingReadable:
-        return Texts::tr("La caméra « %1 » ne donne aucun format d'image que Kivra sache lire. La "
-                         "commande « kivra-cameras » dit lesquels elle donne.")
+        return Texts::tr("La caméra « %1 » ne donne aucun format d'image que Kivra sache lire : il "
+                         "en faut une autre. La commande « kivra-cameras » dit quels formats elle "
+                         "donne.")
             .arg(camera);
     case Fault::NoFrames:
         return Texts::tr(

@@ -606,8 +606,10 @@ private slots:
         QVERIFY(rig.startAndShow(128));
         const int begun = machine.kernel.streamsBegun();
         QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
-        rig.stills->capture(stillPath("im.png"));
+        const int id = rig.stills->capture(stillPath("im.png"));
+        QVERIFY(id >= 0); // a negative number would say that it failed
         QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+        QCOMPARE(saved.constFirst().constFirst().toInt(), id);
         QVERIFY(isEven(QImage(stillPath("im.png")), 130));
         QCOMPARE(machine.kernel.streamsBegun(), begun);
     }

@@ -82,7 +82,13 @@ private slots:
     void aSlowConnection()
     {
         plugIn(formats, 12);
-        QVERIFY(run().contains(QStringLiteral("beaucoup trop lent")));
+        QString said = run();
+        QVERIFY(said.contains(QStringLiteral("beaucoup trop lent")));
+        QVERIFY2(said.contains(QStringLiteral("À faire : branchez la caméra directement")),
+                 qPrintable(said));
+        plugIn({QStringLiteral("H264 1920x1080@30")}, 12);
+        said = run();
+        QVERIFY2(said.contains(QStringLiteral("un autre câble. La caméra")), qPrintable(said));
     }
 
     void theWish()
