@@ -86,6 +86,12 @@ long raiseLimit()
     return setrlimit(RLIMIT_CPU, &none);
 }
 
+long readViewersLimit()
+{
+    rlimit found = {};
+    return prlimit(getppid(), RLIMIT_CPU, nullptr, &found);
+}
+
 // Looks for descriptors that a decoder must not have: it has the standard ones, its socket, those
 // that wake its event loop, and the file that it reads.
 long useOtherDescriptors()
@@ -171,6 +177,7 @@ const QList<Trial> &trials()
         {{"signal-thread", calls},
          []() -> long { return syscall(SYS_tgkill, getppid(), getppid(), 0); }},
         {{"raise-limit", calls}, raiseLimit},
+        {{"viewers-limit", calls}, readViewersLimit},
         {{"core-again", calls}, []() -> long { return prctl(PR_SET_DUMPABLE, 1); }},
         {{"outlive-viewer", calls}, []() -> long { return prctl(PR_SET_PDEATHSIG, 0); }},
         {{"memory-file", calls}, []() -> long { return memfd_create("x", 0); }},
