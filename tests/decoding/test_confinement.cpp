@@ -2,6 +2,7 @@
 // outside; on this kernel, and on one that lacks a part.
 
 #include "decoding/confined/decoderprocess.h"
+#include "decoding/confined/openedfile.h"
 #include "decoding/picturedecoder.h"
 #include "tests/decoding/faultyformat.h"
 #include "tests/decoding/forbidden.h"
@@ -171,6 +172,13 @@ private slots:
     }
 
     // What the system says of the running program, for each of its threads.
+    void openedFilesAreNotInherited()
+    {
+        const kivra::OpenedFile opened = kivra::openFile(QCoreApplication::applicationFilePath());
+        QVERIFY(opened.descriptor.isOpen());
+        QVERIFY((fcntl(opened.descriptor.get(), F_GETFD) & FD_CLOEXEC) != 0);
+    }
+
     void runningDecoder()
     {
         const int decoder = startedDecoder();
