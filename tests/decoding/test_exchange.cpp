@@ -6,6 +6,7 @@
 #include "tests/support/testmain.h"
 
 #include <QTest>
+#include <cerrno>
 #include <fcntl.h>
 #include <functional>
 #include <sys/mman.h>
@@ -79,6 +80,7 @@ private slots:
         QVERIFY(ftruncate(memory.descriptor(), 10) != 0);
         QVERIFY(ftruncate(memory.descriptor(), 1 << 20) != 0);
         QVERIFY(fcntl(memory.descriptor(), F_ADD_SEALS, F_SEAL_WRITE) != 0);
+        QCOMPARE(errno, EPERM); // sealed, not only in use
     }
 
     void wrongSizeMayBeCorrectedOnce()

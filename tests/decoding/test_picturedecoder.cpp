@@ -205,6 +205,8 @@ private slots:
         QTest::newRow("crash") << faultyPicture("crash") << false;
         QTest::newRow("wait") << faultyPicture("wait") << false;
         QTest::newRow("work") << faultyPicture("work") << false;
+        // Less than the system's limit, which counts whole seconds.
+        QTest::newRow("too much work") << faultyPicture("work 900") << false;
         QTest::newRow("leave") << faultyPicture("leave") << false;
         QTest::newRow("much memory") << faultyPicture("memory 1900") << true;
         QTest::newRow("too much memory") << faultyPicture("memory 2100") << false;
