@@ -188,12 +188,12 @@ QString adviceText(const CameraReport &report)
 
 QString toDo(const CameraReport &report)
 {
-    const QString advice = isUsable(report) ? adviceText(report) : faultText(report.fault);
+    QString advice = isUsable(report) ? adviceText(report) : faultText(report.fault);
     if (!isTooSlow(report.device))
         return advice;
     // First, because over such a connection many cameras offer less than they can.
-    const QString direct = QStringLiteral("branchez la caméra directement sur un port de "
-                                          "l'ordinateur, avec un autre câble");
+    QString direct = QStringLiteral("branchez la caméra directement sur un port de l'ordinateur, "
+                                    "avec un autre câble");
     return isUsable(report) ? direct : direct + QStringLiteral(". ") + advice;
 }
 
