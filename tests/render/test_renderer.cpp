@@ -1,22 +1,14 @@
-#include "cameras/demo/chalkboard.h"
-#include "cameras/demo/difficultlight.h"
-#include "cameras/demo/handwrittenpage.h"
-#include "cameras/demo/printedpage.h"
-#include "cameras/demo/scenepictures.h"
 #include "render/renderer.h"
 #include "tests/reference/reference.h"
 #include "tests/render/pictures.h"
 #include "tests/render/spy.h"
 #include "tests/render/versions.h"
-#include "tests/support/thisbuild.h"
 
 #include <QElapsedTimer>
 #include <QPixmap>
-#include <QRandomGenerator>
 #include <array>
 #include <atomic>
 #include <climits>
-#include <memory>
 #include <set>
 #include <thread>
 
@@ -29,14 +21,6 @@ using kivra::test::Spy;
 namespace reference = kivra::reference;
 
 namespace {
-
-struct Coefficients
-{
-    int lumiere;
-    int contraste;
-};
-
-constexpr std::array<Coefficients, 4> coefficients{{{0, 100}, {20, 172}, {-40, 57}, {100, 1000}}};
 
 // By a renderer of its own.
 QImage rendered(const QImage &picture, const FrameSettings &settings)
@@ -53,59 +37,6 @@ unsigned int rendered(unsigned int word, const FrameSettings &settings)
 QImage pictureIn(QImage::Format format)
 {
     return randomPicture(QSize(20, 10)).convertToFormat(format);
-}
-
-// The first difference in a mode, with some effects and coefficients: a quarter of them for a small
-// picture, an eighth for a large one, which takes long; others for each \a turn. Half as many under
-// the sanitizers: which memory is used depends only on the size and the mode.
-QString differenceOfMode(const QImage &picture, int mode, int turn)
-{
-    const bool isLarge = picture.width() * picture.height() > 100000;
-    const int step = (isLarge ? 8 : 4) * (isSanitized() ? 2 : 1);
-    int number = turn + 3 * mode;
-    const QImage afterMode = reference::mode(picture, mode);
-    for (int effect = 0; effect <= 3; ++effect) {
-        for (const auto [lumiere, contraste] : coefficients) {
-            if (number++ % step != 0)
-                continue;
-            const FrameSettings settings{mode, effect, lumiere, contraste};
-            const QImage expected =
-                reference::tableAndEffect(afterMode, lumiere, contraste, effect);
-            const QString found = difference(rendered(picture, settings), expected);
-            if (!found.isEmpty()) {
-                return QStringLiteral("mode %1, effect %2, lumiere %3, contraste %4: %5")
-                    .arg(mode)
-                    .arg(effect)
-                    .arg(lumiere)
-                    .arg(contraste)
-                    .arg(found);
-            }
-        }
-    }
-    return {};
-}
-
-// Greys so close to each other that each is close to the mean of its neighbours.
-QImage faintNoise(const QSize &size)
-{
-    QImage picture(size, QImage::Format_RGB32);
-    QRandomGenerator random(1);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x)
-            reinterpret_cast<QRgb *>(picture.scanLine(y))[x] =
-                qRgb(0, 0, 0) | (124 + random.bounded(8U)) * 0x010101U;
-    }
-    return picture;
-}
-
-// What the demonstration camera sees of this scene after a second.
-template<typename Scene>
-QImage seenBy(QSize size)
-{
-    QImage picture(size, QImage::Format_RGB32);
-    const std::atomic<bool> abandoned(false);
-    kivra::cameras::ScenePictures(std::make_unique<Scene>()).make(picture, 1, 0, abandoned);
-    return picture;
 }
 
 } // namespace
@@ -179,81 +110,6 @@ private slots:
         for (const int number : {INT_MIN, -1, 7, INT_MAX}) {
             KIVRA_COMPARE_PICTURES(rendered(picture, {number, 0, 0, 100}), neutral);
             KIVRA_COMPARE_PICTURES(rendered(picture, {0, number, 0, 100}), neutral);
-        }
-    }
-
-    void allCombinationsMatchTheReference_data()
-    {
-        QTest::addColumn<int>("motif");
-        QTest::addColumn<int>("mode");
-        for (std::size_t motif = 0; motif < motifs().size(); ++motif) {
-            for (int mode = 0; mode <= 6; ++mode)
-                QTest::addRow("%s, mode %d", motifs()[motif].name, mode) << int(motif) << mode;
-        }
-    }
-
-    void allCombinationsMatchTheReference()
-    {
-        QFETCH(int, motif);
-        QFETCH(int, mode);
-        std::vector<QSize> sizes = smallSizes();
-        for (const QSize size : largeSizes())
-            sizes.push_back(size);
-        for (const QSize size : sizes) {
-            const QImage picture = motifs().at(static_cast<std::size_t>(motif)).draw(size);
-            const QString found = differenceOfMode(picture, mode, motif + size.height());
-            QVERIFY2(found.isEmpty(), qPrintable(found));
-        }
-    }
-
-    // More columns than a tile, fewer rows than a neighbourhood, and the other way round.
-    void flatAndNarrowPicturesMatchTheReference()
-    {
-        for (const QSize size : {QSize(1500, 2), QSize(1025, 3), QSize(513, 6), QSize(30000, 7),
-                                 QSize(2, 1500), QSize(3, 700), QSize(40000, 2), QSize(70000, 1)}) {
-            for (const Motif &motif : motifs()) {
-                const QImage picture = motif.draw(size);
-                for (int mode = 0; mode <= 6; ++mode)
-                    KIVRA_COMPARE_PICTURES(rendered(picture, {mode, 2, 0, 100}),
-                                           reference::frame(picture, mode, 2, 0, 100));
-            }
-        }
-    }
-
-    // A mean over repeated rows equals the mean of one row except for rounding, which would flip
-    // one pixel in a million.
-    void rowOrColumnAloneMatchesTheReference()
-    {
-        constexpr int length = 4000000;
-        for (const QSize size : {QSize(length, 1), QSize(1, length)}) {
-            const QImage picture = faintNoise(size);
-            for (const int mode : {4, 5})
-                KIVRA_COMPARE_PICTURES(rendered(picture, {mode, 0, 0, 100}),
-                                       reference::frame(picture, mode, 0, 0, 100));
-        }
-    }
-
-    void demonstrationPicturesMatchTheReference_data()
-    {
-        using namespace kivra::cameras;
-        QTest::addColumn<QImage>("picture");
-        QTest::addColumn<int>("turn");
-        for (const QSize size : {QSize(321, 181), QSize(1281, 721)}) {
-            const QByteArray suffix = ", " + QByteArray::number(size.width());
-            QTest::newRow("printed page" + suffix) << seenBy<PrintedPage>(size) << 0;
-            QTest::newRow("handwritten page" + suffix) << seenBy<HandwrittenPage>(size) << 1;
-            QTest::newRow("chalkboard" + suffix) << seenBy<Chalkboard>(size) << 2;
-            QTest::newRow("difficult light" + suffix) << seenBy<DifficultLight>(size) << 3;
-        }
-    }
-
-    void demonstrationPicturesMatchTheReference()
-    {
-        QFETCH(QImage, picture);
-        QFETCH(int, turn);
-        for (int mode = 0; mode <= 6; ++mode) {
-            const QString found = differenceOfMode(picture, mode, turn);
-            QVERIFY2(found.isEmpty(), qPrintable(found));
         }
     }
 

@@ -6,15 +6,27 @@
 
 namespace kivra::test {
 
+const std::vector<Isa> &testedVersions()
+{
+    static const std::vector<Isa> versions = [] {
+        const Isa best = kernels().isa;
+        std::vector<Isa> found;
+        if (!qEnvironmentVariableIsSet("KIVRA_ISA")) {
+            for (const Isa isa : {Isa::Portable, Isa::Sse41, Isa::Avx2}) {
+                if (isa < best)
+                    found.push_back(isa);
+            }
+        }
+        found.push_back(best);
+        return found;
+    }();
+    return versions;
+}
+
 int runForEachVersion(Registration::Run run, int argc, char **argv)
 {
-    if (qEnvironmentVariableIsSet("KIVRA_ISA"))
-        return run(argc, argv);
-    const Isa best = kernels().isa;
     int failed = 0;
-    for (const Isa isa : {Isa::Portable, Isa::Sse41, Isa::Avx2}) {
-        if (isa > best)
-            break;
+    for (const Isa isa : testedVersions()) {
         useKernels(kernelsFor(isa));
         const int failures = run(argc, argv);
         if (failures != 0)

@@ -1,11 +1,17 @@
 #pragma once
 
+#include "render/kernels/kernels.h"
 #include "tests/support/testmain.h"
+
+#include <vector>
 
 namespace kivra::test {
 
-/// Runs \a run once for each version of the kernels that this machine has, or only for the one that
-/// KIVRA_ISA names. 0 if all runs gave 0.
+/// The versions of the kernels that are tested: those that this machine has, the best last, or only
+/// the one that KIVRA_ISA names. Found out at the first call, before any other version is used.
+const std::vector<Isa> &testedVersions();
+
+/// Runs \a run once with each of these versions. 0 if all runs gave 0.
 int runForEachVersion(Registration::Run run, int argc, char **argv);
 
 } // namespace kivra::test
