@@ -15,9 +15,10 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     find_program(KIVRA_CCACHE ccache)
     mark_as_advanced(KIVRA_CCACHE)
     if(KIVRA_CCACHE)
-        # Without these options, ccache does not cache sources that use precompiled headers.
-        set(CMAKE_CXX_COMPILER_LAUNCHER
-            ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${KIVRA_CCACHE})
+        # Without the sloppiness, ccache does not cache sources that use precompiled headers. The compiler lists
+        # the headers for Ninja anyway, so the preprocessor need not run for ccache too.
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_DEPEND=1
+            CCACHE_SLOPPINESS=pch_defines,time_macros ${KIVRA_CCACHE})
         if(KIVRA_TESTS AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
             add_compile_options(-fpch-preprocess)
         endif()
