@@ -49,6 +49,31 @@ build() {
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
+# test_inputs PRESET: what decides whether the preset's tests pass, a checksum and a path a line: the programs
+# and plug-ins, how the tests run them, and the files that they read.
+test_inputs() {
+    {
+        find "build/$1" -name CMakeFiles -prune -o -type f \
+            \( -path '*/bin/*' -o -name '*.so' -o -name CTestTestfile.cmake \) -print0
+        find tests -type f ! -name '*.cpp' ! -name '*.h' -print0
+    } | xargs -0 sha256sum | sort
+}
+
+# pass_tests PRESET: runs the preset's tests. Once all have passed, runs only those again that read sources or
+# use programs that have changed since; the labels of a test tell.
+pass_tests() {
+    local preset=$1 passed=build/$1/passed changed labels selection=()
+    test_inputs "$preset" >"$passed.new"
+    if [ -f "$passed" ]; then
+        mapfile -t changed < <(comm -3 "$passed" "$passed.new" | awk '{ print $2 }' | sort -u)
+        labels=$(printf '%s\n' sources "${changed[@]##*/}" | paste -s -d '|')
+        printf '%s\n' "${changed[@]}" | grep -q -e '^tests/' -e '/CTestTestfile.cmake$' ||
+            selection=(--no-tests=ignore --label-regex "^($labels)\$")
+    fi
+    ctest --preset "$preset" "${selection[@]}"
+    mv "$passed.new" "$passed"
+}
+
 # source_time: when this tree was last changed, in seconds since 1970: its commit's time (root may ask
 # for it in a user's tree) or, without git, the newest day of the change log.
 source_time() {
