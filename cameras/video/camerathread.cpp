@@ -304,7 +304,6 @@ StreamFacts CameraThread::factsOf(const OpenCamera &opened) const
     StreamFacts result;
     const Capture &stream = opened.stream();
     result.rate = std::chrono::duration<double>(1s) / stream.interval();
-    result.isJpeg = isCompressed(stream.format().fourcc);
     result.stillSizes.push_back(turned(stream.format().size, orientation));
     for (const Size size : opened.largerSizes())
         result.stillSizes.push_back(turned(size, orientation));
@@ -417,17 +416,24 @@ std::optional<StillOrder> CameraThread::orderedStill()
     return still;
 }
 
-/// Takes the still from a frame of the stream; if that is not good, the next frame is tried.
-void CameraThread::serveStill(const StillOrder &order, const CapturedFrame &frame)
+/// The still that this frame of the stream makes; without a picture if the frame is not good.
+StillResult CameraThread::stillFrom(const CapturedFrame &frame, const StillOrder &order) const
 {
     const FrameFormat &format = camera->stream().format();
     StillResult result;
     result.id = order.id;
     result.picture = decoded(format, orientation, frame.frame);
+    if (result.picture && order.asFile && isCompressed(format.fourcc))
+        result.file = jpegFile(frame.frame.planes[0], frame.frame.lengths[0], orientation);
+    return result;
+}
+
+/// Takes the still from a frame of the stream; if that is not good, the next frame is tried.
+void CameraThread::serveStill(const StillOrder &order, const CapturedFrame &frame)
+{
+    StillResult result = stillFrom(frame, order);
     if (!result.picture)
         return;
-    if (order.asFile && isCompressed(format.fourcc))
-        result.file = jpegFile(frame.frame.planes[0], frame.frame.lengths[0], orientation);
     listener->onStillExposed(order.id);
     answerStill(std::move(result));
 }
@@ -443,7 +449,7 @@ void CameraThread::takeLarge(const StillOrder &order)
     result.id = order.id;
     // The camera's size: turning swaps the sides, and turning again swaps them back.
     if (camera->beginLarge(turned(order.size, orientation)) == Fault::None) {
-        result.picture = settledPicture();
+        result = settledStill(order);
         stream.end();
     }
     if (result.picture)
@@ -457,13 +463,14 @@ void CameraThread::takeLarge(const StillOrder &order)
     beginPictures();
 }
 
-/// A picture of the running stream with settled exposure, or else the last one that came in time.
-/// Null if none was good.
-std::shared_ptr<DecodedFrame> CameraThread::settledPicture()
+/// A still from the running stream with settled exposure, or else from the last frame that came in
+/// time. Without a picture if none was good.
+StillResult CameraThread::settledStill(const StillOrder &order)
 {
     Capture &stream = camera->stream();
     const std::chrono::nanoseconds end = now() + longestStill;
-    std::shared_ptr<DecodedFrame> last;
+    StillResult last;
+    last.id = order.id;
     double lastBrightness = 0;
     for (int count = 0; count < mostFramesToSettle && now() < end && goesOn();) {
         if (waiter->wait(&camera->openNode(), end - now()) != Waiter::Wake::Ready)
@@ -473,14 +480,15 @@ std::shared_ptr<DecodedFrame> CameraThread::settledPicture()
             break;
         if (!frame)
             continue;
-        std::shared_ptr<DecodedFrame> picture = decoded(stream.format(), orientation, frame->frame);
+        StillResult taken = stillFrom(*frame, order);
         stream.giveBack(frame->buffer);
         ++count;
-        if (!picture)
+        if (!taken.picture)
             continue;
-        const double brightness = brightnessOf(*picture);
-        const bool isSettled = last && std::abs(brightness - lastBrightness) <= settledChange * 255;
-        last = std::move(picture);
+        const double brightness = brightnessOf(*taken.picture);
+        const bool isSettled =
+            last.picture && std::abs(brightness - lastBrightness) <= settledChange * 255;
+        last = std::move(taken);
         lastBrightness = brightness;
         if (isSettled && count > framesBeforeSettled)
             break;

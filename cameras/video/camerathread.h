@@ -12,8 +12,7 @@ namespace kivra::cameras {
 /// What a camera actually delivers.
 struct StreamFacts
 {
-    double rate = 0; ///< frames a second
-    bool isJpeg = false;
+    double rate = 0;              ///< frames a second
     std::vector<Size> stillSizes; ///< of the upright picture: the stream's, then larger ones
     LockSet locks = 0;            ///< what the device can lock
     bool canCompensate = true;    ///< the exposure
@@ -124,9 +123,10 @@ private:
     void tell(Fault fault, int error);
 
     std::optional<StillOrder> orderedStill();
+    StillResult stillFrom(const CapturedFrame &frame, const StillOrder &order) const;
     void serveStill(const StillOrder &order, const CapturedFrame &frame);
     void takeLarge(const StillOrder &order);
-    std::shared_ptr<DecodedFrame> settledPicture();
+    StillResult settledStill(const StillOrder &order);
     void answerStill(StillResult result);
     void failStill();
     void watchStill();

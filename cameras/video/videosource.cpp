@@ -218,8 +218,7 @@ void VideoSource::takeStill(const StillRequest &request)
     StillOrder order;
     order.id = request.id;
     order.size = {request.resolution.width(), request.resolution.height()};
-    const bool isStreams = !facts.stillSizes.empty() && order.size == facts.stillSizes.front();
-    order.asFile = isStreams && facts.isJpeg && request.codec == QLatin1String("jpeg") &&
+    order.asFile = request.codec == QLatin1String("jpeg") &&
                    request.quality >= QMultimedia::NormalQuality;
     thread->takeStill(order);
 }

@@ -739,6 +739,28 @@ private slots:
         QVERIFY(rig.errors.isEmpty());
     }
 
+    void largerJpegIsStoredAsItCame()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        QImageEncoderSettings settings;
+        settings.setResolution(128, 96);
+        rig.service->requestControl<QImageEncoderControl *>()->setImageSettings(settings);
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.jpg"));
+        const std::vector<std::uint8_t> bytes = jpegOf(evenPicture(Qt::gray, {128, 96}));
+        const auto deliver = [&] {
+            if (machine.kernel.format().width == 128 && machine.kernel.queuedBuffers() == 6)
+                machine.kernel.deliver(bytes);
+            return saved.size() == 1;
+        };
+        QTRY_VERIFY(deliver());
+        QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
+    }
+
     void stillSurvivesStop()
     {
         FakeMachine machine;
