@@ -192,7 +192,9 @@ void Reading::takeList(const QString &list)
         fail(QStringLiteral("--files-from : « %1 » ne peut pas être lu").arg(list));
         return;
     }
-    for (const QByteArray &name : file.readAll().split('\n')) {
+    for (QByteArray name : file.readAll().split('\n')) {
+        if (name.endsWith('\r')) // a list from another system
+            name.chop(1);
         if (!name.isEmpty())
             line.options.sources += pathOf(name);
     }
@@ -207,6 +209,10 @@ void Reading::check()
         fail(QStringLiteral("-o et --pdf ne vont pas ensemble"));
     if (!options.pdf.isEmpty() && options.format != Options::Format::Kept)
         fail(QStringLiteral("--format et --pdf ne vont pas ensemble"));
+    // Without a name of its own for the document, a shell's *.jpg would name a picture as its
+    // place.
+    if (!options.pdf.isEmpty() && !options.pdf.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
+        fail(QStringLiteral("--pdf : « %1 » ne finit pas par .pdf").arg(options.pdf));
     if (options.sources.isEmpty())
         fail(QStringLiteral("aucune image n'est donnée"));
 }

@@ -125,12 +125,13 @@ private slots:
         Command command;
         command.picture(QStringLiteral("page.png"), noise({20, 10}, 1));
         QDir(command.path()).mkpath(QStringLiteral("propre/page.png"));
+        QDir(command.path()).mkpath(QStringLiteral("cours.pdf"));
         for (const char *line : {"-o propre page.png", "--force -o propre page.png"}) {
             QCOMPARE(command.run(words(line)), 2);
             QVERIFY2(command.complaints.contains(QStringLiteral("un dossier porte ce nom")),
                      qPrintable(command.complaints));
         }
-        QCOMPARE(command.run(words("--force --pdf propre page.png")), 1);
+        QCOMPARE(command.run(words("--force --pdf cours.pdf page.png")), 1);
         QVERIFY(command.complaints.contains(QStringLiteral("un dossier porte ce nom")));
     }
 

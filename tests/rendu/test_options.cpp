@@ -54,6 +54,8 @@ private slots:
                                     << "--pdf";
         QTest::newRow("a format of pages") << "--format png --pdf a.pdf page.png"
                                            << "--format";
+        QTest::newRow("a picture in place of the document") << "--force --pdf page.png page.png"
+                                                           << ".pdf";
         QTest::newRow("unknown") << "--rien -o propre page.png"
                                  << "--rien";
         QTest::newRow("unknown letter") << "-qx -o propre page.png"
@@ -138,6 +140,9 @@ private slots:
         command.file(QStringLiteral("suite.txt"), "./--force.png\n");
         QCOMPARE(command.run(words("-o tout --files-from=suite.txt --files-from=liste.txt")), 0);
         QCOMPARE(command.filesIn(QStringLiteral("tout")), all);
+        command.file(QStringLiteral("ailleurs.txt"), QByteArray(names).replace("\n", "\r\n"));
+        QCOMPARE(command.run(words("-o ailleurs --files-from=ailleurs.txt")), 0);
+        QCOMPARE(command.filesIn(QStringLiteral("ailleurs")), all.mid(1));
     }
 
     void namesThatBeginWithAColon()
