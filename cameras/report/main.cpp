@@ -50,9 +50,12 @@ int main(int argc, char **argv)
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Affiche la version."));
     parser.addOptions({json, help, version});
-    const bool understood = parser.parse(QCoreApplication::arguments());
-    if (!understood || !parser.positionalArguments().isEmpty()) {
-        std::fputs("kivra-cameras : option inconnue ; voir kivra-cameras --help\n", stderr);
+    parser.parse(QCoreApplication::arguments());
+    const QStringList unknown = parser.unknownOptionNames() + parser.positionalArguments();
+    if (!unknown.isEmpty()) {
+        std::fprintf(stderr,
+                     "kivra-cameras : « %s » : option inconnue ; voir kivra-cameras --help\n",
+                     qPrintable(unknown.first()));
         return 2;
     }
     if (parser.isSet(help)) {

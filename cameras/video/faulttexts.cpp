@@ -63,8 +63,7 @@ QString faultText(const FaultReport &report)
             .arg(camera);
     case Fault::NothingReadable:
         return Texts::tr("La caméra « %1 » ne donne aucun format d'image que Kivra sache lire : il "
-                         "en faut une autre. La commande « kivra-cameras » dit quels formats elle "
-                         "donne.")
+                         "en faut une autre.")
             .arg(camera);
     case Fault::NoFrames:
         return Texts::tr(
