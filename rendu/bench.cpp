@@ -36,7 +36,7 @@ QImage Bench::render(const QString &source, const FrameSettings &settings, QStri
     bool quits = false;
     QImage picture = decode(source, &quits);
     if (picture.isNull() && !quits)
-        *fault = QStringLiteral("ce n'est pas une image que Kivra sait ouvrir");
+        *fault = QStringLiteral("Kivra ne sait pas ouvrir cette image, ou elle est trop grande");
     if (picture.isNull())
         return {};
     picture = upright(picture, orientation);
