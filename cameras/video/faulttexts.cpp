@@ -62,7 +62,7 @@ QString faultText(const FaultReport &report)
                          "débranchez les autres caméras.")
             .arg(camera);
     case Fault::NothingReadable:
-        return Texts::tr("La caméra « %1 » ne donne aucun format d'image que Kivra sache lire : il "
+        return Texts::tr("La caméra « %1 » ne donne aucun format d'image que Kivra sache lire. Il "
                          "en faut une autre.")
             .arg(camera);
     case Fault::NoFrames:
