@@ -218,8 +218,8 @@ void VideoSource::takeStill(const StillRequest &request)
     StillOrder order;
     order.id = request.id;
     order.size = {request.resolution.width(), request.resolution.height()};
-    order.asFile = request.codec == QLatin1String("jpeg") &&
-                   request.quality >= QMultimedia::NormalQuality;
+    order.asFile =
+        request.codec == QLatin1String("jpeg") && request.quality >= QMultimedia::NormalQuality;
     thread->takeStill(order);
 }
 

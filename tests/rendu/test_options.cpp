@@ -55,7 +55,7 @@ private slots:
         QTest::newRow("a format of pages") << "--format png --pdf a.pdf page.png"
                                            << "--format";
         QTest::newRow("a picture in place of the document") << "--force --pdf page.png page.png"
-                                                           << ".pdf";
+                                                            << ".pdf";
         QTest::newRow("unknown") << "--rien -o propre page.png"
                                  << "--rien";
         QTest::newRow("unknown letter") << "-qx -o propre page.png"
