@@ -67,7 +67,7 @@ QString differenceOfMode(const QImage &picture, int mode, int turn)
         for (const auto [lumiere, contraste] : coefficients) {
             if (number++ % step != 0)
                 continue;
-            const QString found = differenceOfVersions(
+            QString found = differenceOfVersions(
                 picture, {mode, effect, lumiere, contraste},
                 reference::tableAndEffect(afterMode, lumiere, contraste, effect));
             if (!found.isEmpty())
