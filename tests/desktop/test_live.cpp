@@ -166,7 +166,7 @@ private slots:
         desktop->key(QStringLiteral("Down"));
         desktop->keepScreenshot(QStringLiteral("menu"));
         desktop->key(QStringLiteral("Return")); // Start is disabled: the first entry is Stop
-        QTRY_VERIFY_WITH_TIMEOUT(standsStill(), patienceMs);
+        QVERIFY(QTest::qWaitFor([&] { return standsStill(); }, patienceMs));
         desktop->clickInWindow(cameraMenu);
         desktop->key(QStringLiteral("Down"));
         desktop->key(QStringLiteral("Return"));

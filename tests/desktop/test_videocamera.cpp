@@ -202,7 +202,7 @@ private slots:
     {
         startWith(documentCamera);
         desktop->key(QStringLiteral("ctrl+k"));
-        QTRY_VERIFY_WITH_TIMEOUT(standsStill(), patienceMs);
+        QVERIFY(QTest::qWaitFor([&] { return standsStill(); }, patienceMs));
         desktop->key(QStringLiteral("ctrl+k"));
         QVERIFY(moves());
     }
