@@ -1,5 +1,6 @@
 #include "storage/wholefile.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QThreadPool>
@@ -17,16 +18,33 @@ void sync(const QByteArray &path)
     close(opened);
 }
 
+// Not Qt's global pool: a slow disk would block the pictures that are converted there.
+QThreadPool &disk()
+{
+    static QThreadPool pool;
+    return pool;
+}
+
+void finish()
+{
+    disk().waitForDone();
+}
+
 } // namespace
 
-// Not in Qt's global pool: a slow disk would block the pictures that are converted there.
 void syncToDisk(const QString &path)
 {
-    static QThreadPool disk;
-    disk.setMaxThreadCount(1);
+    static const bool isReady = [] {
+        disk().setMaxThreadCount(1);
+        // A Qt thread uses the application object when it starts, so it crashes if the program ends
+        // at that moment.
+        qAddPostRoutine(finish);
+        return true;
+    }();
+    Q_UNUSED(isReady)
     const QByteArray file = QFile::encodeName(path);
     const QByteArray folder = QFile::encodeName(QFileInfo(path).path());
-    disk.start([=] {
+    disk().start([=] {
         sync(file);
         sync(folder);
     });

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -130,6 +131,17 @@ private slots:
         };
         QCOMPARE(makeWholeFile(pathOf("a"), Existing::Kept, full), ENOSPC);
         QVERIFY(kivra::test::Sandbox::instance().storedFiles().isEmpty());
+    }
+
+    // No thread of Qt's may start while the application object is destroyed.
+    void programEndsAfterTheSync()
+    {
+        QProcess program;
+        program.start(QCoreApplication::applicationDirPath() + QStringLiteral("/endprobe"),
+                      {pathOf(QStringLiteral("a"))});
+        QVERIFY(program.waitForFinished());
+        QCOMPARE(program.readAllStandardOutput(), QByteArray("1"));
+        QCOMPARE(program.exitCode(), 0);
     }
 
     // Permissions are those of any other file of the user's.
