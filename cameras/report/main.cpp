@@ -50,12 +50,13 @@ int main(int argc, char **argv)
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Affiche la version."));
     parser.addOptions({json, help, version});
-    parser.parse(QCoreApplication::arguments());
+    const QStringList arguments = QCoreApplication::arguments();
+    const bool understood = parser.parse(arguments);
     const QStringList unknown = parser.unknownOptionNames() + parser.positionalArguments();
-    if (!unknown.isEmpty()) {
+    if (!understood || !unknown.isEmpty()) {
         std::fprintf(stderr,
                      "kivra-cameras : « %s » : option inconnue ; voir kivra-cameras --help\n",
-                     qPrintable(unknown.first()));
+                     qPrintable(unknown.value(0, arguments.last())));
         return 2;
     }
     if (parser.isSet(help)) {

@@ -133,8 +133,10 @@ private slots:
         QCOMPARE(run({QStringLiteral("--version")}),
                  QStringLiteral("kivra-cameras " KIVRA_VERSION "\n"));
         QCOMPARE(status, 0);
-        run({QStringLiteral("--rien")});
-        QCOMPARE(status, 2);
+        for (const char *wrong : {"--rien", "rien", "--json=rien"}) {
+            run({QLatin1String(wrong)});
+            QCOMPARE(status, 2);
+        }
     }
 
 private:
