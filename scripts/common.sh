@@ -67,7 +67,7 @@ pass_tests() {
     if [ -f "$passed" ]; then
         mapfile -t changed < <(comm -3 "$passed" "$passed.new" | awk '{ print $2 }' | sort -u)
         labels=$(printf '%s\n' sources "${changed[@]##*/}" | paste -s -d '|')
-        printf '%s\n' "${changed[@]}" | grep -q -e '^tests/' -e '/CTestTestfile.cmake$' ||
+        grep -q -e '^tests/' -e '/CTestTestfile.cmake$' < <(printf '%s\n' "${changed[@]}") ||
             selection=(--no-tests=ignore --label-regex "^($labels)\$")
     fi
     ctest --preset "$preset" "${selection[@]}"
