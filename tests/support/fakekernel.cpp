@@ -102,8 +102,8 @@ public:
     {
         const std::lock_guard<std::mutex> lock(kernel.mutex);
         --kernel.nodesOpen;
-        if (!isGone())
-            kernel.streaming = false;
+        if (kernel.streamer == this)
+            kernel.streamer = nullptr;
     }
 
     int control(unsigned long request, void *argument) override
@@ -186,7 +186,8 @@ void FakeKernel::unplug(const std::string &path)
         const std::lock_guard<std::mutex> lock(mutex);
         plugged.erase(path);
         ++unplugged[path];
-        streaming = false;
+        if (streamer && streamer->path == path)
+            streamer = nullptr;
     }
     changed.notify_all();
 }
@@ -222,7 +223,7 @@ bool FakeKernel::deliver(const std::vector<std::uint8_t> &bytes, std::uint32_t f
 {
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (!streaming || queued.empty())
+        if (!streamer || queued.empty())
             return false;
         Buffer &buffer = buffers[queued.front()];
         filled.push_back(queued.front());
@@ -269,7 +270,7 @@ bool FakeKernel::isOpen() const
 bool FakeKernel::isStreaming() const
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    return streaming;
+    return streamer != nullptr;
 }
 
 int FakeKernel::opened() const
@@ -379,9 +380,9 @@ int FakeKernel::answer(const OpenNode &node, unsigned long request, void *argume
     case VIDIOC_DQBUF:
         return dequeue(*static_cast<v4l2_buffer *>(argument));
     case VIDIOC_STREAMON:
-        return streamOn(camera);
+        return streamOn(node, camera);
     case VIDIOC_STREAMOFF:
-        streaming = false;
+        streamer = nullptr;
         queued.clear();
         filled.clear();
         return 0;
@@ -555,7 +556,7 @@ int FakeKernel::enqueue(v4l2_buffer &buffer)
 
 int FakeKernel::dequeue(v4l2_buffer &buffer)
 {
-    if (!streaming)
+    if (!streamer)
         return EINVAL;
     if (filled.empty())
         return EAGAIN;
@@ -565,11 +566,11 @@ int FakeKernel::dequeue(v4l2_buffer &buffer)
     return describe(buffer);
 }
 
-int FakeKernel::streamOn(const FakeCamera &camera)
+int FakeKernel::streamOn(const OpenNode &node, const FakeCamera &camera)
 {
     if (current.sizeimage > camera.largestFrame)
         return ENOSPC;
-    streaming = true;
+    streamer = &node;
     ++timesStreamed;
     return 0;
 }

@@ -120,7 +120,7 @@ private:
     int describe(v4l2_buffer &answer) const;
     int enqueue(v4l2_buffer &buffer);
     int dequeue(v4l2_buffer &buffer);
-    int streamOn(const FakeCamera &camera);
+    int streamOn(const OpenNode &node, const FakeCamera &camera);
     int queryControl(const FakeCamera &camera, v4l2_queryctrl &query) const;
     int queryMenu(const FakeCamera &camera, v4l2_querymenu &query) const;
     int setControl(std::unique_lock<std::mutex> &lock, FakeCamera &camera, v4l2_control &control);
@@ -138,7 +138,7 @@ private:
     std::vector<Buffer> buffers;
     std::deque<std::uint32_t> queued;
     std::deque<std::uint32_t> filled;
-    bool streaming = false;
+    const OpenNode *streamer = nullptr; // the node whose stream runs
     bool controlsHeld = false;
     int nodesOpen = 0;
     int timesOpened = 0;
