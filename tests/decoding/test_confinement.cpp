@@ -244,7 +244,9 @@ private slots:
             if (readlink(link.constData(), target, sizeof target - 1) > 0)
                 targets += QString::fromLocal8Bit(target);
         }
-        QCOMPARE(targets.count(QStringLiteral("/dev/null")), isInstrumented() ? 2 : 3);
+        // An instrumented decoder keeps the error stream for its reports, wherever that leads.
+        const int closed = targets.count(QStringLiteral("/dev/null"));
+        QVERIFY2(closed == 3 || (isInstrumented() && closed == 2), qPrintable(targets.join(' ')));
         QCOMPARE(targets.filter(QStringLiteral("socket:")).size(), 1);
         targets = targets.filter(QRegularExpression(
             QStringLiteral("^(?!/dev/null|socket:|anon_inode:\\[eventfd\\]|/memfd:kivra|pipe:)")));
