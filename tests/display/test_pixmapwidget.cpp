@@ -17,6 +17,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
+using kivra::test::drawn;
 using kivra::test::gradient;
 
 namespace {
@@ -107,12 +108,8 @@ QImage plain(const QSize &size, QRgb colour)
 // A picture larger than the view in which each pixel tells its own place.
 QImage coordinates(const QSize &size)
 {
-    QImage picture(size, QImage::Format_RGB32);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x)
-            picture.setPixel(x, y, 0xff000000U | uint(x << 12) | uint(y));
-    }
-    return picture;
+    return drawn(size, QImage::Format_RGB32,
+                 [](int x, int y) { return 0xff000000U | uint(x << 12) | uint(y); });
 }
 
 QPoint placeShownAt(const QImage &shown, const QPoint &at)

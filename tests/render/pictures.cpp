@@ -8,24 +8,6 @@ namespace kivra::test {
 
 namespace {
 
-unsigned int *rowOf(QImage &picture, int y)
-{
-    return reinterpret_cast<unsigned int *>(picture.scanLine(y));
-}
-
-// A picture of \a size with the word that \a wordOf(x, y) gives at each place.
-template<typename WordOf>
-QImage drawn(QSize size, QImage::Format format, const WordOf &wordOf)
-{
-    QImage picture(size, format);
-    for (int y = 0; y < picture.height(); ++y) {
-        unsigned int *row = rowOf(picture, y);
-        for (int x = 0; x < picture.width(); ++x)
-            row[x] = wordOf(x, y);
-    }
-    return picture;
-}
-
 QImage drawRandom(QSize size)
 {
     return randomPicture(size);

@@ -1,6 +1,7 @@
 #include "tests/rendu/command.h"
 
 #include "tests/support/patience.h"
+#include "tests/support/pictures.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/thisbuild.h"
 
@@ -119,12 +120,8 @@ QString Command::program()
 QImage noise(const QSize &size, unsigned int number)
 {
     std::mt19937 random(number);
-    QImage picture(size, QImage::Format_RGB32);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x)
-            picture.setPixel(x, y, 0xFF000000U | (random() & 0xFFFFFFU));
-    }
-    return picture;
+    return drawn(size, QImage::Format_RGB32,
+                 [&](int, int) { return 0xFF000000U | (QRgb(random()) & 0xFFFFFFU); });
 }
 
 QStringList words(const char *line)

@@ -9,6 +9,7 @@
 #include <QTest>
 
 using kivra::test::Command;
+using kivra::test::drawn;
 using kivra::test::noise;
 namespace rendu = kivra::rendu;
 
@@ -16,12 +17,10 @@ namespace {
 
 QImage ofColours(const QSize &size, const QVector<QRgb> &colours)
 {
-    QImage picture = noise(size, 3);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x)
-            picture.setPixel(x, y, colours[int((picture.pixel(x, y) >> 7U) % colours.size())]);
-    }
-    return picture;
+    const QImage grain = noise(size, 3);
+    return drawn(size, QImage::Format_RGB32, [&](int x, int y) {
+        return colours[int((grain.pixel(x, y) >> 7U) % colours.size())];
+    });
 }
 
 const QVector<QRgb> blackAndWhite = {qRgb(0, 0, 0), qRgb(255, 255, 255)};

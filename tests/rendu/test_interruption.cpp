@@ -62,7 +62,7 @@ private slots:
         QFETCH(int, number);
         QFETCH(int, status);
         Command command;
-        const QStringList sources = makeSources(command);
+        const QStringList sources = makeSources(command).mid(0, 50);
         QCOMPARE(command.run(QStringList{QStringLiteral("-o"), QStringLiteral("entier")} + sources),
                  0);
         const QStringList arguments =
@@ -70,7 +70,7 @@ private slots:
             sources;
         std::mt19937 random(static_cast<unsigned int>(number));
         QDir(command.path()).mkdir(QStringLiteral("propre"));
-        for (int goal = 0; goal < pictures; goal += 1 + int(random() % 20)) {
+        for (int goal = 0; goal < sources.size(); goal += 1 + int(random() % 13)) {
             QProcess process;
             command.start(&process, arguments);
             // Interrupts at some moment of the work on the next picture; by then, the command may
@@ -96,7 +96,7 @@ private slots:
         QCOMPARE(command.run(arguments), 0);
         QVERIFY2(command.out.contains(QStringLiteral("%1 déjà faite").arg(done)),
                  qPrintable(command.out));
-        QCOMPARE(command.filesIn(QStringLiteral("propre")).size(), pictures);
+        QCOMPARE(command.filesIn(QStringLiteral("propre")).size(), sources.size());
         compareWithUninterrupted(command);
     }
 
@@ -124,9 +124,9 @@ private slots:
     void ofADocument()
     {
         Command command;
-        const QStringList arguments =
-            QStringList{QStringLiteral("--pdf"), QStringLiteral("a.pdf")} + makeSources(command) +
-            makeSources(command) + makeSources(command);
+        const QStringList once =
+            QStringList{QStringLiteral("--pdf"), QStringLiteral("a.pdf")} + makeSources(command);
+        const QStringList arguments = once + makeSources(command) + makeSources(command);
         const QStringList before = command.filesIn({});
         QProcess process;
         command.start(&process, arguments);
@@ -136,7 +136,7 @@ private slots:
         QCOMPARE(process.exitCode(), 130);
         QTRY_COMPARE_WITH_TIMEOUT(decodersLeft(), 0, patienceMs);
         QCOMPARE(command.filesIn({}), before);
-        QCOMPARE(command.run(arguments), 0);
+        QCOMPARE(command.run(once), 0);
     }
 
     // The signal goes to the terminal's whole group, as Ctrl+C does: the decoders end by

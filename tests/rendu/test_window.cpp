@@ -11,6 +11,7 @@
 #include <QImageWriter>
 
 using kivra::test::Command;
+using kivra::test::drawn;
 using kivra::test::noise;
 using kivra::test::WindowTest;
 namespace rendu = kivra::rendu;
@@ -38,17 +39,12 @@ QString named(const QString &text)
 // Strokes on paper in a shade, with some colour: no mode makes it plain.
 QImage paper()
 {
-    QImage picture = noise({123, 77}, 1);
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            const int paper = 90 + x + int(picture.pixel(x, y) & 15U);
-            const bool isInk = (x / 3 + y / 5) % 4 == 0;
-            picture.setPixel(x, y,
-                             isInk ? qRgb(paper / 3, paper / 4, paper / 2)
-                                   : qRgb(paper, paper - 9, paper - 20));
-        }
-    }
-    return picture;
+    const QImage grain = noise({123, 77}, 1);
+    return drawn(grain.size(), QImage::Format_RGB32, [&](int x, int y) {
+        const int paper = 90 + x + int(grain.pixel(x, y) & 15U);
+        const bool isInk = (x / 3 + y / 5) % 4 == 0;
+        return isInk ? qRgb(paper / 3, paper / 4, paper / 2) : qRgb(paper, paper - 9, paper - 20);
+    });
 }
 
 } // namespace

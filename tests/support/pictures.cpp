@@ -15,12 +15,9 @@ QRgb wordAt(const QImage &picture, int x, int y)
 
 QImage gradient(const QSize &size)
 {
-    QImage picture(size, QImage::Format_RGB32);
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x)
-            picture.setPixel(x, y, qRgb((x * 7) & 0xff, (y * 11) & 0xff, (x + 3 * y) & 0xff));
-    }
-    return picture;
+    return drawn(size, QImage::Format_RGB32, [](int x, int y) {
+        return qRgb((x * 7) & 0xff, (y * 11) & 0xff, (x + 3 * y) & 0xff);
+    });
 }
 
 QString difference(const QImage &actual, const QImage &expected)
