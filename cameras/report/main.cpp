@@ -23,10 +23,10 @@ void print(const QByteArray &text)
 MachineReport examine()
 {
     Kernel &kernel = Kernel::system();
+    const std::optional<FormatWish> wish = videoSettings().format;
     MachineReport report;
-    report.wish = videoSettings().format;
     for (const VideoDevice &device : findDevices({}, kernel))
-        report.nodes.push_back(examineCamera(kernel, device, report.wish));
+        report.nodes.push_back(examineCamera(kernel, device, wish));
     return report;
 }
 

@@ -12,7 +12,6 @@ namespace kivra::cameras {
 struct MachineReport
 {
     std::vector<CameraReport> nodes; ///< in the order in which the program lists cameras
-    std::optional<FormatWish> wish;  ///< of the settings
 };
 
 /// Whether the program can show this node's picture.
