@@ -25,9 +25,12 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
     endif()
 endif()
 
-# Without these, the binaries would contain the paths of the build folder.
-add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
-                    -ffile-prefix-map=${CMAKE_BINARY_DIR}/=build/)
+# Without these, the binaries would contain the paths of the build folder. gcov must find what moc has made
+# there; otherwise gcovr leaves out all sources that are compiled with it.
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+if(NOT KIVRA_COVERAGE)
+    add_compile_options(-ffile-prefix-map=${CMAKE_BINARY_DIR}/=build/)
+endif()
 
 # What users run is hardened: a write past a buffer on the stack ends the program, tables of addresses are
 # read-only, and the program is loaded at random addresses.

@@ -162,6 +162,52 @@ private slots:
         QVERIFY(!nextSmaller(ranked, *next).has_value());
     }
 
+    void needOfEachFormat_data()
+    {
+        QTest::addColumn<quint32>("fourcc");
+        QTest::addColumn<int>("rate"); // of YUYV that needs as much as 30 of this format
+        const auto add = [](const char *name, quint32 fourcc, int rate) {
+            QTest::newRow(name) << fourcc << rate;
+        };
+        add("JPEG", mjpeg, 6);
+        add("grey", V4L2_PIX_FMT_GREY, 15);
+        for (const quint32 fourcc : {V4L2_PIX_FMT_RGB24, V4L2_PIX_FMT_BGR24})
+            add(fourccName(fourcc).c_str(), fourcc, 45);
+        for (const quint32 fourcc : {V4L2_PIX_FMT_YUYV, V4L2_PIX_FMT_UYVY, V4L2_PIX_FMT_NV16})
+            add(fourccName(fourcc).c_str(), fourcc, 30);
+        for (const quint32 fourcc : {V4L2_PIX_FMT_BGR32, V4L2_PIX_FMT_ABGR32, V4L2_PIX_FMT_XBGR32,
+                                     V4L2_PIX_FMT_RGB32, V4L2_PIX_FMT_ARGB32, V4L2_PIX_FMT_XRGB32})
+            add(fourccName(fourcc).c_str(), fourcc, 60);
+    }
+
+    // Without bandwidth, only what needs less is tried next.
+    void needOfEachFormat()
+    {
+        QFETCH(quint32, fourcc);
+        QFETCH(int, rate);
+        const auto hasSmaller = [=](int other) {
+            const std::vector<Choice> ranked{
+                {offer(fourcc, 640, 480, 30), ChoiceReason::Fluent},
+                {offer(yuyv, 640, 480, quint32(other)), ChoiceReason::Fluent}};
+            return nextSmaller(ranked, 0).has_value();
+        };
+        QVERIFY(hasSmaller(rate - 1));
+        QVERIFY(!hasSmaller(rate + 1));
+    }
+
+    // Half a colour for each brightness: 12 bits a pixel.
+    void needOfSubsampledFormats()
+    {
+        for (const quint32 fourcc : {V4L2_PIX_FMT_NV12, V4L2_PIX_FMT_NV21, V4L2_PIX_FMT_NV12M,
+                                     V4L2_PIX_FMT_NV21M, V4L2_PIX_FMT_YUV420, V4L2_PIX_FMT_YVU420,
+                                     V4L2_PIX_FMT_YUV420M, V4L2_PIX_FMT_YVU420M}) {
+            const std::vector<Choice> ranked{{offer(fourcc, 640, 480, 30), ChoiceReason::Fluent},
+                                             {offer(yuyv, 640, 480, 23), ChoiceReason::Fluent},
+                                             {offer(yuyv, 640, 480, 22), ChoiceReason::Fluent}};
+            QCOMPARE(nextSmaller(ranked, 0), std::optional<std::size_t>(2));
+        }
+    }
+
     void namesOfFormats()
     {
         QCOMPARE(fourccName(yuyv), std::string("YUYV"));

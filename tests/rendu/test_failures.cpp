@@ -1,11 +1,13 @@
 // Pictures that cannot be opened and results that cannot be written: a line each, and the rest goes
 // on.
 
+#include "rendu/faults.h"
 #include "tests/rendu/command.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
 #include <QTest>
+#include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,6 +20,35 @@ class TestFailures : public QObject
     Q_OBJECT
 
 private slots:
+    void whyNothingCanBeWritten_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("reason");
+        const auto add = [](const char *name, int error, const char *reason) {
+            QTest::newRow(name) << error << QString::fromUtf8(reason);
+        };
+        add("ENOSPC", ENOSPC, "le disque est plein");
+        add("EDQUOT", EDQUOT, "le disque est plein");
+        add("EFBIG", EFBIG, "le fichier serait trop gros");
+        add("EACCES", EACCES, "le dossier n'est pas ouvert à l'écriture");
+        add("EPERM", EPERM, "le dossier n'est pas ouvert à l'écriture");
+        add("EROFS", EROFS, "le dossier n'est pas ouvert à l'écriture");
+        add("ENOENT", ENOENT, "le dossier n'existe pas");
+        add("ENOTDIR", ENOTDIR, "le dossier n'existe pas");
+        add("EISDIR", EISDIR, "un dossier porte ce nom");
+        add("ENAMETOOLONG", ENAMETOOLONG, "le nom est trop long");
+        add("ENOMEM", ENOMEM, "la mémoire manque");
+        add("another", EIO, "erreur 5 du système");
+    }
+
+    void whyNothingCanBeWritten()
+    {
+        QFETCH(int, error);
+        QFETCH(QString, reason);
+        QCOMPARE(kivra::rendu::writingFault(QStringLiteral("rien/a.png"), error),
+                 QStringLiteral("« rien/a.png » ne peut pas être écrit : ") + reason);
+    }
+
     void everyBadFile_data()
     {
         QTest::addColumn<QString>("source");
