@@ -246,7 +246,7 @@ void measureStart(const QElapsedTimer &sinceStart)
 int measureRow(const QStringList &arguments, const QElapsedTimer &sinceStart)
 {
     const bool isNode = arguments.at(1) == QLatin1String("node");
-    const QString shower = arguments.at(2);
+    const QString &shower = arguments.at(2);
     const QStringList sides = arguments.at(3).split(QLatin1Char('x'));
     const QSize frame(sides.value(0).toInt(), sides.value(1).toInt());
     const bool byQt = isNode && shower == QLatin1String("viewfinder");

@@ -17,12 +17,15 @@ QString temporaryName(const QString &path)
                       .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'));
 }
 
-// In one step where the system can: then there is a file at this path at every moment.
+// In one step where the system can: then there is a file at this path at every moment, even if this
+// fails.
 bool replace(const QString &path, const QString &by)
 {
-    if (std::rename(QFile::encodeName(by).constData(), QFile::encodeName(path).constData()) == 0)
-        return true;
-    return QFile::remove(path) && QFile::rename(by, path);
+#ifdef Q_OS_UNIX
+    return std::rename(QFile::encodeName(by).constData(), QFile::encodeName(path).constData()) == 0;
+#else
+    return (!QFile::exists(path) || QFile::remove(path)) && QFile::rename(by, path);
+#endif
 }
 
 // In one step where the system and the file system can. Network file systems cannot rename without

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -26,6 +27,19 @@ namespace {
 std::atomic<int> syncs{0};
 std::atomic<int> syncsOfTheCaller{0};
 const std::thread::id caller = std::this_thread::get_id();
+
+// What a file system cannot do: fails with these error numbers, if they are not 0.
+int exclusiveRenameError = 0;
+int linkError = 0;
+int renameError = 0;
+
+int resultOf(int error, long call, const char *from, const char *to, unsigned int flags)
+{
+    if (error == 0)
+        return int(syscall(call, AT_FDCWD, from, AT_FDCWD, to, flags));
+    errno = error;
+    return -1;
+}
 
 int countedSync(long call, int descriptor)
 {
@@ -47,6 +61,18 @@ int fdatasync(int descriptor)
 {
     return countedSync(SYS_fdatasync, descriptor);
 }
+int renameat2(int, const char *from, int, const char *to, unsigned int flags)
+{
+    return resultOf(exclusiveRenameError, SYS_renameat2, from, to, flags);
+}
+int link(const char *from, const char *to)
+{
+    return resultOf(linkError, SYS_linkat, from, to, 0);
+}
+int rename(const char *from, const char *to)
+{
+    return resultOf(renameError, SYS_renameat2, from, to, 0);
+}
 }
 
 class TestWholeFile : public QObject
@@ -60,6 +86,8 @@ private slots:
         syncs = 0;
         syncsOfTheCaller = 0;
     }
+
+    void cleanup() { exclusiveRenameError = linkError = renameError = 0; }
 
     void writesAndReplaces()
     {
@@ -118,6 +146,41 @@ private slots:
         QCOMPARE(contentOf(path), QByteArray("kept"));
         QCOMPARE(makeWholeFile(path, Existing::Replaced, write), 0);
         QCOMPARE(contentOf(path), QByteArray("new"));
+        QCOMPARE(kivra::test::Sandbox::instance().storedFiles(), QStringList(path));
+    }
+
+    void everyFileSystemKeepsWhatIsThere_data()
+    {
+        QTest::addColumn<int>("exclusiveRename");
+        QTest::addColumn<int>("linking");
+        QTest::newRow("disk") << 0 << 0;
+        QTest::newRow("network") << EINVAL << 0;
+        QTest::newRow("memory stick") << EINVAL << EPERM;
+    }
+
+    void everyFileSystemKeepsWhatIsThere()
+    {
+        QFETCH(int, exclusiveRename);
+        QFETCH(int, linking);
+        exclusiveRenameError = exclusiveRename;
+        linkError = linking;
+        const auto write = [](QFile &file) { return file.write("new") == 3; };
+        const QString path = pathOf("a");
+        QCOMPARE(makeWholeFile(path, Existing::Kept, write), 0);
+        QCOMPARE(contentOf(path), QByteArray("new"));
+        QVERIFY(writeWholeFile(path, "kept"));
+        QCOMPARE(makeWholeFile(path, Existing::Kept, write), EEXIST);
+        QCOMPARE(contentOf(path), QByteArray("kept"));
+        QCOMPARE(kivra::test::Sandbox::instance().storedFiles(), QStringList(path));
+    }
+
+    void fileThatCannotBeReplacedStays()
+    {
+        const QString path = pathOf("a");
+        QVERIFY(writeWholeFile(path, "kept"));
+        renameError = EIO;
+        QVERIFY(!writeWholeFile(path, "new"));
+        QCOMPARE(contentOf(path), QByteArray("kept"));
         QCOMPARE(kivra::test::Sandbox::instance().storedFiles(), QStringList(path));
     }
 
