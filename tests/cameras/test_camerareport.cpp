@@ -21,11 +21,11 @@ namespace {
 
 using Change = std::function<void(CameraReport &)>;
 
-// A camera on USB 2 without a fault.
+// A camera on USB 2 without a fault, on a node that no machine has.
 CameraReport goodCamera()
 {
     CameraReport report;
-    report.device.node = "/dev/video0";
+    report.device.node = "/dev/visualiseur";
     report.device.name = "Visualiseur";
     report.device.kind = NodeKind::Camera;
     report.device.usb = true;
@@ -106,7 +106,7 @@ private slots:
         const CameraReport report =
             changed([=](CameraReport &one) { one.device.kind = NodeKind(kind); });
         QCOMPARE(reportText({{report}}).section(QLatin1Char('\n'), 0, 2),
-                 QStringLiteral("/dev/video0  Visualiseur\n  %1\n").arg(text));
+                 QStringLiteral("/dev/visualiseur  Visualiseur\n  %1\n").arg(text));
         QCOMPARE(word(json(report), "kind"), QString::fromLatin1(QTest::currentDataTag()));
         QVERIFY(!json(report).contains(QStringLiteral("offers")));
         QVERIFY(!json(report).contains(QStringLiteral("fault")));

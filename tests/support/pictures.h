@@ -6,7 +6,8 @@
 
 namespace kivra::test {
 
-/// A picture of 32 bits a pixel with the word that \a wordOf(x, y) gives at each place.
+/// A picture of 32 bits a pixel with the word that \a wordOf(x, y) gives at each place. Null for an
+/// empty size.
 template<typename WordOf>
 QImage drawn(const QSize &size, QImage::Format format, const WordOf &wordOf)
 {
