@@ -11,6 +11,8 @@
 #include <QScreen>
 #include <QTest>
 #include <QTextStream>
+#include <algorithm>
+#include <iterator>
 
 namespace kivra::test {
 
@@ -25,9 +27,11 @@ bool xdoWorks(const QStringList &words, QString *output)
     return xdotool.exitStatus() == QProcess::NormalExit && xdotool.exitCode() == 0;
 }
 
-bool near(int one, int other)
+bool near(QRgb one, QRgb other)
 {
-    return qAbs(one - other) <= 2;
+    const auto isNear = [](int a, int b) { return qAbs(a - b) <= 2; };
+    return isNear(qRed(one), qRed(other)) && isNear(qGreen(one), qGreen(other)) &&
+           isNear(qBlue(one), qBlue(other));
 }
 
 } // namespace
@@ -152,14 +156,12 @@ void Desktop::moveTo(const QPoint &at) const
 
 void Desktop::click(const QPoint &at, int button) const
 {
-    moveTo(at);
-    xdo(QStringLiteral("click %1").arg(button));
+    xdo(QStringLiteral("mousemove %1 %2 click %3").arg(at.x()).arg(at.y()).arg(button));
 }
 
 void Desktop::doubleClick(const QPoint &at) const
 {
-    moveTo(at);
-    xdo(QStringLiteral("click --repeat 2 --delay 100 1"));
+    xdo(QStringLiteral("mousemove %1 %2 click --repeat 2 --delay 100 1").arg(at.x()).arg(at.y()));
 }
 
 // Empty while the keyboard goes from one window to another.
@@ -242,20 +244,23 @@ void Desktop::clickInDialog(const QPoint &at) const
 
 void Desktop::clickIn(const QString &window, const QPoint &at) const
 {
-    xdo(QStringLiteral("mousemove --window %1 %2 %3").arg(window).arg(at.x()).arg(at.y()));
-    xdo(QStringLiteral("click 1"));
+    xdo(QStringLiteral("mousemove --window %1 %2 %3 click 1").arg(window).arg(at.x()).arg(at.y()));
 }
 
 QRect extentOf(const QImage &picture, const QColor &colour)
 {
+    const QRgb wanted = colour.rgb();
+    const int width = picture.width();
     QRect extent;
     for (int y = 0; y < picture.height(); ++y) {
         const auto *const line = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
-        for (int x = 0; x < picture.width(); ++x) {
-            if (near(qRed(line[x]), colour.red()) && near(qGreen(line[x]), colour.green()) &&
-                near(qBlue(line[x]), colour.blue()))
-                extent |= QRect(x, y, 1, 1);
-        }
+        const auto isWanted = [&](QRgb pixel) { return near(pixel, wanted); };
+        const QRgb *const first = std::find_if(line, line + width, isWanted);
+        if (first == line + width)
+            continue;
+        const auto last = std::find_if(std::make_reverse_iterator(line + width),
+                                       std::make_reverse_iterator(first), isWanted);
+        extent |= QRect(QPoint(int(first - line), y), QPoint(int(last.base() - line) - 1, y));
     }
     return extent;
 }

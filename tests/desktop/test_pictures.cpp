@@ -1,12 +1,12 @@
 // Stored pictures in a real window: stepping, storing, opening at the start, and the clipboard as
 // another program sees it.
 
-#include "storage/paths.h"
 #include "tests/desktop/desktop.h"
 #include "tests/support/sandbox.h"
 #include "tests/support/testmain.h"
 
 #include <QBuffer>
+#include <QDate>
 #include <QDir>
 #include <QPainter>
 #include <QSettings>
@@ -65,7 +65,8 @@ QByteArray clipboard(const QString &target)
 
 QStringList picturesOfThisMonth()
 {
-    return filesBelow(documents() + QStringLiteral("/TablinoQt/tableaux/") + monthDir());
+    return filesBelow(documents() + QStringLiteral("/TablinoQt/tableaux/") +
+                      QDate::currentDate().toString(QStringLiteral("yyyy-MM")));
 }
 
 // The greatest difference of a channel between the same places of two pictures.

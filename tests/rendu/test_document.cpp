@@ -32,7 +32,7 @@ std::vector<Object> objectsOf(const QByteArray &document, const char *word)
 {
     static const QRegularExpression begin(QStringLiteral("(\\d+) 0 obj\\n"));
     static const QRegularExpression length(QStringLiteral("/Length (\\d+) 0 R"));
-    const QString text = QString::fromLatin1(document.constData(), document.size());
+    const QString text = QLatin1String(document.constData(), document.size());
     std::vector<Object> objects;
     for (auto found = begin.globalMatch(text); found.hasNext();) {
         const int at = found.next().capturedEnd();
@@ -42,7 +42,7 @@ std::vector<Object> objectsOf(const QByteArray &document, const char *word)
                       {}};
         if (!object.head.contains(word))
             continue;
-        const auto referred = length.match(QString::fromLatin1(object.head));
+        const auto referred = length.match(QLatin1String(object.head));
         if (referred.hasMatch()) {
             const QRegularExpression number(
                 QStringLiteral("\\n%1 0 obj\\n(\\d+)\\n").arg(referred.captured(1)));
