@@ -229,7 +229,8 @@ void Desktop::keepScreenshot(const QString &name) const
 {
     const QDir pictures(screenshotFolder());
     pictures.mkpath(QStringLiteral("."));
-    screen().save(pictures.filePath(name + QStringLiteral(".png")));
+    constexpr int quick = 90; // compresses little
+    screen().save(pictures.filePath(name + QStringLiteral(".png")), "png", quick);
 }
 
 void Desktop::clickInWindow(const QPoint &at) const

@@ -146,10 +146,10 @@ private slots:
     }
 
     // A mean over repeated rows equals the mean of one row except for rounding, which would flip
-    // one pixel in a million.
+    // one pixel in a million. The sanitizers do not watch rounding.
     void rowOrColumnAloneMatchesTheReference()
     {
-        constexpr int length = 4000000;
+        const int length = isSanitized() ? 100000 : 4000000;
         for (const QSize size : {QSize(length, 1), QSize(1, length)}) {
             const QImage picture = faintNoise(size);
             for (const int mode : {4, 5}) {

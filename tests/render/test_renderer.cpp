@@ -115,7 +115,7 @@ private slots:
 
     void anyThreadCountGivesTheSamePicture()
     {
-        const QImage picture = randomPicture(QSize(1281, 721));
+        const QImage picture = randomPicture(QSize(641, 361));
         for (int mode = 0; mode <= 6; ++mode) {
             const QImage expected = reference::frame(picture, mode, 1, 20, 150);
             for (const int threads : {0, 1, 2, 3, 7}) {

@@ -189,7 +189,7 @@ private:
         constexpr int different = 4;
         for (int i = 0; i < different; ++i) {
             const QString name = QStringLiteral("vue%1.png").arg(i);
-            command.picture(name, noise({300, 200}, unsigned(i)));
+            command.picture(name, noise({150, 100}, unsigned(i)));
             command.age(name, 100);
         }
         for (int i = 0; i < pictures; ++i) {
