@@ -2,6 +2,7 @@
 #include "tests/support/fakekernel.h"
 #include "tests/support/testmain.h"
 
+#include <cerrno>
 #include <memory>
 
 namespace kivra::test {
@@ -54,6 +55,22 @@ struct Rig
         const std::lock_guard<std::mutex> lock(mutex);
         return failedOnes;
     }
+
+    /// The camera no longer has this control.
+    void withdraw(std::uint32_t id)
+    {
+        kernel.change(controlledNode, [=](FakeCamera &camera) { camera.controls.erase(id); });
+    }
+
+    /// What is wanted after the rest is done after it.
+    bool catchesUp()
+    {
+        controls->lock(LockOfWhiteBalance);
+        return QTest::qWaitFor([this] { return (locked() & LockOfWhiteBalance) != 0; });
+    }
+
+    /// The automatic white balance off, and the temperature stays.
+    static constexpr int setToCatchUp = 1;
 
     FakeKernel kernel;
     std::mutex mutex;
@@ -242,6 +259,85 @@ private slots:
         camera.controls[V4L2_CID_AUTO_WHITE_BALANCE].flags = V4L2_CTRL_FLAG_DISABLED;
         const Rig rig(camera);
         QCOMPARE(rig.controls->supportedLocks(), LockSet(LockOfExposure));
+    }
+
+    void controlsWithoutAnyValueAreNone()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_FOCUS_AUTO].least = 2;
+        const Rig rig(camera);
+        QCOMPARE(rig.controls->supportedLocks(), LockOfExposure | LockOfWhiteBalance);
+    }
+
+    void refusals_data()
+    {
+        QTest::addColumn<qulonglong>("request");
+        QTest::newRow("reading") << qulonglong(VIDIOC_G_CTRL);
+        QTest::newRow("setting") << qulonglong(VIDIOC_S_CTRL);
+    }
+
+    void refusals()
+    {
+        QFETCH(qulonglong, request);
+        const FakeCamera camera = automaticCamera();
+        Rig rig(camera);
+        rig.kernel.refuse(static_cast<unsigned long>(request), EIO);
+        rig.controls->lock(all);
+        QTRY_COMPARE(rig.failed(), all);
+        QCOMPARE(rig.locked(), LockSet(0));
+        rig.controls.reset();
+        for (const auto &[id, control] : camera.controls)
+            QCOMPARE(rig.value(id), control.value);
+    }
+
+    // Of the numbers in its range, some are not in its menu.
+    void biasWithGaps()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_AUTO_EXPOSURE_BIAS] = {0, 4, 2, 0, {{0, -2000}, {4, 2000}}};
+        Rig rig(camera);
+        rig.controls->compensate(-0.5);
+        QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 0);
+        rig.controls->compensate(0.5);
+        QTRY_COMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 4);
+    }
+
+    void biasWithoutAMenu()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_AUTO_EXPOSURE_BIAS] = {0, 4, 2, 0, {}};
+        Rig rig(camera);
+        rig.controls->compensate(1);
+        QVERIFY(rig.catchesUp());
+        QCOMPARE(rig.value(V4L2_CID_AUTO_EXPOSURE_BIAS), 2);
+    }
+
+    void mainsOfACameraThatKnowsNone()
+    {
+        Rig rig(automaticCamera());
+        rig.controls->setMains(60);
+        QVERIFY(rig.catchesUp());
+        QCOMPARE(rig.kernel.controlsSet(), rig.setToCatchUp);
+    }
+
+    // As when a driver withdraws a control while another one is set.
+    void controlsThatVanish()
+    {
+        FakeCamera camera = automaticCamera();
+        camera.controls[V4L2_CID_AUTO_EXPOSURE_BIAS] = {0, 1, 0, 0, {{0, 0}, {1, 1000}}};
+        Rig byBias(camera);
+        byBias.withdraw(V4L2_CID_AUTO_EXPOSURE_BIAS);
+        byBias.controls->compensate(1);
+        QVERIFY(byBias.catchesUp());
+        QCOMPARE(byBias.kernel.controlsSet(), byBias.setToCatchUp);
+        Rig byTime(automaticCamera());
+        byTime.controls->compensate(1);
+        QTRY_COMPARE(byTime.value(V4L2_CID_EXPOSURE_ABSOLUTE), 400);
+        byTime.withdraw(V4L2_CID_EXPOSURE_ABSOLUTE);
+        const int before = byTime.kernel.controlsSet();
+        byTime.controls->compensate(2);
+        QVERIFY(byTime.catchesUp());
+        QCOMPARE(byTime.kernel.controlsSet(), before + byTime.setToCatchUp);
     }
 };
 

@@ -244,9 +244,9 @@ private slots:
             if (readlink(link.constData(), target, sizeof target - 1) > 0)
                 targets += QString::fromLocal8Bit(target);
         }
-        // An instrumented decoder keeps the error stream for its reports, wherever that leads.
+        // A sanitizer reports on the error stream, wherever that leads.
         const bool isReported =
-            isInstrumented() &&
+            isSanitized() &&
             QFile::symLinkTarget(QStringLiteral("/proc/self/fd/2")) != QStringLiteral("/dev/null");
         QCOMPARE(targets.count(QStringLiteral("/dev/null")), isReported ? 2 : 3);
         QCOMPARE(targets.filter(QStringLiteral("socket:")).size(), 1);

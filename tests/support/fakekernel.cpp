@@ -472,7 +472,7 @@ int FakeKernel::setFormat(const FakeCamera &camera, v4l2_format &format)
         pix.bytesperline += camera.padding;
     planeSizes = bytesPerPlane(pix.pixelformat, pix.bytesperline, pix.width, pix.height);
     pix.sizeimage = std::accumulate(planeSizes.begin(), planeSizes.end(), std::uint32_t{0});
-    pix.colorspace = V4L2_COLORSPACE_SRGB;
+    pix.colorspace = camera.colorspace;
     pix.ycbcr_enc = camera.encoding;
     pix.quantization = camera.quantization;
     current = pix;

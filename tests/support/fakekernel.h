@@ -39,6 +39,7 @@ struct FakeCamera
     std::map<std::uint32_t, FakeControl> controls;
     std::uint32_t mostBuffers = 32;
     std::uint32_t padding = 0; ///< bytes behind each row
+    std::uint32_t colorspace = V4L2_COLORSPACE_SRGB;
     std::uint32_t encoding = V4L2_YCBCR_ENC_DEFAULT;
     std::uint32_t quantization = V4L2_QUANTIZATION_DEFAULT;
     int openError = 0;
