@@ -130,6 +130,14 @@ public:
         return passTimeUntil([this] { return machine.kernel.isStreaming(); });
     }
 
+    /// The next stills are larger than the live picture of jpegCamera().
+    void wishLargerStill() const
+    {
+        QImageEncoderSettings settings;
+        settings.setResolution(128, 96);
+        service->requestControl<QImageEncoderControl *>()->setImageSettings(settings);
+    }
+
     QString lastError() const
     {
         return errors.isEmpty() ? QString() : errors.last().at(1).toString();
@@ -143,6 +151,14 @@ public:
     QCameraImageCaptureControl *stills;
     QSignalSpy errors;
 };
+
+/// The driver lists formats of this width and cannot set them.
+std::optional<int> refusalOf128Columns(unsigned long request, void *argument)
+{
+    const bool isRefused =
+        request == VIDIOC_S_FMT && static_cast<v4l2_format *>(argument)->fmt.pix.width == 128;
+    return isRefused ? std::optional<int>(EINVAL) : std::nullopt;
+}
 
 QString stillPath(const char *name)
 {
@@ -501,6 +517,19 @@ private slots:
         QVERIFY(rig.lastError().contains(QStringLiteral("débit")));
     }
 
+    void formatThatTheDriverListsAndRefuses()
+    {
+        FakeMachine machine;
+        FakeCamera camera;
+        camera.offers = {offer(yuyv, 128, 96, 30), offer(yuyv, 64, 48, 30)};
+        machine.plug(0, camera);
+        machine.kernel.answerBy(refusalOf128Columns);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QCOMPARE(rig.surface.picture().size(), QSize(64, 48));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
     // Each try may cost a slow camera a second.
     void twelfthTryIsTheLast_data()
     {
@@ -715,9 +744,7 @@ private slots:
         QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
         auto *const encoder = rig.service->requestControl<QImageEncoderControl *>();
         QCOMPARE(encoder->supportedResolutions({}), (QList<QSize>{{64, 48}, {128, 96}}));
-        QImageEncoderSettings settings;
-        settings.setResolution(128, 96);
-        encoder->setImageSettings(settings);
+        rig.wishLargerStill();
         QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
         rig.stills->capture(stillPath("im.png"));
         QTRY_COMPARE(machine.kernel.format().width, 128u);
@@ -746,9 +773,7 @@ private slots:
         ServiceRig rig(machine);
         rig.start();
         QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
-        QImageEncoderSettings settings;
-        settings.setResolution(128, 96);
-        rig.service->requestControl<QImageEncoderControl *>()->setImageSettings(settings);
+        rig.wishLargerStill();
         QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
         rig.stills->capture(stillPath("im.jpg"));
         const std::vector<std::uint8_t> bytes = jpegOf(evenPicture(Qt::gray, {128, 96}));
@@ -759,6 +784,138 @@ private slots:
         };
         QTRY_VERIFY(deliver());
         QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
+    }
+
+    void largerStillThatTheDriverRefuses()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        machine.kernel.answerBy(refusalOf128Columns);
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        rig.wishLargerStill();
+        QSignalSpy failed(rig.stills, &QCameraImageCaptureControl::error);
+        rig.stills->capture(stillPath("im.png"));
+        QTRY_COMPARE(failed.size(), 1);
+        QVERIFY(!QFile::exists(stillPath("im.png")));
+        QVERIFY(rig.showJpeg(evenPicture(Qt::black)));
+        QVERIFY(rig.errors.isEmpty());
+    }
+
+    void lostDuringALargerStill()
+    {
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        rig.wishLargerStill();
+        QSignalSpy failed(rig.stills, &QCameraImageCaptureControl::error);
+        rig.stills->capture(stillPath("im.png"));
+        QTRY_COMPARE(machine.kernel.format().width, 128u);
+        machine.unplug(0);
+        QTRY_COMPARE(failed.size(), 1);
+        QTRY_COMPARE(rig.errors.size(), 1);
+    }
+
+    // The still is the next frame that is whole.
+    void faultyFrameIsNoStill_data()
+    {
+        QTest::addColumn<bool>("isLarger");
+        QTest::newRow("of the stream") << false;
+        QTest::newRow("larger") << true;
+    }
+
+    void faultyFrameIsNoStill()
+    {
+        QFETCH(bool, isLarger);
+        FakeMachine machine;
+        machine.plug(0, jpegCamera());
+        ServiceRig rig(machine);
+        rig.start();
+        QVERIFY(rig.showJpeg(evenPicture(Qt::gray)));
+        if (isLarger)
+            rig.wishLargerStill();
+        const QSize size = isLarger ? QSize(128, 96) : QSize(64, 48);
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("im.jpg"));
+        QTRY_COMPARE(int(machine.kernel.format().width), size.width());
+        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6);
+        QVERIFY(machine.kernel.deliver({0xff, 0xd8, 0xff, 0xd9}));
+        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6);
+        QCOMPARE(saved.size(), 0);
+        const std::vector<std::uint8_t> bytes = jpegOf(evenPicture(Qt::gray, size));
+        const auto deliver = [&] {
+            if (machine.kernel.queuedBuffers() == 6)
+                machine.kernel.deliver(bytes);
+            return saved.size() == 1;
+        };
+        QTRY_VERIFY(deliver());
+        QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
+    }
+
+    void stillThatIsTakenBack()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6); // no earlier frame becomes the still
+        QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
+        rig.stills->capture(stillPath("a.png"));
+        QCoreApplication::processEvents();
+        rig.stills->cancelCapture();
+        rig.stills->capture(stillPath("b.png"));
+        QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
+        QCOMPARE(saved.constFirst().at(1).toString(), stillPath("b.png"));
+        QVERIFY(!QFile::exists(stillPath("a.png")));
+    }
+
+    // As when a window opens while another one of the same program closes.
+    void twoSourcesOfOneCamera()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        FrameRecorder surface;
+        CameraService second(*rig.catalogue);
+        second.requestControl<QVideoRendererControl *>()->setSurface(&surface);
+        auto *const control = second.requestControl<QCameraControl *>();
+        QSignalSpy errors(control, &QCameraControl::error);
+        control->setState(QCamera::ActiveState);
+        QVERIFY(rig.showEven(100));
+        QCOMPARE(surface.frames, 0);
+        rig.control->setState(QCamera::LoadedState);
+        QTRY_VERIFY((machine.kernel.deliverEven(128), surface.frames > 0));
+        QVERIFY(isEven(surface.picture(), 130));
+        QVERIFY(errors.isEmpty());
+    }
+
+    void cameraThatIsNotListed()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        const ServiceRig rig(machine);
+        QVERIFY(rig.catalogue->open(QByteArray::fromStdString(machine.node(0))));
+        QVERIFY(!rig.catalogue->open(QByteArray::fromStdString(machine.node(1))));
+    }
+
+    void exposureIsLocked()
+    {
+        FakeMachine machine;
+        FakeCamera camera = smallCamera();
+        camera.controls[V4L2_CID_EXPOSURE_AUTO] = {0, 3, V4L2_EXPOSURE_APERTURE_PRIORITY, 0, {}};
+        machine.plug(0, camera);
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        auto *const locks = rig.service->requestControl<QCameraLocksControl *>();
+        QCOMPARE(locks->supportedLocks(), QCamera::LockTypes(QCamera::LockExposure));
+        locks->searchAndLock(QCamera::LockExposure);
+        QTRY_COMPARE(locks->lockStatus(QCamera::LockExposure), QCamera::Locked);
+        QCOMPARE(machine.kernel.control(machine.node(0), V4L2_CID_EXPOSURE_AUTO),
+                 std::int32_t(V4L2_EXPOSURE_MANUAL));
     }
 
     void stillSurvivesStop()
