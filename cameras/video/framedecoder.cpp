@@ -112,8 +112,6 @@ FrameDecoder::FrameDecoder(const FrameFormat &format, Orientation orientation)
 {
 }
 
-FrameDecoder::FrameDecoder(FrameDecoder &&) noexcept = default;
-FrameDecoder &FrameDecoder::operator=(FrameDecoder &&) noexcept = default;
 FrameDecoder::~FrameDecoder() = default;
 
 Size FrameDecoder::size() const

@@ -50,8 +50,6 @@ class FrameDecoder
 public:
     /// Accepts a format that isPossible() refuses, too; then no frame is good.
     FrameDecoder(const FrameFormat &format, Orientation orientation);
-    FrameDecoder(FrameDecoder &&) noexcept;
-    FrameDecoder &operator=(FrameDecoder &&) noexcept;
     ~FrameDecoder();
 
     /// The size of the decoded pictures: the format's, turned.

@@ -280,8 +280,6 @@ JpegFrame::JpegFrame()
 {
 }
 
-JpegFrame::JpegFrame(JpegFrame &&) noexcept = default;
-JpegFrame &JpegFrame::operator=(JpegFrame &&) noexcept = default;
 JpegFrame::~JpegFrame() = default;
 
 std::unique_ptr<FrameRows> JpegFrame::decode(const std::uint8_t *jpeg, std::size_t length,

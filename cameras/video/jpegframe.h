@@ -14,8 +14,6 @@ class JpegFrame
 {
 public:
     JpegFrame();
-    JpegFrame(JpegFrame &&) noexcept;
-    JpegFrame &operator=(JpegFrame &&) noexcept;
     ~JpegFrame();
 
     /// The rows of \a jpeg, decoded as they are read; not to be used after the next call. Null if

@@ -228,8 +228,6 @@ YuvRows::YuvRows(Matrix matrix, Range range)
 {
 }
 
-YuvRows::YuvRows(YuvRows &&) noexcept = default;
-YuvRows &YuvRows::operator=(YuvRows &&) noexcept = default;
 YuvRows::~YuvRows() = default;
 
 void YuvRows::yuyv(const Byte *pairs, std::uint32_t *to, int n) const

@@ -17,8 +17,6 @@ class YuvRows
 {
 public:
     YuvRows(Matrix matrix, Range range);
-    YuvRows(YuvRows &&) noexcept;
-    YuvRows &operator=(YuvRows &&) noexcept;
     ~YuvRows();
 
     void yuyv(const std::uint8_t *pairs, std::uint32_t *to, int n) const;

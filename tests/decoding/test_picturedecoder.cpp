@@ -265,6 +265,19 @@ private slots:
         QVERIFY(!decoder->isBusy());
     }
 
+    void givenUpAtOnce()
+    {
+        const QString path = pathOf(QStringLiteral("good.png"));
+        QVERIFY(gradient({20, 30}).save(path));
+        QSignalSpy opened(decoder.get(), &PictureDecoder::finished);
+        decoder->prepare();
+        decoder->open(path);
+        decoder->cancel();
+        QVERIFY(!decoder->isBusy());
+        KIVRA_COMPARE_PICTURES(loadPicture(path), gradient({20, 30}));
+        QCOMPARE(opened.count(), 1);
+    }
+
     void failureIsToldLater()
     {
         QSignalSpy opened(decoder.get(), &PictureDecoder::finished);

@@ -1,8 +1,10 @@
 // Pictures that cannot be opened and results that cannot be written: a line each, and the rest goes
 // on.
 
+#include "decoding/picturefile.h"
 #include "rendu/faults.h"
 #include "tests/rendu/command.h"
+#include "tests/support/patience.h"
 #include "tests/support/testmain.h"
 
 #include <QDir>
@@ -13,6 +15,7 @@
 
 using kivra::test::Command;
 using kivra::test::noise;
+using kivra::test::patienceMs;
 using kivra::test::words;
 
 class TestFailures : public QObject
@@ -69,6 +72,8 @@ private slots:
                               << "ouvrir";
         QTest::newRow("begin of a picture") << "debut.png"
                                             << "ouvrir";
+        QTest::newRow("larger than any picture") << "grosse.png"
+                                                 << "trop gros";
         QTest::newRow("no suffix, as another file has") << "texte"
                                                         << "n'existe pas";
     }
@@ -83,6 +88,9 @@ private slots:
         command.file(QStringLiteral("texte.png"), "rien à voir");
         command.file(QStringLiteral("debut.png"),
                      command.contentOf(QStringLiteral("bonne.png")).left(40));
+        command.file(QStringLiteral("grosse.png"), {});
+        QVERIFY(
+            QFile::resize(command.path(QStringLiteral("grosse.png")), kivra::mostFileBytes + 1));
         QDir(command.path()).mkdir(QStringLiteral("dossier.png"));
         QVERIFY(
             QFile::link(QStringLiteral("nulle-part"), command.path(QStringLiteral("lien.png"))));
@@ -100,6 +108,22 @@ private slots:
             QCOMPARE(command.filesIn(QStringLiteral("propre")),
                      QStringList(QStringLiteral("bonne.png")));
         }
+    }
+
+    // As after an update that went wrong.
+    void withoutTheDecoder()
+    {
+        Command command;
+        command.picture(QStringLiteral("page.png"), noise({20, 10}, 1));
+        QVERIFY(QFile::copy(Command::program(), command.path(QStringLiteral("seul"))));
+        QProcess process;
+        process.setWorkingDirectory(command.path());
+        process.start(command.path(QStringLiteral("seul")),
+                      {QStringLiteral("-o"), QStringLiteral("propre"), QStringLiteral("page.png")});
+        QVERIFY(process.waitForFinished(patienceMs));
+        QCOMPARE(process.exitCode(), 1);
+        QVERIFY(Command::complaintsOf(&process).contains(QStringLiteral("kivra-decoder » manque")));
+        QVERIFY(!QDir(command.path(QStringLiteral("propre"))).exists());
     }
 
     void unreadableFile()
