@@ -234,8 +234,13 @@ private slots:
                                        [=](v4l2_buffer &answer) { answer.length = length; }));
         }
         row("fewer planes than the format has", true,
-            answering<v4l2_buffer>(VIDIOC_QUERYBUF,
-                                   [](v4l2_buffer &answer) { answer.length = 1; }));
+            answering<v4l2_buffer>(VIDIOC_QUERYBUF, [](v4l2_buffer &answer) {
+                answer.length = 1;
+                for (uint plane = 0; plane < 2; ++plane) {
+                    answer.m.planes[plane].length = 64 * 48 / (1 + plane);
+                    answer.m.planes[plane].m.mem_offset = answer.index + plane * 1024;
+                }
+            }));
     }
 
     void impossibleAnswers()

@@ -842,10 +842,12 @@ private slots:
         rig.stills->capture(stillPath("im.jpg"));
         QTRY_COMPARE(int(machine.kernel.format().width), size.width());
         QTRY_COMPARE(machine.kernel.queuedBuffers(), 6);
-        QVERIFY(machine.kernel.deliver({0xff, 0xd8, 0xff, 0xd9}));
+        const std::vector<std::uint8_t> bytes = jpegOf(evenPicture(Qt::gray, size));
+        std::vector<std::uint8_t> corrupt = bytes;
+        std::fill(corrupt.end() - 20, corrupt.end() - 2, 0xfe); // no such code
+        QVERIFY(machine.kernel.deliver(corrupt));
         QTRY_COMPARE(machine.kernel.queuedBuffers(), 6);
         QCOMPARE(saved.size(), 0);
-        const std::vector<std::uint8_t> bytes = jpegOf(evenPicture(Qt::gray, size));
         const auto deliver = [&] {
             if (machine.kernel.queuedBuffers() == 6)
                 machine.kernel.deliver(bytes);
@@ -870,6 +872,21 @@ private slots:
         QTRY_VERIFY((machine.kernel.deliverEven(128), saved.size() == 1));
         QCOMPARE(saved.constFirst().at(1).toString(), stillPath("b.png"));
         QVERIFY(!QFile::exists(stillPath("a.png")));
+    }
+
+    // A camera that is stopped stays open for a still that is wanted, and only for that.
+    void nothingIsAwaitedForAStillTakenBack()
+    {
+        FakeMachine machine;
+        machine.plug(0, smallCamera());
+        ServiceRig rig(machine);
+        QVERIFY(rig.startAndShow(128));
+        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6); // no earlier frame becomes the still
+        rig.stills->capture(stillPath("a.png"));
+        QCoreApplication::processEvents();
+        rig.stills->cancelCapture();
+        rig.control->setState(QCamera::LoadedState);
+        QTRY_VERIFY(!machine.kernel.isOpen());
     }
 
     // As when a window opens while another one of the same program closes.
