@@ -902,7 +902,9 @@ private slots:
         auto *const control = second.requestControl<QCameraControl *>();
         QSignalSpy errors(control, &QCameraControl::error);
         control->setState(QCamera::ActiveState);
-        QVERIFY(rig.showEven(100));
+        for (std::uint8_t value = 50; value < 150; value += 10)
+            QVERIFY(rig.showEven(value));
+        QCOMPARE(machine.kernel.streamsBegun(), 1);
         QCOMPARE(surface.frames, 0);
         rig.control->setState(QCamera::LoadedState);
         QTRY_VERIFY((machine.kernel.deliverEven(128), surface.frames > 0));
