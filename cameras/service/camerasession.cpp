@@ -99,6 +99,8 @@ void CameraSession::setState(QCamera::State wanted)
     if (!missing || wanted == QCamera::ActiveState) {
         if (wanted != QCamera::ActiveState)
             endStream();
+        if (!alive)
+            return;
         currentState = wanted;
         emit stateChanged(wanted);
         if (alive)
@@ -117,8 +119,8 @@ void CameraSession::reportMissing()
                       "apparaîtra d'elle-même."));
 }
 
-// Any signal on the way may call a slot that deletes the camera, or that asks for another state.
-// That state is then reached when emit returns, and this way is obsolete.
+// Any signal on the way, also the surface's, may call a slot that deletes the camera, or that asks
+// for another state. That state is then reached when emit returns, and this way is obsolete.
 void CameraSession::climb(QCamera::State wanted)
 {
     const QPointer<CameraSession> alive(this);
@@ -150,8 +152,11 @@ void CameraSession::setSurface(QAbstractVideoSurface *next)
 {
     if (next == currentSurface)
         return;
+    const QPointer<CameraSession> alive(this);
     if (currentSurface && currentSurface->isActive())
         currentSurface->stop();
+    if (!alive)
+        return;
     currentSurface = next;
     if (currentStatus == QCamera::ActiveStatus)
         onFormatChanged();

@@ -98,6 +98,71 @@ private slots:
         QCOMPARE(renderer->surface(), nullptr);
     }
 
+    void surfaceChangesInMidStream()
+    {
+        auto *const renderer = control<QVideoRendererControl *>();
+        control<QCameraControl *>()->setState(QCamera::ActiveState);
+        QTRY_COMPARE(control<QCameraControl *>()->status(), QCamera::ActiveStatus);
+        QVERIFY(push()); // nobody looks
+        FrameRecorder first;
+        FrameRecorder second;
+        renderer->setSurface(&first);
+        QVERIFY(first.isActive());
+        QVERIFY(push());
+        renderer->setSurface(&second);
+        QVERIFY(!first.isActive());
+        QVERIFY(push());
+        QVERIFY(push());
+        second.stop();
+        QVERIFY(push());
+        renderer->setSurface(nullptr);
+        TestCamera::instance().changeFormat(
+            QVideoSurfaceFormat(QSize(80, 60), QVideoFrame::Format_RGB32));
+        QVERIFY(push());
+        QCOMPARE(first.frames, 1);
+        QCOMPARE(second.frames, 2);
+    }
+
+    void slotsMayEndTheService_data()
+    {
+        QTest::addColumn<int>("moment");
+        QTest::newRow("another camera is selected") << int(OnSelecting);
+        QTest::newRow("the display starts") << int(OnStarting);
+        QTest::newRow("another display is set") << int(OnSurface);
+        QTest::newRow("the format changes") << int(OnFormat);
+        QTest::newRow("the camera is lost") << int(OnLoss);
+    }
+
+    void slotsMayEndTheService()
+    {
+        QFETCH(int, moment);
+        FrameRecorder recorder;
+        auto *const renderer = control<QVideoRendererControl *>();
+        renderer->setSurface(&recorder);
+        auto *const camera = control<QCameraControl *>();
+        auto *const selector = control<QVideoDeviceSelectorControl *>();
+        const auto end = [this] { service.reset(); };
+        if (moment == OnStarting)
+            connect(&recorder, &FrameRecorder::activeChanged, this, end);
+        camera->setState(QCamera::ActiveState);
+        if (moment != OnStarting) {
+            QTRY_COMPARE(camera->status(), QCamera::ActiveStatus);
+            connect(&recorder, &FrameRecorder::activeChanged, this, end);
+        }
+        if (moment == OnSelecting)
+            selector->setSelectedDevice(1);
+        else if (moment == OnSurface)
+            renderer->setSurface(nullptr);
+        else if (moment == OnFormat)
+            TestCamera::instance().changeFormat(
+                QVideoSurfaceFormat(QSize(80, 60), QVideoFrame::Format_RGB32));
+        else if (moment == OnLoss)
+            TestCamera::instance().raiseError(QCamera::CameraError, QStringLiteral("Panne."),
+                                              QCamera::ActiveState);
+        QTRY_VERIFY(!service);
+        QVERIFY(!TestCamera::instance().isOpen());
+    }
+
     void exposure()
     {
         constexpr auto compensation = QCameraExposureControl::ExposureCompensation;
@@ -143,6 +208,19 @@ private slots:
     }
 
 private:
+    enum Moment {
+        OnSelecting,
+        OnStarting,
+        OnSurface,
+        OnFormat,
+        OnLoss,
+    };
+
+    static bool push()
+    {
+        return TestCamera::instance().pushPicture(QImage(64, 48, QImage::Format_RGB32));
+    }
+
     template<typename Control>
     Control control() const
     {
