@@ -130,6 +130,18 @@ public:
         return passTimeUntil([this] { return machine.kernel.isStreaming(); });
     }
 
+    /// While the stream is of this width and the driver has all buffers, delivers \a bytes until a
+    /// still is saved.
+    bool deliverUntilSaved(const std::vector<std::uint8_t> &bytes, int width,
+                           const QSignalSpy &saved)
+    {
+        return QTest::qWaitFor([&] {
+            if (int(machine.kernel.format().width) == width && machine.kernel.queuedBuffers() == 6)
+                machine.kernel.deliver(bytes);
+            return saved.size() == 1;
+        });
+    }
+
     /// The next stills are larger than the live picture of jpegCamera().
     void wishLargerStill() const
     {
@@ -777,12 +789,7 @@ private slots:
         QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
         rig.stills->capture(stillPath("im.jpg"));
         const std::vector<std::uint8_t> bytes = jpegOf(evenPicture(Qt::gray, {128, 96}));
-        const auto deliver = [&] {
-            if (machine.kernel.format().width == 128 && machine.kernel.queuedBuffers() == 6)
-                machine.kernel.deliver(bytes);
-            return saved.size() == 1;
-        };
-        QTRY_VERIFY(deliver());
+        QVERIFY(rig.deliverUntilSaved(bytes, 128, saved));
         QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
     }
 
@@ -848,12 +855,7 @@ private slots:
         QVERIFY(machine.kernel.deliver(corrupt));
         QTRY_COMPARE(machine.kernel.queuedBuffers(), 6);
         QCOMPARE(saved.size(), 0);
-        const auto deliver = [&] {
-            if (machine.kernel.queuedBuffers() == 6)
-                machine.kernel.deliver(bytes);
-            return saved.size() == 1;
-        };
-        QTRY_VERIFY(deliver());
+        QVERIFY(rig.deliverUntilSaved(bytes, size.width(), saved));
         QCOMPARE(contentOf(stillPath("im.jpg")), bytesOf(bytes));
     }
 
