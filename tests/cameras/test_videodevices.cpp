@@ -184,6 +184,34 @@ private slots:
         QCOMPARE(found.back().kind, NodeKind::Unknown);
     }
 
+    // It opens and answers nothing: what the system says of it holds.
+    void nodesThatDoNotAnswer()
+    {
+        FakeMachine machine;
+        machine.kernel.refuse(VIDIOC_QUERYCAP, EIO);
+        for (const int number : {0, 1}) {
+            machine.describeUsb(number, "Visualiseur", "", "1");
+            FakeMachine::writeFile(machine.classFolder(number) + "/index",
+                                   QByteArray::number(number));
+            machine.plug(number, usualCamera());
+        }
+        const std::vector<VideoDevice> found = findDevices(machine.folders, machine.kernel);
+        QCOMPARE(namesOf(found), (QStringList{"Visualiseur", "Visualiseur"}));
+        QCOMPARE(found.front().kind, NodeKind::Camera);
+        QCOMPARE(found.back().kind, NodeKind::Unknown);
+    }
+
+    // Its pictures can be read one by one only.
+    void nodeThatDoesNotStream()
+    {
+        FakeMachine machine;
+        FakeCamera camera = usualCamera();
+        camera.capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_READWRITE;
+        machine.plug(0, camera);
+        const std::vector<VideoDevice> found = findDevices(machine.folders, machine.kernel);
+        QCOMPARE(found.front().kind, NodeKind::Other);
+    }
+
     void nameFromTheNode()
     {
         FakeMachine machine;
