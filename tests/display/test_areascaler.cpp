@@ -76,6 +76,11 @@ private slots:
     {
         QVERIFY(scaledByArea(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}).isNull());
         QVERIFY(scaledByArea(uniformPicture({8, 8}, paper), {{0, 0}, 0.5}, QRect()).isNull());
+        const QImage before = uniformPicture({4, 4}, ink);
+        QImage grid = before;
+        kivra::drawByArea(QImage(), {{0, 0}, 0.5}, {0, 0, 2, 2}, grid);
+        kivra::drawByArea(uniformPicture({8, 8}, paper), {{0, 0}, 0.5}, QRect(), grid);
+        KIVRA_COMPARE_PICTURES(grid, before);
     }
 
     void wholeScalesRepeatEachPixel()

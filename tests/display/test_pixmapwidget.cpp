@@ -11,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPicture>
 #include <QSignalSpy>
 #include <QTimer>
 #include <QWheelEvent>
@@ -389,6 +390,25 @@ private slots:
         KIVRA_COMPARE_PICTURES(view.shownAt(2), picture);
     }
 
+    // As for a printer, or for a program that asks for another kind of picture.
+    void scaledPictureIsTheSameElsewhere()
+    {
+        View view({60, 60});
+        view.setPixmap(QPixmap::fromImage(gradient({120, 120})));
+        view.setScaleFactor(0.5F);
+        const QImage expected = view.shown();
+        for (const QImage::Format format : {QImage::Format_ARGB32, QImage::Format_RGB888}) {
+            QImage other(view.size(), format);
+            view.render(&other);
+            KIVRA_COMPARE_PICTURES(other.convertToFormat(QImage::Format_RGB32), expected);
+        }
+        QPicture recorded;
+        view.render(&recorded);
+        QImage played(view.size(), QImage::Format_RGB32);
+        QPainter(&played).drawPicture(0, 0, recorded);
+        KIVRA_COMPARE_PICTURES(played, expected);
+    }
+
     void scaledTranslucentPictureLetsTheBackgroundThrough()
     {
         View view({40, 40});
@@ -731,6 +751,15 @@ private slots:
         view.saveToFile(path);
         const QImage saved(path);
         KIVRA_COMPARE_PICTURES(saved.convertToFormat(QImage::Format_RGB32), view.shown());
+    }
+
+    void saveOfAnUnknownKindWritesNothing()
+    {
+        View view({20, 15});
+        const QString path =
+            kivra::test::Sandbox::instance().home() + QStringLiteral("/seen.kivra");
+        view.saveToFile(path);
+        QVERIFY(!QFile::exists(path));
     }
 
     void saveLeavesOutWhatIsHidden()
