@@ -271,7 +271,7 @@ private:
         QVERIFY(resident <= allowedResidentGrowth);
     }
 
-    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", 5);
+    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", isSanitized() ? 8 : 5);
     const quint32 seed = quint32(numberFrom("KIVRA_SEED", 1));
     const bool trace = numberFrom("KIVRA_TRACE", 0) != 0;
     const QStringList files = pathsToOpen();
