@@ -5,6 +5,7 @@
 #include "tests/support/testmain.h"
 
 #include <cerrno>
+#include <chrono>
 #include <memory>
 
 using kivra::cameras::CapturedFrame;
@@ -24,7 +25,6 @@ namespace kivra::test {
 namespace {
 
 using cameras::Capture;
-using namespace std::chrono_literals;
 
 constexpr const char *filmed = "/dev/video0";
 
@@ -172,7 +172,7 @@ private slots:
         OpenStream stream(plain());
         stream.kernel.refuse(VIDIOC_S_PARM, ENOTTY);
         QCOMPARE(stream.begin(), Fault::None);
-        QVERIFY(stream.capture->interval() == 40ms);
+        QVERIFY(stream.capture->interval() == std::chrono::milliseconds(40));
     }
 
     void refusals_data()
