@@ -22,23 +22,26 @@ QVideoFrame frameOver(const QByteArray &memory, const QSize &size, bool mappable
 }
 
 // A frame whose sender shares a picture; its memory has other content.
-QVideoFrame sharingFrame(const QImage &picture, const QSize &size, bool mappable = true)
+QVideoFrame sharingFrame(const QImage &picture, const QSize &size, bool mappable = true,
+                         QAbstractVideoBuffer::HandleType kind = QAbstractVideoBuffer::NoHandle)
 {
     class SharingBuffer : public DriverBuffer
     {
     public:
-        SharingBuffer(QImage picture, const QSize &size, bool canBeMapped)
+        SharingBuffer(QImage picture, const QSize &size, bool canBeMapped, HandleType kind)
             : DriverBuffer(QByteArray(size.width() * size.height() * 4, '\x55'),
                            size.width() * size.height() * 4, size.width() * 4, canBeMapped)
             , shared(std::move(picture))
         {
+            m_type = kind;
         }
         QVariant handle() const override { return shared; }
 
     private:
         const QImage shared;
     };
-    return QVideoFrame(new SharingBuffer(picture, size, mappable), size, QVideoFrame::Format_RGB32);
+    return QVideoFrame(new SharingBuffer(picture, size, mappable, kind), size,
+                       QVideoFrame::Format_RGB32);
 }
 
 QByteArray bytesOf(const QImage &picture)
@@ -223,6 +226,17 @@ private slots:
             QVERIFY(surface.present(sharingFrame(other, size)));
             KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenRest(memory, size));
         }
+    }
+
+    // What the handle of a texture holds is its kind's own affair.
+    void handleOfATextureIsNotRead()
+    {
+        const QSize size(16, 16);
+        VideoSurface surface;
+        QVERIFY(surface.present(
+            sharingFrame(gradient(size), size, true, QAbstractVideoBuffer::GLTextureHandle)));
+        KIVRA_COMPARE_PICTURES(surface.frame(),
+                               wordsThenRest(QByteArray(16 * 16 * 4, '\x55'), size));
     }
 
     void aLaterFrameLeavesEarlierCopiesAlone()
