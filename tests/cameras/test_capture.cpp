@@ -61,18 +61,6 @@ struct OpenStream
     std::unique_ptr<Capture> capture;
 };
 
-/// Answers \a request in place of the camera, by \a fill.
-template<typename Argument>
-FakeKernel::Answer answering(unsigned long request, const std::function<void(Argument &)> &fill)
-{
-    return [=](unsigned long asked, void *argument) -> std::optional<int> {
-        if (asked != request)
-            return std::nullopt;
-        fill(*static_cast<Argument *>(argument));
-        return 0;
-    };
-}
-
 } // namespace
 
 class CaptureTest : public QObject

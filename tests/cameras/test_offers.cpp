@@ -10,6 +10,7 @@
 #include <cerrno>
 
 using namespace kivra::cameras;
+using kivra::test::answering;
 using kivra::test::FakeCamera;
 using kivra::test::FakeKernel;
 using kivra::test::offer;
@@ -45,27 +46,19 @@ QStringList offered(const FakeKernel::Answer &answer, bool multiPlanar = false)
 
 FakeKernel::Answer sizesIn(const v4l2_frmsize_stepwise &range)
 {
-    return [=](unsigned long request, void *argument) -> std::optional<int> {
-        if (request != VIDIOC_ENUM_FRAMESIZES)
-            return std::nullopt;
-        auto &size = *static_cast<v4l2_frmsizeenum *>(argument);
+    return answering<v4l2_frmsizeenum>(VIDIOC_ENUM_FRAMESIZES, [=](v4l2_frmsizeenum &size) {
         size.type = V4L2_FRMSIZE_TYPE_STEPWISE;
         size.stepwise = range;
-        return 0;
-    };
+    });
 }
 
 FakeKernel::Answer intervalsIn(const v4l2_fract &shortest, const v4l2_fract &longest)
 {
-    return [=](unsigned long request, void *argument) -> std::optional<int> {
-        if (request != VIDIOC_ENUM_FRAMEINTERVALS)
-            return std::nullopt;
-        auto &interval = *static_cast<v4l2_frmivalenum *>(argument);
+    return answering<v4l2_frmivalenum>(VIDIOC_ENUM_FRAMEINTERVALS, [=](v4l2_frmivalenum &interval) {
         interval.type = V4L2_FRMIVAL_TYPE_CONTINUOUS;
         interval.stepwise.min = shortest;
         interval.stepwise.max = longest;
-        return 0;
-    };
+    });
 }
 
 /// A driver that lists no sizes; its format is \a width x \a height.

@@ -142,6 +142,12 @@ public:
         });
     }
 
+    /// Waits for that: then no earlier frame becomes the next still.
+    bool hasUsedAllFrames() const
+    {
+        return QTest::qWaitFor([this] { return machine.kernel.queuedBuffers() == 6; });
+    }
+
     /// The next stills are larger than the live picture of jpegCamera().
     void wishLargerStill() const
     {
@@ -690,7 +696,7 @@ private slots:
         machine.plug(0, smallCamera());
         ServiceRig rig(machine);
         QVERIFY(rig.startAndShow(128));
-        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6); // no earlier frame becomes the still
+        QVERIFY(rig.hasUsedAllFrames());
         QSignalSpy failed(rig.stills, &QCameraImageCaptureControl::error);
         rig.stills->capture(stillPath("im.png"));
         QVERIFY(rig.passTimeUntil([&] { return failed.size() == 1; }));
@@ -703,7 +709,7 @@ private slots:
         machine.plug(0, smallCamera());
         ServiceRig rig(machine);
         QVERIFY(rig.startAndShow(128));
-        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6); // no earlier frame becomes the still
+        QVERIFY(rig.hasUsedAllFrames());
         QSignalSpy failed(rig.stills, &QCameraImageCaptureControl::error);
         rig.stills->capture(stillPath("im.png"));
         machine.unplug(0);
@@ -865,7 +871,7 @@ private slots:
         machine.plug(0, smallCamera());
         ServiceRig rig(machine);
         QVERIFY(rig.startAndShow(128));
-        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6); // no earlier frame becomes the still
+        QVERIFY(rig.hasUsedAllFrames());
         QSignalSpy saved(rig.stills, &QCameraImageCaptureControl::imageSaved);
         rig.stills->capture(stillPath("a.png"));
         QCoreApplication::processEvents();
@@ -883,7 +889,7 @@ private slots:
         machine.plug(0, smallCamera());
         ServiceRig rig(machine);
         QVERIFY(rig.startAndShow(128));
-        QTRY_COMPARE(machine.kernel.queuedBuffers(), 6); // no earlier frame becomes the still
+        QVERIFY(rig.hasUsedAllFrames());
         rig.stills->capture(stillPath("a.png"));
         QCoreApplication::processEvents();
         rig.stills->cancelCapture();

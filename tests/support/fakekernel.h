@@ -148,6 +148,18 @@ private:
     int waiting = 0;
 };
 
+/// Answers \a request in place of the camera: \a fill writes the answer, and the call succeeds.
+template<typename Argument>
+FakeKernel::Answer answering(unsigned long request, const std::function<void(Argument &)> &fill)
+{
+    return [=](unsigned long asked, void *argument) -> std::optional<int> {
+        if (asked != request)
+            return std::nullopt;
+        fill(*static_cast<Argument *>(argument));
+        return 0;
+    };
+}
+
 /// The offer of \a fourcc with this many frames a second.
 cameras::Offer offer(std::uint32_t fourcc, int width, int height, std::uint32_t rate);
 
