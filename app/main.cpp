@@ -20,20 +20,26 @@ QIcon applicationIcon()
     return icon;
 }
 
-// If several camera services list the same camera, Qt opens it with the preferred one. Qt reads the
-// variable once, before it looks for the first camera.
-void preferOwnCameraService()
+void setUnlessSet(const char *variable, const char *value)
 {
-    constexpr const char *variable = "QT_MULTIMEDIA_PREFERRED_PLUGINS";
     if (!qEnvironmentVariableIsSet(variable))
-        qputenv(variable, "v4l2camera");
+        qputenv(variable, value);
+}
+
+// Qt reads these variables once, the first before it looks for the first camera.
+void tellQt()
+{
+    // If several camera services list the same camera, Qt opens it with this one.
+    setUnlessSet("QT_MULTIMEDIA_PREFERRED_PLUGINS", "v4l2camera");
+    // Nothing is drawn with OpenGL, and loading its driver would make the start half as long again.
+    setUnlessSet("QT_XCB_GL_INTEGRATION", "none");
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    preferOwnCameraService();
+    tellQt();
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
