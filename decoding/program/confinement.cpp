@@ -68,7 +68,7 @@ Confinement confine()
     done.secrecy = keepSecret();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     done.privileges = prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
-    done.fileRules = allowReadingOf(foldersToRead());
+    done.fileRules = allowReadingOf(pathsToRead());
     done.systemCalls = filterSystemCalls();
     return done;
 }

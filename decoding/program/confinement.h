@@ -18,7 +18,7 @@ struct Confinement
 };
 
 /// Gives up everything that decoding does not need, for good, and for threads that start later.
-/// Call it while there is only one thread, after plug-ins are loaded and fonts looked up.
+/// Call it while there is only one thread, after plug-ins are loaded.
 Confinement confine();
 
 /// A line for each part, for people.
@@ -27,11 +27,12 @@ QByteArray inWords(const Confinement &confinement);
 /// \name Parts that have a source file of their own.
 /// @{
 
-/// From now on, files can only be opened for reading, and only below \a folders. Returns the
-/// version of Landlock, 0 if there is none or it refuses.
-int allowReadingOf(const QStringList &folders);
-/// Where libraries, plug-ins, fonts and font caches lie.
-QStringList foldersToRead();
+/// From now on, files can only be opened for reading, and only \a paths and what lies
+/// below them. Returns the version of Landlock, 0 if there is none or it refuses.
+int allowReadingOf(const QStringList &paths);
+/// Where libraries, plug-ins, fonts, their configuration and caches lie: folders and files, some of
+/// which may not exist.
+QStringList pathsToRead();
 /// Makes all system calls fail except those that decoding needs. False if the kernel cannot do
 /// that.
 bool filterSystemCalls();

@@ -5,9 +5,7 @@
 #include "decoding/program/service.h"
 
 #include <QGuiApplication>
-#include <QImage>
 #include <QImageReader>
-#include <QPainter>
 #include <QThreadPool>
 #include <algorithm>
 #include <cstdio>
@@ -35,15 +33,6 @@ void keepThreadsFew()
     mallopt(M_ARENA_MAX, 1);
     QThreadPool *const pool = QThreadPool::globalInstance();
     pool->setMaxThreadCount(std::min(mostThreads, pool->maxThreadCount()));
-}
-
-// Before the confinement: loads the plug-ins, and draws a text so that fonts are looked up.
-void loadWhatPicturesNeed()
-{
-    QImageReader::supportedImageFormats();
-    QImage picture(16, 16, QImage::Format_ARGB32_Premultiplied);
-    picture.fill(Qt::white);
-    QPainter(&picture).drawText(2, 14, QStringLiteral("a"));
 }
 
 bool isSocket(int descriptor)
@@ -92,7 +81,7 @@ int decoderMain(int argc, char **argv)
     preparePlatform();
     QGuiApplication application(argc, argv);
     keepThreadsFew();
-    loadWhatPicturesNeed();
+    QImageReader::supportedImageFormats(); // loads the plug-ins
     const Confinement confinement = confine();
     // _exit() in either case: the filter refuses most of what a normal exit does.
     if (isCheck) {

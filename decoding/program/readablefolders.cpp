@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <linux/landlock.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 
 namespace kivra {
@@ -39,22 +40,27 @@ quint64 allRights(int known)
     return rights;
 }
 
-void allow(int rules, const QString &folder)
+void allow(int rules, const QString &path)
 {
-    const Descriptor opened(open(QFile::encodeName(folder).constData(), O_PATH | O_CLOEXEC));
+    const Descriptor opened(open(QFile::encodeName(path).constData(), O_PATH | O_CLOEXEC));
     if (!opened.isOpen())
         return;
+    struct stat is = {};
+    fstat(opened.get(), &is);
     landlock_path_beneath_attr rule = {};
-    rule.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+    rule.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE;
+    if (S_ISDIR(is.st_mode)) // of a file, the kernel would refuse the whole rule
+        rule.allowed_access |= LANDLOCK_ACCESS_FS_READ_DIR;
     rule.parent_fd = opened.get();
     syscall(SYS_landlock_add_rule, rules, LANDLOCK_RULE_PATH_BENEATH, &rule, 0);
 }
 
 } // namespace
 
-QStringList foldersToRead()
+QStringList pathsToRead()
 {
     const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     return QStringList{QStringLiteral("/lib"),
                        QStringLiteral("/lib64"),
                        QStringLiteral("/usr/lib"),
@@ -64,12 +70,15 @@ QStringList foldersToRead()
                        QStringLiteral("/etc/fonts"),
                        QStringLiteral("/usr/share/fontconfig"),
                        QStringLiteral("/var/cache/fontconfig"),
-                       cache + QStringLiteral("/fontconfig")} +
+                       cache + QStringLiteral("/fontconfig"),
+                       config + QStringLiteral("/fontconfig"),
+                       qEnvironmentVariable("FONTCONFIG_PATH"),
+                       qEnvironmentVariable("FONTCONFIG_FILE")} +
            QStandardPaths::standardLocations(QStandardPaths::FontsLocation) +
            QCoreApplication::libraryPaths();
 }
 
-int allowReadingOf(const QStringList &folders)
+int allowReadingOf(const QStringList &paths)
 {
     const int known = version();
     if (known == 0)
@@ -79,8 +88,8 @@ int allowReadingOf(const QStringList &folders)
     const Descriptor rules(int(syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0)));
     if (!rules.isOpen())
         return 0;
-    for (const QString &folder : folders)
-        allow(rules.get(), folder);
+    for (const QString &path : paths)
+        allow(rules.get(), path);
     const bool holds = prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
                        syscall(SYS_landlock_restrict_self, rules.get(), 0) == 0;
     return holds ? known : 0;

@@ -223,10 +223,10 @@ private slots:
             static const QRegularExpression line(QStringLiteral("Max cpu time +(\\d+)"));
             return line.match(QString::fromLatin1(limits)).captured(1).toInt();
         };
-        QVERIFY(!decoder.load(written(faultyPicture("work 2500"))).isNull());
+        QVERIFY(!decoder.load(written(faultyPicture("work 1500"))).isNull());
         const int first = limit();
         QVERIFY(!decoder.load(written(faultyPicture("well"))).isNull());
-        QVERIFY2(limit() >= first + 2, qPrintable(QString::number(limit())));
+        QVERIFY2(limit() >= first + 1, qPrintable(QString::number(limit())));
     }
 
     // No other process of the same user may look inside; root may look anywhere.

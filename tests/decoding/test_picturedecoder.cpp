@@ -172,6 +172,41 @@ private slots:
         QVERIFY(isInked({58, 0, 60, 40}));
     }
 
+    // The account's configuration of fonts, in its usual place and where a variable says.
+    void configuredFonts_data()
+    {
+        QTest::addColumn<bool>("isByVariable");
+        QTest::newRow("usual place") << false;
+        QTest::newRow("variable") << true;
+    }
+
+    void configuredFonts()
+    {
+        QFETCH(bool, isByVariable);
+        const QByteArray systems =
+            isByVariable ? "<include>/etc/fonts/fonts.conf</include>" : QByteArray();
+        const QString path = written(
+            QStringLiteral("letters.conf"),
+            "<?xml version='1.0'?><!DOCTYPE fontconfig SYSTEM 'fonts.dtd'><fontconfig>" + systems +
+                "<match><test name='family'><string>Tableau</string></test>"
+                "<edit name='family' mode='assign' binding='strong'>"
+                "<string>DejaVu Sans Mono</string></edit></match></fontconfig>");
+        const QString folder = Sandbox::instance().home() + QStringLiteral("/config/fontconfig");
+        if (isByVariable) {
+            qputenv("FONTCONFIG_FILE", QFile::encodeName(path));
+        } else {
+            QVERIFY(QDir().mkpath(folder));
+            QVERIFY(QFile::copy(path, folder + QStringLiteral("/fonts.conf")));
+        }
+        const QImage configured = wordIn("Tableau");
+        const QImage fixed = wordIn("DejaVu Sans Mono");
+        const QImage other = wordIn("DejaVu Sans");
+        qunsetenv("FONTCONFIG_FILE");
+        QDir(folder).removeRecursively();
+        KIVRA_COMPARE_PICTURES(configured, fixed);
+        QVERIFY(configured != other);
+    }
+
     void knownSizes_data()
     {
         QTest::addColumn<QString>("name");
@@ -460,6 +495,16 @@ private slots:
 
 private:
     QImage loadPicture(const QString &path) const { return decoder->load(path); }
+
+    QImage wordIn(const QByteArray &font) const
+    {
+        return loadPicture(
+            written(QStringLiteral("a.svg"),
+                    "<svg xmlns='http://www.w3.org/2000/svg' width='120' height='40'>"
+                    "<rect width='120' height='40' fill='#ffffff'/>"
+                    "<text x='5' y='28' font-size='24' font-family='" +
+                        font + "'>mille</text></svg>"));
+    }
 
     static std::unique_ptr<PictureDecoder> impatient(qint64 processorMs)
     {
