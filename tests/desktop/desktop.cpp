@@ -18,15 +18,6 @@ namespace kivra::test {
 
 namespace {
 
-bool xdoWorks(const QStringList &words, QString *output)
-{
-    QProcess xdotool;
-    xdotool.start(QStringLiteral("xdotool"), words);
-    xdotool.waitForFinished(patienceMs);
-    *output = QString::fromUtf8(xdotool.readAllStandardOutput()).trimmed();
-    return xdotool.exitStatus() == QProcess::NormalExit && xdotool.exitCode() == 0;
-}
-
 bool near(QRgb one, QRgb other)
 {
     const auto isNear = [](int a, int b) { return qAbs(a - b) <= 2; };
@@ -38,14 +29,13 @@ bool near(QRgb one, QRgb other)
 
 Desktop::Desktop(Cameras cameras, const QMargins &margins)
 {
-    QStringList options{QStringLiteral("--sm-disable")};
+    const QString ready = folder.filePath(QStringLiteral("ready"));
+    QStringList options{QStringLiteral("--sm-disable"), QStringLiteral("--startup"),
+                        QStringLiteral("touch ") + ready};
     if (!margins.isNull())
         options += {QStringLiteral("--config-file"), writeMargins(margins)};
     windowManager.start(QStringLiteral("openbox"), options);
-    QString ignored;
-    const bool up = QTest::qWaitFor(
-        [&] { return xdoWorks({QStringLiteral("get_num_desktops")}, &ignored); }, patienceMs);
-    if (!up)
+    if (!QTest::qWaitFor([&] { return QFile::exists(ready); }, patienceMs))
         qFatal("the window manager did not come up");
     placeProgram(cameras);
     program.setProcessChannelMode(QProcess::MergedChannels);
@@ -117,16 +107,19 @@ void Desktop::placeProgram(Cameras cameras)
 
 bool Desktop::start(const QStringList &arguments)
 {
+    const auto shown = [this] { return windowNamed(QStringLiteral("Kivra")); };
+    // The server may still have the window of a program that has just ended.
+    if (!QTest::qWaitFor([&] { return shown() == 0; }, patienceMs))
+        return false;
     program.start(QDir(folder.path()).filePath(QStringLiteral("kivra")), arguments);
-    const QStringList search = {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                QStringLiteral("--name"), QStringLiteral("^Kivra$")};
-    return QTest::qWaitFor([&] { return xdoWorks(search, &windowId) && !windowId.isEmpty(); },
-                           patienceMs);
+    const bool isShown = QTest::qWaitFor([&] { return shown() != 0; }, patienceMs);
+    window = shown();
+    return isShown;
 }
 
 int Desktop::close()
 {
-    xdo(QStringLiteral("key alt+F4"));
+    key(QStringLiteral("alt+F4"));
     const bool ended =
         program.waitForFinished(patienceMs) && program.exitStatus() == QProcess::NormalExit;
     const int code = ended ? program.exitCode() : -1;
@@ -141,60 +134,39 @@ QString Desktop::log()
     return QString::fromUtf8(program.readAll());
 }
 
-QString Desktop::xdo(const QString &words) const
-{
-    QString output;
-    if (!xdoWorks(words.split(QLatin1Char(' ')), &output))
-        qFatal("xdotool %s failed", qPrintable(words));
-    return output;
-}
-
-void Desktop::moveTo(const QPoint &at) const
-{
-    xdo(QStringLiteral("mousemove %1 %2").arg(at.x()).arg(at.y()));
-}
-
-void Desktop::click(const QPoint &at, int button) const
-{
-    xdo(QStringLiteral("mousemove %1 %2 click %3").arg(at.x()).arg(at.y()).arg(button));
-}
-
-void Desktop::doubleClick(const QPoint &at) const
-{
-    xdo(QStringLiteral("mousemove %1 %2 click --repeat 2 --delay 100 1").arg(at.x()).arg(at.y()));
-}
-
-// Empty while the keyboard goes from one window to another.
-QString Desktop::activeWindow() const
-{
-    QString window;
-    return xdoWorks({QStringLiteral("getactivewindow")}, &window) ? window : QString();
-}
-
 bool Desktop::waitForDialog() const
 {
     return QTest::qWaitFor(
         [&] {
-            const QString active = activeWindow();
-            return !active.isEmpty() && active != windowId;
+            const WId active = activeWindow();
+            return active != 0 && active != window;
         },
         patienceMs);
 }
 
 bool Desktop::waitForMainWindow() const
 {
-    return QTest::qWaitFor([&] { return activeWindow() == windowId; }, patienceMs);
+    return QTest::qWaitFor([&] { return activeWindow() == window; }, patienceMs);
 }
 
 QImage Desktop::screen() const
 {
-    return QGuiApplication::primaryScreen()->grabWindow(0).toImage().convertToFormat(
-        QImage::Format_RGB32);
+    return contentOf(0);
 }
 
 QImage Desktop::windowContent() const
 {
-    return contentOf(windowId);
+    return contentOf(window);
+}
+
+QImage Desktop::windowContent(const QRect &part) const
+{
+    return contentOf(window, part);
+}
+
+QSize Desktop::windowSize() const
+{
+    return sizeOf(window);
 }
 
 QImage Desktop::dialogContent() const
@@ -202,50 +174,35 @@ QImage Desktop::dialogContent() const
     return contentOf(activeWindow());
 }
 
-QImage Desktop::contentOf(const QString &window)
+QImage Desktop::contentOf(WId window, const QRect &part)
 {
     return QGuiApplication::primaryScreen()
-        ->grabWindow(window.toULongLong())
+        ->grabWindow(window, part.x(), part.y(), part.width(), part.height())
         .toImage()
         .convertToFormat(QImage::Format_RGB32);
 }
 
 QPoint Desktop::contentPosition() const
 {
-    // The answer has one value per line: X=<number>, Y=<number>, and others.
-    const QStringList lines =
-        xdo(QStringLiteral("getwindowgeometry --shell ") + windowId).split(QLatin1Char('\n'));
-    QPoint position(-1, -1);
-    for (const QString &line : lines) {
-        if (line.startsWith(QLatin1String("X=")))
-            position.setX(line.mid(2).toInt());
-        else if (line.startsWith(QLatin1String("Y=")))
-            position.setY(line.mid(2).toInt());
-    }
-    return position;
+    return positionOf(window);
 }
 
 void Desktop::keepScreenshot(const QString &name) const
 {
     const QDir pictures(screenshotFolder());
     pictures.mkpath(QStringLiteral("."));
-    constexpr int quick = 90; // compresses little
-    screen().save(pictures.filePath(name + QStringLiteral(".png")), "png", quick);
+    constexpr int sharp = 95; // quicker than a PNG file
+    screen().save(pictures.filePath(name + QStringLiteral(".jpg")), "jpg", sharp);
 }
 
 void Desktop::clickInWindow(const QPoint &at) const
 {
-    clickIn(windowId, at);
+    click(window, at);
 }
 
 void Desktop::clickInDialog(const QPoint &at) const
 {
-    clickIn(activeWindow(), at);
-}
-
-void Desktop::clickIn(const QString &window, const QPoint &at) const
-{
-    xdo(QStringLiteral("mousemove --window %1 %2 %3 click 1").arg(window).arg(at.x()).arg(at.y()));
+    click(activeWindow(), at);
 }
 
 QRect extentOf(const QImage &picture, const QColor &colour)

@@ -1,24 +1,25 @@
 #pragma once
 
+#include "tests/desktop/xuser.h"
 #include "tests/support/patience.h"
 
 #include <QColor>
 #include <QImage>
 #include <QMargins>
-#include <QPoint>
 #include <QProcess>
+#include <QRect>
 #include <QSize>
 #include <QStringList>
 #include <QTemporaryDir>
 
 namespace kivra::test {
 
-/// A window manager on the X server of this test, and the built program in it, driven by X events.
+/// The user at the X server of this test, a window manager on it, and the built program.
 ///
 /// The program is a copy in a folder of its own. Beside it are only the camera services that the
 /// test asks for; it finds the machine's own only if the test asks for them, too. It gets the
 /// test's environment variables.
-class Desktop
+class Desktop : public XUser
 {
 public:
     /// Which cameras the program may find.
@@ -45,13 +46,6 @@ public:
     /// What the program wrote since the last call.
     QString log();
 
-    /// Runs xdotool with these words, separated by blanks, and returns its output. Ends the process
-    /// if xdotool fails.
-    QString xdo(const QString &words) const;
-    void key(const QString &name) const { xdo(QStringLiteral("key ") + name); }
-    void moveTo(const QPoint &at) const;
-    void click(const QPoint &at, int button = 1) const;
-    void doubleClick(const QPoint &at) const;
     /// A left click at a place relative to the corner of the window's content.
     void clickInWindow(const QPoint &at) const;
     /// The same in the dialog that has the keyboard.
@@ -66,6 +60,9 @@ public:
     QImage screen() const;
     /// The content of the program's window, without what the window manager adds around it.
     QImage windowContent() const;
+    /// A part of it, for questions that are asked often.
+    QImage windowContent(const QRect &part) const;
+    QSize windowSize() const;
     /// The content of the dialog that has the keyboard.
     QImage dialogContent() const;
     /// Where the content of the program's window begins on the screen.
@@ -75,15 +72,13 @@ public:
 
 private:
     QString writeMargins(const QMargins &margins) const;
-    QString activeWindow() const;
-    static QImage contentOf(const QString &window);
-    void clickIn(const QString &window, const QPoint &at) const;
+    static QImage contentOf(WId window, const QRect &part = {0, 0, -1, -1});
     void placeProgram(Cameras cameras);
 
     QTemporaryDir folder;
     QProcess windowManager;
     QProcess program;
-    QString windowId;
+    WId window = 0;
 };
 
 /// The smallest rectangle with all pixels of this colour (each channel within 2); empty if none is.

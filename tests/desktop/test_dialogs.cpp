@@ -209,8 +209,7 @@ private slots:
         desktop->key(command);
         QVERIFY(desktop->waitForDialog());
         desktop->keepScreenshot(QStringLiteral("box_") + command);
-        QCOMPARE(desktop->xdo(QStringLiteral("getactivewindow getwindowname")).trimmed(),
-                 QStringLiteral("Kivra"));
+        QCOMPARE(desktop->nameOf(desktop->activeWindow()), QStringLiteral("Kivra"));
         desktop->key(keys);
         QVERIFY(desktop->waitForMainWindow());
         QVERIFY(desktop->running());

@@ -140,22 +140,20 @@ private slots:
     void keysAfterTheToolBarPulledOff()
     {
         desktop->key(QStringLiteral("ctrl+m"));
-        const QString window = desktop->xdo(QStringLiteral("getactivewindow"));
-        const auto moveTo = [&](const QString &in, int x, int y) {
-            desktop->xdo(QStringLiteral("mousemove --window %1 %2 %3").arg(in).arg(x).arg(y));
-        };
-        moveTo(window, 5, 40);
-        desktop->xdo(QStringLiteral("mousedown 1"));
+        const WId window = desktop->activeWindow();
+        const QPoint handle(5, 40);
+        desktop->moveTo(window, handle);
+        desktop->press();
         for (int step = 20; step <= 160; step += 20)
-            moveTo(window, 5 + step, 40 + step);
-        desktop->xdo(QStringLiteral("mouseup 1"));
+            desktop->moveTo(window, handle + QPoint(step, step));
+        desktop->release();
         desktop->keepScreenshot(QStringLiteral("toolbar_pulled_off"));
-        const QString toolBar =
-            desktop->xdo(QStringLiteral("search --sync --onlyvisible --name ^toolBar$"));
-        moveTo(toolBar, 157, 20); // the zoom
-        desktop->xdo(QStringLiteral("click 1"));
+        const QString name = QStringLiteral("toolBar");
+        QTRY_VERIFY_WITH_TIMEOUT(desktop->windowNamed(name) != 0, patienceMs);
+        const WId toolBar = desktop->windowNamed(name);
+        desktop->click(toolBar, {157, 20}); // the zoom
         QVERIFY(desktop->waitForMainWindow());
-        desktop->xdo(QStringLiteral("windowunmap ") + toolBar); // it may lie over the square
+        desktop->hide(toolBar); // it may lie over the square
         desktop->key(QStringLiteral("Up"));
         QTRY_COMPARE_WITH_TIMEOUT(square(dark), QSize(117, 117), patienceMs);
     }
@@ -178,14 +176,14 @@ private slots:
             screen.boundedTo(largest), QSize(screen.width() * 7 / 10, screen.height() * 7 / 10)};
         for (const QSize &preset : presets) {
             desktop->key(QStringLiteral("F5"));
-            QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().size(), preset, patienceMs);
+            QTRY_COMPARE_WITH_TIMEOUT(desktop->windowSize(), preset, patienceMs);
         }
     }
 
     // No auto-repeat of a held key may be taken for a new press.
     void heldKeyAsksOnce()
     {
-        desktop->xdo(QStringLiteral("keydown ctrl keydown s"));
+        desktop->holdKey(QStringLiteral("ctrl+s"));
         QString log;
         const auto pictures = [&] {
             log += desktop->log();
@@ -194,7 +192,7 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return pictures() > 0; }, patienceMs));
         constexpr int heldMs = 2500; // some forty repeats
         const bool again = QTest::qWaitFor([&] { return pictures() > 1; }, heldMs);
-        desktop->xdo(QStringLiteral("keyup s keyup ctrl"));
+        desktop->releaseKey(QStringLiteral("ctrl+s"));
         QVERIFY(!again);
     }
 
@@ -203,12 +201,12 @@ private slots:
     {
         const QSize screen = QGuiApplication::primaryScreen()->size();
         // The second button from the right in its title.
-        const QPoint maximise(desktop->windowContent().width() - 26, -9);
+        const QPoint maximise(desktop->windowSize().width() - 26, -9);
         desktop->clickInWindow(maximise);
-        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().width(), screen.width(), patienceMs);
-        QVERIFY(desktop->windowContent().height() > screen.height() * 8 / 10);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowSize().width(), screen.width(), patienceMs);
+        QVERIFY(desktop->windowSize().height() > screen.height() * 8 / 10);
         desktop->key(QStringLiteral("F5"));
-        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().size(),
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowSize(),
                                   QSize(screen.width(), screen.height() * 65 / 100), patienceMs);
     }
 
@@ -224,7 +222,7 @@ private slots:
             desktop->contentPosition().x() < 10 && desktop->contentPosition().y() < 50, patienceMs);
         const QPoint frame = desktop->contentPosition(); // what the window manager adds
         desktop->key(QStringLiteral("F5"));
-        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowContent().size(), screen, patienceMs);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop->windowSize(), screen, patienceMs);
         QTRY_COMPARE_WITH_TIMEOUT(desktop->contentPosition(), frame, patienceMs);
         desktop->key(QStringLiteral("F5"));
         QTRY_COMPARE_WITH_TIMEOUT(desktop->contentPosition(), frame + middle, patienceMs);
@@ -233,10 +231,10 @@ private slots:
 private:
     QSize square(const QColor &colour) const
     {
-        const QImage content = desktop->windowContent();
         QRect middle(0, 0, 240, 180); // inside the picture's frame, at every zoom used here
-        middle.moveCenter(QRect(QPoint(0, 0), content.size().boundedTo(largestView)).center());
-        return extentOf(content.copy(middle), colour).size();
+        middle.moveCenter(
+            QRect(QPoint(0, 0), desktop->windowSize().boundedTo(largestView)).center());
+        return extentOf(desktop->windowContent(middle), colour).size();
     }
 
     std::unique_ptr<Desktop> desktop;

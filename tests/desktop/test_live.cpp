@@ -5,7 +5,6 @@
 #include "tests/support/testmain.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QPainter>
 #include <algorithm>
 
@@ -115,22 +114,22 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(blinkingWidth() > 45, patienceMs);
         QTRY_VERIFY_WITH_TIMEOUT(extentOf(desktop->screen(), topLeft).isEmpty(), patienceMs);
         desktop->moveTo(middle);
-        desktop->xdo(QStringLiteral("mousedown 1"));
+        desktop->press();
         desktop->moveTo(middle + QPoint(60, 60));
         QTRY_VERIFY_WITH_TIMEOUT(!extentOf(desktop->screen(), topLeft).isEmpty(), patienceMs);
-        desktop->xdo(QStringLiteral("mouseup 1"));
+        desktop->release();
     }
 
     void heldButtonFreezesThePicture()
     {
         const QPoint middle = pictureOn(desktop->screen()).center();
         desktop->moveTo(middle);
-        desktop->xdo(QStringLiteral("mousedown 1"));
+        desktop->press();
         // The press shows the tool bar; from then on the same frame stays.
         QTRY_VERIFY_WITH_TIMEOUT(pictureOn(desktop->screen()).center() != middle, patienceMs);
         const QColor other = otherColour(shownColour());
         QVERIFY(neverShows(other, 1000));
-        desktop->xdo(QStringLiteral("mouseup 1"));
+        desktop->release();
         QVERIFY(comesToShow(other));
     }
 
@@ -152,9 +151,7 @@ private slots:
     // The first press brings up the tool bar, with the button that ends the program at this place.
     void doubleClickNearTheTopStoresAPicture()
     {
-        desktop->xdo(QStringLiteral("mousemove --window %1 437 41")
-                         .arg(desktop->xdo(QStringLiteral("getactivewindow"))));
-        desktop->xdo(QStringLiteral("click --repeat 2 --delay 150 1"));
+        desktop->doubleClick(desktop->activeWindow(), {437, 41}, 150);
         QTRY_COMPARE_WITH_TIMEOUT(Sandbox::instance().storedFiles().size(), 1, patienceMs);
         QVERIFY(desktop->running());
     }
@@ -184,10 +181,9 @@ private:
     // Whether the blinking square in the middle of the view has this colour; quick to tell.
     bool shows(const QColor &colour) const
     {
-        const QImage content = desktop->windowContent();
         QRect middle(0, 0, 120, 120);
-        middle.moveCenter(content.rect().center());
-        return !extentOf(content.copy(middle), colour).isEmpty();
+        middle.moveCenter(QRect(QPoint(), desktop->windowSize()).center());
+        return !extentOf(desktop->windowContent(middle), colour).isEmpty();
     }
 
     // QTRY_VERIFY would look again at the end, when the colour may already be gone.
@@ -200,13 +196,7 @@ private:
     // kind in a row, that means that the picture stands still.
     bool neverShows(const QColor &colour, int ms) const
     {
-        QElapsedTimer looking;
-        looking.start();
-        while (looking.elapsed() < ms) {
-            if (shows(colour))
-                return false;
-        }
-        return true;
+        return !QTest::qWaitFor([&] { return shows(colour); }, ms);
     }
 
     QColor shownColour() const { return shows(blinking[0]) ? blinking[0] : blinking[1]; }

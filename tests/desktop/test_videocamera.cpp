@@ -267,10 +267,10 @@ private slots:
         startWith(webcam);
         const QPoint view(40, 200);
         desktop->moveTo(desktop->contentPosition() + view);
-        desktop->xdo(QStringLiteral("mousedown 1"));
+        desktop->press();
         nodes->unplug(0);
         QVERIFY(desktop->waitForDialog());
-        desktop->xdo(QStringLiteral("mouseup 1"));
+        desktop->release();
         desktop->key(QStringLiteral("Return"));
         QVERIFY(desktop->waitForMainWindow());
         plugIn(0, webcam);
@@ -429,7 +429,8 @@ private:
         QVERIFY(desktop->waitForDialog());
         desktop->key(QStringLiteral("Return"));
         QVERIFY(desktop->waitForMainWindow());
-        QVERIFY(standsStill());
+        // What the box covered is drawn again.
+        QVERIFY(QTest::qWaitFor([this] { return standsStill(); }, patienceMs));
     }
 
     void chooseMode(int mode) const
@@ -444,10 +445,9 @@ private:
     // The middle of the window's view.
     QImage picture(const QSize &size = middle) const
     {
-        const QImage content = desktop->windowContent();
         QRect place(QPoint(), size);
-        place.moveCenter(content.rect().center());
-        return content.copy(place);
+        place.moveCenter(QRect(QPoint(), desktop->windowSize()).center());
+        return desktop->windowContent(place);
     }
 
     bool shows(const Quarters &colours) const
@@ -473,10 +473,7 @@ private:
         return QTest::qWaitFor([&] { return picture().copy(place) != before; }, patienceMs);
     }
 
-    QString dialogTitle() const
-    {
-        return desktop->xdo(QStringLiteral("getactivewindow getwindowname"));
-    }
+    QString dialogTitle() const { return desktop->nameOf(desktop->activeWindow()); }
 
     // Path of the picture that the capture command stores, complete; empty if none comes.
     QString newPicture() const

@@ -29,7 +29,7 @@ private slots:
         QString log;
         for (const QSize &preset : presets) {
             desktop.key(QStringLiteral("F5"));
-            QTRY_COMPARE_WITH_TIMEOUT(desktop.windowContent().size(), preset, patienceMs);
+            QTRY_COMPARE_WITH_TIMEOUT(desktop.windowSize(), preset, patienceMs);
         }
         desktop.keepScreenshot(QStringLiteral("workarea"));
         const QString traced = QStringLiteral("screen size QRect(%1,%2 %3x%4)")
