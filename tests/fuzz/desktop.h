@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/fuzz/target.h"
+#include "tests/support/keptmemory.h"
 #include "tests/support/sandbox.h"
 
 #include <QApplication>
@@ -11,10 +12,10 @@ namespace kivra::fuzz {
 struct Desktop : Surroundings
 {
     test::Sandbox sandbox;
-    QApplication application;
+    std::unique_ptr<QApplication> application;
 
     Desktop(int &argc, char **argv)
-        : application(argc, argv)
+        : application(test::makeKept<QApplication>(argc, argv))
     {
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     }

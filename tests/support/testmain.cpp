@@ -1,5 +1,6 @@
 #include "tests/support/testmain.h"
 
+#include "tests/support/keptmemory.h"
 #include "tests/support/sandbox.h"
 
 #include <QApplication>
@@ -43,6 +44,6 @@ int main(int argc, char **argv)
     argv[1] = argv[0];
     int count = argc - 1;
     const Sandbox sandbox;
-    const QApplication application(count, argv + 1);
+    const auto application = makeKept<QApplication>(count, argv + 1);
     return chosen->second(count, argv + 1);
 }
