@@ -4,6 +4,9 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testcamera.h"
 
+#include <map>
+#include <utility>
+
 namespace kivra::test {
 
 namespace {
@@ -24,6 +27,16 @@ const QList<cameras::Device> &allDevices()
 }
 
 constexpr QSize frameSizes[] = {{640, 480}, {320, 240}, {1280, 720}, {101, 77}, {1, 1}, {3, 900}};
+
+// Drawn once each, because drawing takes longer than showing.
+QImage frameOf(const QSize &size)
+{
+    static std::map<std::pair<int, int>, QImage> drawn;
+    QImage &frame = drawn[{size.width(), size.height()}];
+    if (frame.isNull())
+        frame = gradient(size);
+    return frame;
+}
 
 constexpr Answer answers[] = {Answer::AtOnce, Answer::AtOnce, Answer::OnCall, Answer::Refuse};
 
@@ -61,7 +74,7 @@ void Mishaps::happen(const Tell &tell)
 
 void Mishaps::pushFrames()
 {
-    const QImage picture = gradient(dice.oneOf(frameSizes));
+    const QImage picture = frameOf(dice.oneOf(frameSizes));
     for (int count = dice.below(4); count >= 0; --count)
         camera().pushPicture(picture);
 }

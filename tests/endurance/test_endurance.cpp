@@ -1,9 +1,9 @@
 // Long use by somebody without a plan, at cameras that fail: the program does not crash, does not
 // hang, always comes back to a live picture, and does not grow.
 //
-// KIVRA_ENDURANCE_SECONDS sets how long, KIVRA_SEED the random numbers. The same seed gives the
-// same use, except where a thread or a timer answers earlier or later. KIVRA_TRACE=1 prints each
-// step before it is taken.
+// KIVRA_ENDURANCE_SECONDS sets how long at least, KIVRA_SEED the random numbers. The same seed
+// gives the same use, except where a thread or a timer answers earlier or later. KIVRA_TRACE=1
+// prints each step before it is taken.
 
 #include "storage/paths.h"
 #include "storage/settings.h"
@@ -49,8 +49,8 @@ constexpr qint64 allowedHeapGrowth = qint64(1) << 19;
 constexpr qint64 allowedResidentGrowth = qint64(4) << 20;
 
 // Now and then a use leaves a large picture in a cache until the next use. In too few samples, most
-// might have one.
-const int fewestSamples = isSanitized() ? 1 : 24;
+// might have one. The sanitizers, with which memory is not measured, see some 900 steps.
+const int fewestUses = isSanitized() ? 6 : 24;
 
 struct Sample
 {
@@ -178,7 +178,7 @@ private slots:
         const QtMessageHandler before = qInstallMessageHandler(dropMessages);
         QElapsedTimer clock;
         clock.start();
-        while (clock.elapsed() < qint64(seconds) * 1000 || samples.size() < fewestSamples) {
+        while (clock.elapsed() < qint64(seconds) * 1000 || samples.size() < fewestUses) {
             use();
             QVERIFY2(recovered(), "the live picture did not come back");
             user.quit();
@@ -271,7 +271,7 @@ private:
         QVERIFY(resident <= allowedResidentGrowth);
     }
 
-    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", isSanitized() ? 8 : 5);
+    const int seconds = numberFrom("KIVRA_ENDURANCE_SECONDS", 0);
     const quint32 seed = quint32(numberFrom("KIVRA_SEED", 1));
     const bool trace = numberFrom("KIVRA_TRACE", 0) != 0;
     const QStringList files = pathsToOpen();

@@ -16,10 +16,11 @@ inline unsigned int word(int red, int green, int blue)
 template<typename Change>
 QImage eachPixel(const QImage &picture, const Change &change)
 {
+    const int width = picture.width();
     QImage result = picture.copy();
     for (int y = 0; y < result.height(); ++y) {
         auto *row = reinterpret_cast<unsigned int *>(result.scanLine(y));
-        for (int x = 0; x < result.width(); ++x) {
+        for (int x = 0; x < width; ++x) {
             const unsigned int pixel = row[x];
             row[x] = change(int(pixel >> 16 & 0xFF), int(pixel >> 8 & 0xFF), int(pixel & 0xFF));
         }

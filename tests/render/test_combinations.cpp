@@ -120,6 +120,8 @@ private slots:
         std::vector<QSize> sizes = smallSizes();
         for (const QSize size : largeSizes())
             sizes.push_back(size);
+        if (isSanitized() && number > 0)
+            sizes.pop_back(); // the largest, which has been seen with the first motif
         for (const QSize size : sizes) {
             const QImage picture = motifs().at(static_cast<std::size_t>(number)).draw(size);
             for (int mode = 0; mode <= 6; ++mode) {
@@ -166,6 +168,8 @@ private slots:
         QTest::addColumn<QImage>("picture");
         QTest::addColumn<int>("turn");
         for (const QSize size : {QSize(321, 181), QSize(1281, 721)}) {
+            if (isSanitized() && size.width() == 1281)
+                continue; // the motifs have this size too
             const QByteArray suffix = ", " + QByteArray::number(size.width());
             QTest::newRow("printed page" + suffix) << seenBy<PrintedPage>(size) << 0;
             QTest::newRow("handwritten page" + suffix) << seenBy<HandwrittenPage>(size) << 1;
