@@ -129,6 +129,12 @@ int Desktop::close()
     return code;
 }
 
+QByteArray Desktop::loadedFiles() const
+{
+    QFile maps(QStringLiteral("/proc/%1/maps").arg(program.processId()));
+    return maps.open(QIODevice::ReadOnly) ? maps.readAll() : QByteArray();
+}
+
 QString Desktop::log()
 {
     return QString::fromUtf8(program.readAll());

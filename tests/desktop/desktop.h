@@ -43,6 +43,8 @@ public:
     /// to be killed.
     int close();
     bool running() const { return program.state() == QProcess::Running; }
+    /// What the program has in its memory, such as libraries and plug-ins, with their paths.
+    QByteArray loadedFiles() const;
     /// What the program wrote since the last call.
     QString log();
 

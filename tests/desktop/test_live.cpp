@@ -78,6 +78,14 @@ private slots:
 
     void cleanupTestCase() { desktop.reset(); }
 
+    // It would double the work of the start.
+    void graphicsDriverIsNotLoaded()
+    {
+        const QByteArray files = desktop->loadedFiles();
+        QVERIFY(files.contains("/platforms/libqxcb.so"));
+        QVERIFY(!files.contains("/xcbglintegrations/"));
+    }
+
     void pictureMoves()
     {
         for (const QColor &colour : {blinking[0], blinking[1], blinking[0], blinking[1]})
