@@ -101,7 +101,10 @@ bool VideoSurface::present(const QVideoFrame &frame)
     if (!frame.isValid() || hasSeveralPlanes(frame.pixelFormat()))
         return false;
     const QImage shared = sharedPicture(frame);
-    return shared.isNull() ? copy(frame) : keep(shared, true);
+    if (shared.isNull())
+        return copy(frame);
+    keep(shared, true);
+    return true;
 }
 
 bool VideoSurface::copy(const QVideoFrame &frame)
@@ -115,14 +118,16 @@ bool VideoSurface::copy(const QVideoFrame &frame)
     const bool isOpaque =
         !picture.isNull() && copyBlock(mapped.bits(), mapped.mappedBytes(), picture);
     mapped.unmap();
-    return !outOfMemory && keep(picture, isOpaque);
+    if (outOfMemory)
+        return false;
+    keep(picture, isOpaque);
+    return true;
 }
 
-bool VideoSurface::keep(const QImage &picture, bool isOpaque)
+void VideoSurface::keep(const QImage &picture, bool isOpaque)
 {
     image = picture;
     opaque = isOpaque;
     emit frameAvailable();
     ++iFrame;
-    return true;
 }

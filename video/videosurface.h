@@ -44,7 +44,7 @@ signals:
 
 private:
     bool copy(const QVideoFrame &frame);
-    bool keep(const QImage &picture, bool isOpaque);
+    void keep(const QImage &picture, bool isOpaque);
 
     QImage image;
     bool opaque = false;

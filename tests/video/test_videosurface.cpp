@@ -3,6 +3,7 @@
 #include "tests/support/testmain.h"
 #include "video/videosurface.h"
 
+#include <QAbstractPlanarVideoBuffer>
 #include <QSignalSpy>
 #include <QVideoSurfaceFormat>
 #include <cstring>
@@ -350,6 +351,35 @@ private slots:
         QVERIFY(surface.present(QVideoFrame(new DriverBuffer(memory, memory.size(), 8 * 4, true),
                                             size, QVideoFrame::Format_RGB32)));
         KIVRA_COMPARE_PICTURES(surface.frame(), wordsThenRest(memory, size));
+    }
+
+    void lengthOfNothingIsHarmless()
+    {
+        class NowhereBuffer : public QAbstractPlanarVideoBuffer
+        {
+        public:
+            NowhereBuffer()
+                : QAbstractPlanarVideoBuffer(NoHandle)
+            {
+            }
+            MapMode mapMode() const override { return mode; }
+            int map(MapMode wanted, int *bytes, int rowBytes[4], uchar *planes[4]) override
+            {
+                mode = wanted;
+                *bytes = 256;
+                rowBytes[0] = 32;
+                planes[0] = nullptr;
+                return 1;
+            }
+            void unmap() override { mode = NotMapped; }
+
+        private:
+            MapMode mode = NotMapped;
+        };
+        VideoSurface surface;
+        QVERIFY(surface.present(QVideoFrame(new NowhereBuffer, {8, 8}, QVideoFrame::Format_RGB32)));
+        QCOMPARE(surface.frame().size(), QSize(8, 8));
+        QCOMPARE(surface.frame().pixel(0, 0), 0xff000000);
     }
 
     void negativeLengthIsHarmless()
