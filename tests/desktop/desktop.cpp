@@ -112,9 +112,12 @@ bool Desktop::start(const QStringList &arguments)
     if (!QTest::qWaitFor([&] { return shown() == 0; }, patienceMs))
         return false;
     program.start(QDir(folder.path()).filePath(QStringLiteral("kivra")), arguments);
-    const bool isShown = QTest::qWaitFor([&] { return shown() != 0; }, patienceMs);
-    window = shown();
-    return isShown;
+    return QTest::qWaitFor(
+        [&] {
+            window = shown();
+            return window != 0;
+        },
+        patienceMs);
 }
 
 int Desktop::close()
