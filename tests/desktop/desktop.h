@@ -67,7 +67,7 @@ public:
     QSize windowSize() const;
     /// The content of the dialog that has the keyboard.
     QImage dialogContent() const;
-    /// Where the content of the program's window begins on the screen.
+    /// Where the content of the program's window begins on the screen, as positionOf() tells it.
     QPoint contentPosition() const;
     /// Saves the screen's content as a picture in the build folder.
     void keepScreenshot(const QString &name) const;

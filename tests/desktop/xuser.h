@@ -40,7 +40,8 @@ public:
     /// The window that has the keyboard; 0 while the keyboard goes from one window to another.
     WId activeWindow() const;
     QString nameOf(WId window) const;
-    /// Where the window's content begins on the screen.
+    /// Where the window's content begins on the screen. The library counts twice what the window
+    /// manager adds above and beside it, so compare such positions only with each other.
     QPoint positionOf(WId window) const;
     QSize sizeOf(WId window) const;
     void hide(WId window) const;
